@@ -1,0 +1,119 @@
+// Data access in the shape the reports use it: connections opened from a connection string,
+// recordsets (forward-only read-only, or static with a record count), and commands.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "galvix/variant.h"
+
+namespace galvix::db {
+
+inline constexpr std::uint32_t kErrSyntax = 0x80040E14;       // syntax error; table exists
+inline constexpr std::uint32_t kErrNoSuchObject = 0x80040E37;  // unknown table
+inline constexpr std::uint32_t kErrNoSuchColumn = 0x80040E10;  // unknown column / parameter
+inline constexpr std::uint32_t kErrConnection = 0x80004005;    // cannot open the database
+inline constexpr std::uint32_t kErrState = 0x800A0E78;         // operation on a closed object
+inline constexpr std::uint32_t kErrBofEof = 0x800A0BCD;        // BOF or EOF is true
+
+// A database error: a number, a description, and the SQL as written and as executed.
+class DbError : public std::runtime_error {
+ public:
+  DbError(std::uint32_t number, std::string description, std::string sqlWritten = {},
+          std::string sqlExecuted = {}, int position = -1);
+  std::uint32_t number() const noexcept { return number_; }
+  const std::string& description() const noexcept { return description_; }
+  const std::string& sqlWritten() const noexcept { return sqlWritten_; }
+  const std::string& sqlExecuted() const noexcept { return sqlExecuted_; }
+  int position() const noexcept { return position_; }  // 0-based offset in sqlWritten, -1 if none
+
+ private:
+  std::uint32_t number_;
+  std::string description_, sqlWritten_, sqlExecuted_;
+  int position_;
+};
+
+class ConnectionImpl;
+class RecordsetImpl;
+
+// One open event database.
+class Connection {
+ public:
+  Connection();
+  ~Connection();
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  // Jet style "Provider=...;Data Source=C:\path\events.mdb;..." or a bare path.
+  // .mdb/.accdb go to the Access backend, anything else is a SQLite file.
+  void open(std::string_view connectionString);
+  void close();
+  bool isOpen() const;
+  const std::string& connectionString() const;
+
+  // Runs a statement that returns no rows (make-table, DROP TABLE, ...); returns rows affected.
+  long execute(std::string_view jetSql);
+
+  ConnectionImpl& impl();  // backend access for the recordset and tools
+
+ private:
+  std::unique_ptr<ConnectionImpl> impl_;
+  std::string connectionString_;
+};
+
+enum class CursorType { ForwardOnly, Static };
+
+class Recordset;
+
+class Field {
+ public:
+  const std::string& name() const;
+  VarType type() const;  // the declared type of the column
+  Variant value() const;  // the current row's value; raises DbError(kErrBofEof) at BOF/EOF
+  long actualSize() const;  // bytes of the current value
+  // Reads the next `n` bytes of a binary or text value (successive calls continue).
+  Bytes getChunk(long n);
+
+ private:
+  friend class Recordset;
+  Field(Recordset* rs, int ordinal) : rs_(rs), ordinal_(ordinal) {}
+  Recordset* rs_;
+  int ordinal_;
+  long chunkOffset_ = 0;
+};
+
+class Recordset {
+ public:
+  Recordset();
+  ~Recordset();
+  Recordset(const Recordset&) = delete;
+  Recordset& operator=(const Recordset&) = delete;
+
+  void open(std::string_view jetSql, Connection& conn, CursorType cursor = CursorType::ForwardOnly);
+  void close();
+  bool isOpen() const;
+
+  bool BOF() const;
+  bool EOF_() const;  // EOF is a macro in <cstdio>
+  void moveNext();
+  void moveFirst();   // forward-only: re-executes the query, as the provider does
+  long recordCount() const;  // Static: the row count; ForwardOnly: -1
+
+  int fieldCount() const;
+  Field& fields(int ordinal);
+  Field& fields(std::string_view name);  // case-insensitive; unknown name raises DbError
+  Variant value(std::string_view name) { return fields(name).value(); }
+
+  RecordsetImpl& impl();
+
+ private:
+  friend class Field;
+  std::unique_ptr<RecordsetImpl> impl_;
+  std::vector<std::unique_ptr<Field>> fields_;
+};
+
+}  // namespace galvix::db
