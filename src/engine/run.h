@@ -1,0 +1,29 @@
+// Running a report into a Document.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "engine/report.h"
+#include "engine/text_measurer.h"
+#include "galvix/document.h"
+
+namespace galvix::engine {
+
+struct RunOptions {
+  TextMeasurer* measurer = nullptr;  // required when any control can grow or shrink
+  std::shared_ptr<HostServices> host;  // empty: the report's own (stderr by default)
+};
+
+struct RunResult {
+  bool cancelled = false;     // a handler called cancel(): there is no document
+  doc::Document document;
+};
+
+// Runs the whole report: events in order, pages, "page N of M" resolved. Errors thrown by
+// handlers and by the data source propagate to the caller (the run stops).
+RunResult runReport(Report& report, const RunOptions& options = {});
+
+}  // namespace galvix::engine
