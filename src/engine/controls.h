@@ -67,9 +67,9 @@ struct ControlState {
   bool canShrink = false;
   bool wordWrap = true;
 
-  std::string caption;  // Label, CheckBox
-  std::string text;     // Field: the text that prints
-  Variant value;        // Field: DataValue; CheckBox: Value
+  std::string caption;       // Label, CheckBox
+  std::string text;          // Field: the text that prints
+  Variant value;             // Field: DataValue; CheckBox: Value
   std::string dataField;     // Field, CheckBox: column name or "=expression"
   std::string outputFormat;  // Field
   Summary summary;           // Field
@@ -79,13 +79,13 @@ struct ControlState {
   int lineWeight = 1;
   doc::ShapeKind shape = doc::ShapeKind::Rectangle;  // Shape
 
-  std::shared_ptr<const Bytes> picture;           // Picture
-  doc::SizeMode sizeMode = doc::SizeMode::Zoom;   // Picture
-  std::string rtf;                                // RichText
-  std::shared_ptr<Report> report;                 // SubReport: the child report object
-  std::string chartTitle;                         // Chart
-  std::vector<double> chartValues;                // Chart
-  std::vector<std::string> chartLabels;           // Chart
+  std::shared_ptr<const Bytes> picture;          // Picture
+  doc::SizeMode sizeMode = doc::SizeMode::Zoom;  // Picture
+  std::string rtf;                               // RichText
+  std::shared_ptr<Report> report;                // SubReport: the child report object
+  std::string chartTitle;                        // Chart
+  std::vector<double> chartValues;               // Chart
+  std::vector<std::string> chartLabels;          // Chart
 };
 
 // Raised when code asks for a control or section that does not exist, or of the wrong kind.

@@ -31,7 +31,7 @@ using RowPtr = std::shared_ptr<const RowValues>;
 class RowView {
  public:
   bool BOF() const { return !row_ && !eof_; }  // before the first row (ReportStart)
-  bool EOF_() const { return eof_; }            // no rows, or past the last one
+  bool EOF_() const { return eof_; }           // no rows, or past the last one
   int fieldCount() const;
   const std::string& fieldName(int ordinal) const;
   bool hasField(std::string_view name) const;
@@ -43,7 +43,11 @@ class RowView {
   void setColumns(std::shared_ptr<const Columns> c) { columns_ = std::move(c); }
   const std::shared_ptr<const Columns>& columns() const { return columns_; }
   void setRow(RowPtr r, long index);  // null row: EOF
-  void setBeforeFirst() { row_.reset(); eof_ = false; index_ = -1; }
+  void setBeforeFirst() {
+    row_.reset();
+    eof_ = false;
+    index_ = -1;
+  }
   const RowPtr& row() const { return row_; }
   long rowIndex() const { return index_; }  // 0-based, -1 if none
 
@@ -90,6 +94,10 @@ class DataControl {
   // Engine side: opens the source if not yet open and returns it.
   RowSource& open();
   void close();
+  void endRun() {
+    running_ = false;
+    close();
+  }
   bool isOpen() const { return static_cast<bool>(source_impl_); }
 
  private:
@@ -103,6 +111,7 @@ class DataControl {
   RowView view_;
   RowPtr peeked_;  // first row read by an early recordset() call, handed to the run
   bool peekedValid_ = false;
+  bool running_ = false;  // the run owns the view; recordset() no longer opens
   friend class RunLoop;
 };
 

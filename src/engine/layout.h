@@ -18,8 +18,8 @@ enum class Orientation { Portrait = 1, Landscape = 2 };
 
 struct PageSettings {
   Orientation orientation = Orientation::Portrait;
-  int paperSize = 1;           // the platform's paper code (1 letter, 5 legal, 9 A4, 256 custom)
-  float paperWidth = 12240;    // twips, portrait sense
+  int paperSize = 1;         // the platform's paper code (1 letter, 5 legal, 9 A4, 256 custom)
+  float paperWidth = 12240;  // twips, portrait sense
   float paperHeight = 15840;
   float leftMargin = 1440, rightMargin = 1440, topMargin = 1440, bottomMargin = 1440;
 };
@@ -33,7 +33,7 @@ struct Layout {
   std::string name;  // the designer's name, "rptGuestList"
   std::string file;  // where it was loaded from, for messages
   PageSettings page;
-  float printWidth = 0;  // twips; 0: paper width minus margins
+  float printWidth = 0;                // twips; 0: paper width minus margins
   std::string dataControl = "datRpt";  // empty: the report has no data control
   std::string connectionString;
   std::string source;

@@ -33,8 +33,8 @@ std::vector<std::string> embeddedLayoutNames();
 
 }  // namespace galvix::engine
 
-#define GALVIX_USE_LAYOUT(id)                        \
-  namespace galvix::engine::layouts {                \
-  const ::galvix::engine::EmbeddedLayout& id();      \
-  }                                                  \
+#define GALVIX_USE_LAYOUT(id)                   \
+  namespace galvix::engine::layouts {           \
+  const ::galvix::engine::EmbeddedLayout& id(); \
+  }                                             \
   static_assert(true, "")

@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "engine/controls.h"
@@ -52,7 +53,9 @@ class Report {
   // ---- Band events: handlers per section name ----
   using Handler = std::function<void()>;
   void on(std::string_view section, BandEvent e, Handler h);  // EngineError if no such section
-  void onFormat(std::string_view section, Handler h) { on(section, BandEvent::Format, std::move(h)); }
+  void onFormat(std::string_view section, Handler h) {
+    on(section, BandEvent::Format, std::move(h));
+  }
   void onBeforePrint(std::string_view section, Handler h) {
     on(section, BandEvent::BeforePrint, std::move(h));
   }
@@ -119,9 +122,13 @@ class Report {
   friend class Section;
   void instantiate();
   void checkNewName(std::string_view name) const;
+  void indexControl(Section& s, Control& c);
+  template <class T>
+  T& typed(std::string_view name, ControlKind k);
 
   std::shared_ptr<const Layout> layout_;
   std::vector<std::unique_ptr<Section>> sections_;
+  std::unordered_map<std::string, std::pair<Section*, Control*>> controlIndex_;  // lower-case
   struct HandlerEntry {
     const Section* section;
     BandEvent event;

@@ -13,12 +13,12 @@
 namespace galvix::engine {
 
 struct RunOptions {
-  TextMeasurer* measurer = nullptr;  // required when any control can grow or shrink
+  TextMeasurer* measurer = nullptr;    // required when any control can grow or shrink
   std::shared_ptr<HostServices> host;  // empty: the report's own (stderr by default)
 };
 
 struct RunResult {
-  bool cancelled = false;     // a handler called cancel(): there is no document
+  bool cancelled = false;  // a handler called cancel(): there is no document
   doc::Document document;
 };
 

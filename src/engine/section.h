@@ -52,7 +52,8 @@ struct SectionState {
   // than once per enclosing group.
   bool everyRow = false;
   GroupKeepTogether groupKeepTogether = GroupKeepTogether::None;
-  bool repeatHeader = false;  // group header: print again at the top of a page the group continues on
+  bool repeatHeader =
+      false;  // group header: print again at the top of a page the group continues on
 };
 
 class Section {
@@ -122,6 +123,8 @@ class Section {
 
  private:
   friend class Report;
+  friend class RunLoop;
+  friend class Paginator;
   template <class T>
   T& typed(std::string_view name, ControlKind k);
   Report* owner_ = nullptr;  // for report-wide name checks of added controls

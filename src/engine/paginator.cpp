@@ -1,0 +1,452 @@
+#include "engine/paginator.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+
+namespace galvix::engine {
+
+namespace {
+
+std::int32_t rnd(double v) {
+  return static_cast<std::int32_t>(std::nearbyint(v));
+}
+
+constexpr std::int32_t kUnbounded = INT32_MAX / 4;
+
+// Vertical extent of an item relative to its band.
+std::pair<std::int32_t, std::int32_t> extent(const doc::Item& it) {
+  return std::visit(
+      [](const auto& c) -> std::pair<std::int32_t, std::int32_t> {
+        using T = std::decay_t<decltype(c)>;
+        if constexpr (std::is_same_v<T, doc::Line>) {
+          return {std::min(c.y1, c.y2), std::max(c.y1, c.y2)};
+        } else {
+          return {c.box.top, c.box.top + c.box.height};
+        }
+      },
+      it.content);
+}
+
+void shift(doc::Item& it, std::int32_t dx, std::int32_t dy) {
+  std::visit(
+      [&](auto& c) {
+        using T = std::decay_t<decltype(c)>;
+        if constexpr (std::is_same_v<T, doc::Line>) {
+          c.x1 += dx;
+          c.x2 += dx;
+          c.y1 += dy;
+          c.y2 += dy;
+        } else {
+          c.box.left += dx;
+          c.box.top += dy;
+        }
+      },
+      it.content);
+}
+
+bool hasPageBreak(const Section& s) {
+  for (const auto& c : s.controls())
+    if (c->kind() == ControlKind::PageBreak && c->visible()) return true;
+  return false;
+}
+
+}  // namespace
+
+Paginator::Paginator(RunLoop& loop, bool embedded, std::int32_t embeddedWidth)
+    : loop_(loop), report_(loop.report()), embedded_(embedded), embeddedWidth_(embeddedWidth) {
+  if (embedded_) {
+    pages_.emplace_back();
+    open_ = true;
+    left_ = bodyTop_ = y_ = 0;
+    bodyBottom_ = footerTop_ = kUnbounded;
+    width_ = embeddedWidth_;
+  } else {
+    for (auto& s : report_.sections())
+      if (s->kind() == SectionKind::PageHeader)
+        pageHeader_ = s.get();
+      else if (s->kind() == SectionKind::PageFooter)
+        pageFooter_ = s.get();
+  }
+  pageTotals_.assign(loop_.summaries().size(), {});
+}
+
+void Paginator::openPage(BandInstance* first) {
+  if (embedded_) return;
+  doc::Page pg;
+  pg.width = rnd(report_.pageWidth());
+  pg.height = rnd(report_.pageHeight());
+  pg.landscape = report_.orientation() == Orientation::Landscape;
+  pages_.push_back(std::move(pg));
+  open_ = true;
+  report_.pageNumber_ = static_cast<int>(pages_.size());
+  const auto& ps = report_.pageSettings();
+  left_ = rnd(ps.leftMargin);
+  bodyTop_ = rnd(ps.topMargin);
+  width_ = rnd(report_.printWidth());
+  // The footer's space is reserved now, with the height it has when the page opens.
+  std::int32_t fh = pageFooter_ && pageFooter_->visible() ? rnd(pageFooter_->height()) : 0;
+  footerTop_ = pages_.back().height - rnd(ps.bottomMargin) - fh;
+  bodyBottom_ = footerTop_;
+  y_ = bodyTop_;
+  colsUsed_ = false;
+  pageTotals_.assign(loop_.summaries().size(), {});
+
+  // PageStart sees the row of the page's first band, and that band's own control values.
+  if (first) {
+    Section& s = *first->section;
+    const bool latest = first->seq == loop_.latestSeq(&s);
+    BandInstance saved;
+    saved.section = &s;
+    if (!latest) loop_.snapshot(saved);
+    loop_.restore(*first);
+    loop_.setViewRow(first->row, first->rowIndex);
+    report_.onPageStart();
+    if (!latest) loop_.restore(saved);
+  } else {
+    loop_.setViewRow(lastRow_, lastRowIndex_);
+    report_.onPageStart();
+  }
+  if (report_.cancelled()) return;
+  reportHeaderPlacedAtOpen_ = false;
+  if (first && first->section->kind() == SectionKind::ReportHeader) {
+    // The report header prints above the first page's header.
+    commit(*first, false);
+    reportHeaderPlacedAtOpen_ = true;
+  }
+  if (pageHeader_) {
+    RowPtr row = first ? first->row : lastRow_;
+    long idx = first ? first->rowIndex : lastRowIndex_;
+    BandInstance ph = loop_.formatSection(*pageHeader_, row, idx);
+    if (ph.sectionState.visible) commit(ph, false);
+  }
+}
+
+void Paginator::closePage() {
+  if (embedded_ || !open_) return;
+  endColumns();
+  if (pageFooter_) {
+    BandInstance pf = loop_.formatSection(*pageFooter_, lastRow_, lastRowIndex_);
+    if (pf.sectionState.visible) {
+      y_ = footerTop_;
+      commit(pf, false);
+    }
+  }
+  loop_.setViewRow(lastRow_, lastRowIndex_);
+  report_.onPageEnd();
+  open_ = false;
+}
+
+void Paginator::endColumns() {
+  if (!colsUsed_) return;
+  std::int32_t bottom = rowBottom_;
+  for (auto y : colY_) bottom = std::max(bottom, y);
+  y_ = std::max(y_, bottom);
+  colsUsed_ = false;
+}
+
+// Emits the items whose top lies in [cut0, cut1) at page position (x, y + top - cut0).
+void Paginator::emit(const std::vector<doc::Item>& items, std::int32_t x, std::int32_t y,
+                     std::int32_t cut0, std::int32_t cut1, const BandInstance& inst) {
+  auto& page = pages_.back();
+  const auto& st = inst.section->state();
+  if (st.backColor && cut1 > cut0) {
+    doc::Item bg;
+    bg.section = st.name;
+    bg.row = static_cast<std::int32_t>(inst.rowIndex);
+    doc::Box b;
+    b.box = {x, y, inst.column ? colWidth_ : width_, std::min(cut1, inst.height) - cut0};
+    b.fill = st.backColor;
+    b.style = doc::LineStyle::Transparent;
+    bg.content = b;
+    page.items.push_back(std::move(bg));
+  }
+  for (auto& it : items) {
+    auto [top, bottom] = extent(it);
+    (void)bottom;
+    if (top < cut0 || top >= cut1) {
+      if (!(cut0 == 0 && top < 0)) continue;  // drawn above the band: with the first part
+    }
+    doc::Item moved = it;
+    shift(moved, x, y - cut0);
+    page.items.push_back(std::move(moved));
+  }
+}
+
+void Paginator::commit(BandInstance& inst, bool flow) {
+  Section& s = *inst.section;
+  const bool latest = inst.seq == loop_.latestSeq(&s);
+  BandInstance saved;
+  saved.section = &s;
+  if (!latest) loop_.snapshot(saved);
+  loop_.restore(inst);
+  loop_.setViewRow(inst.row, inst.rowIndex);
+  if (s.kind() == SectionKind::Detail && inst.row) {
+    for (std::size_t i = 0; i < loop_.summaries().size(); ++i) {
+      const auto& sf = loop_.summaries()[i];
+      if (sf.control->state().summary.type == SummaryType::PageTotal && !sf.expr.empty() &&
+          !sf.expr.isMissingColumn())
+        pageTotals_[i].add(sf.expr.eval(*inst.row));
+    }
+  }
+  loop_.refreshSummaries(inst, &pageTotals_);
+  report_.onBandEvent(s, BandEvent::BeforePrint);
+  if (report_.cancelled()) return;
+
+  // A handler may have replaced a subreport or changed texts: measure again.
+  loop_.runSubreports(inst);
+  inst.height = loop_.measure(inst);
+  std::vector<std::pair<std::size_t, int>> deferred;
+  auto items = loop_.buildItems(inst, width_, deferred);
+
+  const std::int32_t x = inst.column ? cellX_ : left_;
+  std::int32_t y = inst.column ? cellY_ : y_;
+  auto emitAll = [&](std::int32_t cut0, std::int32_t cut1, std::int32_t atY) {
+    const std::size_t base = pages_.back().items.size();
+    // Map which of our items land on this page, to record deferred page counts.
+    std::vector<std::size_t> landed;
+    for (std::size_t k = 0; k < items.size(); ++k) {
+      auto [top, bottom] = extent(items[k]);
+      (void)bottom;
+      if ((top >= cut0 && top < cut1) || (cut0 == 0 && top < 0)) landed.push_back(k);
+    }
+    emit(items, x, atY, cut0, cut1, inst);
+    const std::size_t bgCount = (inst.section->state().backColor && cut1 > cut0) ? 1 : 0;
+    for (auto& [itemIdx, ctl] : deferred) {
+      auto pos = std::find(landed.begin(), landed.end(), itemIdx);
+      if (pos == landed.end()) continue;
+      std::size_t at = base + bgCount + static_cast<std::size_t>(pos - landed.begin());
+      deferred_.push_back({pages_.size() - 1, at,
+                           s.controls()[static_cast<std::size_t>(ctl)]->state().outputFormat});
+    }
+  };
+
+  const std::int32_t h = inst.height;
+  bool placed = false;
+  if (flow && !embedded_ && y + h > bodyBottom_) {
+    // Does not fit (perhaps only since BeforePrint): split it if it cannot fit on any page or
+    // holds a subreport, else move it whole to a new page.
+    const bool splittable =
+        h > bodyHeight() || (!inst.fragments.empty() && !inst.sectionState.keepTogether);
+    if (!splittable && !pageEmpty()) {
+      closePage();
+      openPage(&inst);
+      loop_.restore(inst);
+      loop_.setViewRow(inst.row, inst.rowIndex);
+      y = y_;
+    }
+    if (splittable) {
+      std::int32_t cut0 = 0;
+      while (cut0 < h) {
+        std::int32_t room = bodyBottom_ - y;
+        std::int32_t limit = cut0 + room;
+        std::int32_t cut1 = h;
+        if (limit < h) {
+          // The lowest cut at or above the limit that no item straddles.
+          cut1 = cut0;
+          std::vector<std::int32_t> cands{limit};
+          for (auto& it : items) cands.push_back(extent(it).first);
+          for (auto c : cands) {
+            if (c <= cut0 || c > limit || c <= cut1) continue;
+            bool ok = true;
+            for (auto& it : items) {
+              auto [t, b] = extent(it);
+              if (t < c && b > c) ok = false;
+            }
+            if (ok) cut1 = c;
+          }
+          if (cut1 <= cut0) {
+            if (y > bodyTop_) {  // try again on a fresh page
+              closePage();
+              openPage(&inst);
+              loop_.restore(inst);
+              loop_.setViewRow(inst.row, inst.rowIndex);
+              y = y_;
+              continue;
+            }
+            cut1 = std::max(cut0 + 1, limit);  // no clean cut: clip
+            report_.host().warning("band '" + s.name() + "' is taller than the page; clipped");
+          }
+        }
+        emitAll(cut0, cut1, y);
+        y += cut1 - cut0;
+        y_ = y;
+        cut0 = cut1;
+        if (cut0 < h) {
+          closePage();
+          openPage(&inst);
+          loop_.restore(inst);
+          loop_.setViewRow(inst.row, inst.rowIndex);
+          y = y_;
+        }
+      }
+      placed = true;
+    }
+  }
+  if (!placed) {
+    emitAll(0, std::max(h, 1), y);
+    if (!inst.column) y_ = y + h;
+  }
+  if (inst.row) {
+    lastRow_ = inst.row;
+    lastRowIndex_ = inst.rowIndex;
+  }
+  report_.onBandEvent(s, BandEvent::AfterPrint);
+  if (!latest) loop_.restore(saved);
+  if (!embedded_ && flow &&
+      (hasPageBreak(s) || inst.sectionState.newPage == NewPage::After ||
+       inst.sectionState.newPage == NewPage::BeforeAfter))
+    breakPending_ = true;
+}
+
+void Paginator::place(std::vector<BandInstance>& queue) {
+  Section* detail = nullptr;
+  for (auto& s : report_.sections())
+    if (s->kind() == SectionKind::Detail) detail = s.get();
+  for (std::size_t i = 0; i < queue.size(); ++i) {
+    if (report_.cancelled()) return;
+    BandInstance& inst = queue[i];
+    if (!inst.sectionState.visible) continue;
+    if (inst.column && detail) {
+      // A cell: optional every-row headers, the detail, optional every-row footers.
+      std::size_t j = i;
+      bool sawDetail = false;
+      std::int32_t ch = 0;
+      while (j < queue.size() && queue[j].column) {
+        const bool isDetail = queue[j].section->kind() == SectionKind::Detail;
+        const bool isHeader = queue[j].section->kind() == SectionKind::GroupHeader;
+        if (j > i && (isHeader || (isDetail && sawDetail))) break;
+        if (isDetail) sawDetail = true;
+        if (queue[j].sectionState.visible) ch += queue[j].height;
+        ++j;
+      }
+      placeCell(queue, i, j, ch, *detail);
+      i = j - 1;
+      continue;
+    }
+    endColumns();
+    if (!embedded_) {
+      const auto np = inst.sectionState.newPage;
+      if (open_ && !pageEmpty() &&
+          (breakPending_ || np == NewPage::Before || np == NewPage::BeforeAfter))
+        closePage();
+      breakPending_ = false;
+      if (open_) {
+        std::int32_t unitH = inst.height;
+        if (inst.keepUntil > static_cast<int>(i)) {
+          unitH = 0;
+          for (std::size_t k = i; k <= static_cast<std::size_t>(inst.keepUntil); ++k)
+            if (queue[k].sectionState.visible) unitH += queue[k].height;
+        }
+        const bool splittable = inst.height > bodyHeight() ||
+                                (!inst.fragments.empty() && !inst.sectionState.keepTogether);
+        if (unitH > remaining() && !pageEmpty() &&
+            (unitH <= bodyHeight() || inst.keepUntil <= static_cast<int>(i)) && !splittable)
+          closePage();
+        else if (inst.keepUntil > static_cast<int>(i) && unitH > remaining() && !pageEmpty() &&
+                 unitH <= bodyHeight())
+          closePage();
+      }
+      if (!open_) {
+        openPage(&inst);
+        if (report_.cancelled()) return;
+        if (reportHeaderPlacedAtOpen_ && &inst == &queue[i] &&
+            inst.section->kind() == SectionKind::ReportHeader) {
+          reportHeaderPlacedAtOpen_ = false;
+          continue;
+        }
+      }
+    }
+    commit(inst, true);
+  }
+}
+
+void Paginator::placeCell(std::vector<BandInstance>& queue, std::size_t from, std::size_t to,
+                          std::int32_t ch, Section& detail) {
+  const int n = std::max(1, detail.columnCount());
+  const std::int32_t sp = std::max(0, rnd(detail.columnSpacing()));
+  colWidth_ = std::max<std::int32_t>(0, (width_ - (n - 1) * sp) / n);
+  auto startColumns = [&] {
+    colsUsed_ = true;
+    colIndex_ = 0;
+    colTop_ = rowTop_ = rowBottom_ = y_;
+    colY_.assign(static_cast<std::size_t>(n), y_);
+  };
+  auto newPage = [&] {
+    closePage();
+    openPage(&queue[from]);
+    startColumns();
+  };
+  if (!embedded_ && open_ && breakPending_ && !pageEmpty()) {
+    closePage();
+  }
+  breakPending_ = false;
+  if (!open_) {
+    openPage(&queue[from]);
+    if (report_.cancelled()) return;
+  }
+  if (!colsUsed_) startColumns();
+  const bool down = detail.columnDirection() == ColumnDirection::DownAcross;
+  if (down) {
+    while (colY_[static_cast<std::size_t>(colIndex_)] + ch > bodyBottom_ &&
+           colY_[static_cast<std::size_t>(colIndex_)] > colTop_) {
+      if (++colIndex_ >= n) {
+        newPage();
+        break;
+      }
+    }
+    cellY_ = colY_[static_cast<std::size_t>(colIndex_)];
+  } else {
+    if (colIndex_ >= n) {
+      colIndex_ = 0;
+      rowTop_ = rowBottom_;
+    }
+    if (rowTop_ + ch > bodyBottom_ && rowTop_ > colTop_) newPage();
+    cellY_ = rowTop_;
+  }
+  cellX_ = left_ + colIndex_ * (colWidth_ + sp);
+  for (std::size_t k = from; k < to; ++k) {
+    if (!queue[k].sectionState.visible) continue;
+    commit(queue[k], false);
+    cellY_ += queue[k].height;
+  }
+  if (down) {
+    colY_[static_cast<std::size_t>(colIndex_)] = cellY_;
+  } else {
+    rowBottom_ = std::max(rowBottom_, cellY_);
+    ++colIndex_;
+  }
+}
+
+void Paginator::finish(doc::Document& doc) {
+  endColumns();
+  if (!embedded_) {
+    if (pages_.empty()) openPage(nullptr);
+    if (open_) closePage();
+    const Variant total = Variant::longInt(static_cast<std::int32_t>(pages_.size()));
+    for (const auto& d : deferred_) {
+      auto& item = pages_[d.page].items[d.item];
+      if (auto* t = std::get_if<doc::Text>(&item.content)) t->text = formatValue(total, d.format);
+    }
+  } else {
+    const Variant one = Variant::longInt(1);
+    for (const auto& d : deferred_) {
+      auto& item = pages_[d.page].items[d.item];
+      if (auto* t = std::get_if<doc::Text>(&item.content)) t->text = formatValue(one, d.format);
+    }
+  }
+  if (!embedded_) {
+    doc.pages = std::move(pages_);
+    pages_.clear();
+  }
+}
+
+Fragment Paginator::takeFragment() {
+  Fragment f;
+  endColumns();
+  if (!pages_.empty()) f.items = std::move(pages_.front().items);
+  f.height = y_;
+  return f;
+}
+
+}  // namespace galvix::engine
