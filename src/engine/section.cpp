@@ -100,6 +100,7 @@ Control& Section::add(ControlKind kind, std::string name) {
   s.width = 1440;
   s.height = 270;
   controls_.push_back(makeControl(std::move(s)));
+  if (owner_) owner_->indexControl(*this, *controls_.back());
   return *controls_.back();
 }
 

@@ -1,0 +1,499 @@
+#include <fstream>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "engine/document_dump.h"
+#include "engine_test_util.h"
+
+namespace galvix::engine {
+namespace {
+
+using test::allTexts;
+using test::layoutOf;
+using test::LoggingReport;
+using test::texts;
+
+// Page 4000 high with 500 margins: a 3000 body, less the page header and footer.
+constexpr const char* kPage =
+    R"("page": {"paperWidth": 6000, "paperHeight": 4000,
+               "margins": {"left": 500, "right": 500, "top": 500, "bottom": 500}})";
+
+std::string layoutJson(const std::string& name, const std::string& sections) {
+  return std::string("{\"version\": 1, \"name\": \"") + name + "\", " + kPage +
+         ", \"sections\": [" + sections + "]}";
+}
+
+std::vector<RowValues> rows(std::initializer_list<std::vector<Variant>> r) {
+  return {r.begin(), r.end()};
+}
+
+// ---------------------------------------------------------------------------------------------
+// The whole event order: two group levels, a subreport in the outer header, three pages.
+
+constexpr const char* kChild = R"({"version": 1, "name": "srptChild", "sections": [
+  {"kind": "detail", "name": "Detail", "height": 150,
+   "controls": [{"kind": "field", "name": "txtItem", "dataField": "Item", "width": 1000, "height": 150}]}]})";
+
+class Child : public LoggingReport {
+ public:
+  Child(std::vector<std::string>* log, std::string key)
+      : LoggingReport(layoutOf(kChild), log, "  child " + key + ": ") {
+    data().setRows({"Item"}, rows({{key + "1"}, {key + "2"}}));
+  }
+};
+
+class Parent : public LoggingReport {
+ public:
+  explicit Parent(std::vector<std::string>* log)
+      : LoggingReport(layoutOf(layoutJson("rptParent", R"(
+      {"kind": "pageHeader", "name": "PageHeader", "height": 300},
+      {"kind": "groupHeader", "name": "ghOuter", "dataField": "Cat", "height": 200,
+       "controls": [{"kind": "subReport", "name": "srptItems", "top": 100, "width": 2000, "height": 100}]},
+      {"kind": "groupHeader", "name": "ghInner", "dataField": "Sub", "height": 300},
+      {"kind": "detail", "name": "Detail", "height": 300},
+      {"kind": "groupFooter", "name": "gfInner", "height": 200},
+      {"kind": "groupFooter", "name": "gfOuter", "height": 200},
+      {"kind": "pageFooter", "name": "PageFooter", "height": 300},
+      {"kind": "reportFooter", "name": "ReportFooter", "height": 500})")),
+                      log) {
+    data().setRows({"Cat", "Sub"},
+                   rows({{"A", "x"}, {"A", "x"}, {"A", "y"}, {"B", "z"}, {"B", "z"}, {"B", "z"}}));
+    // A fresh child per outer group, keyed by the group's row.
+    onFormat("ghOuter", [this] {
+      subReport("srptItems")
+          .setReport(std::make_shared<Child>(log_, data().recordset().value("Cat").toString()));
+    });
+  }
+  void onReportStart() override {
+    LoggingReport::onReportStart();
+    add("  (recordset has " + std::to_string(data().recordset().fieldCount()) + " fields)");
+  }
+};
+
+TEST(EventOrder, TwoGroupsSubreportThreePages) {
+  std::vector<std::string> log;
+  auto res = [&] {
+    Parent p(&log);
+    return test::run(p);
+  }();
+  ASSERT_EQ(res.document.pages.size(), 3u);
+  const std::string golden =
+      std::string(GALVIX_SOURCE_DIR) + "/tests/engine/golden/event_order.txt";
+  std::ifstream in(golden);
+  std::stringstream expected;
+  expected << in.rdbuf();
+  EXPECT_EQ(test::join(log), expected.str()) << "actual log:\n" << test::join(log);
+  // The child's rows print inside the outer header, which grew to hold them.
+  EXPECT_EQ(allTexts(res.document, "txtItem"), (std::vector<std::string>{"A1", "A2", "B1", "B2"}));
+  auto a1 = texts(res.document, 1, "txtItem");
+  ASSERT_EQ(a1.size(), 2u);
+  EXPECT_EQ(a1[0]->box.top, 500 + 300 + 100);
+  EXPECT_EQ(a1[1]->box.top, 500 + 300 + 100 + 150);
+}
+
+// ---------------------------------------------------------------------------------------------
+// A group header's BeforePrint sees what its details' Formats accumulated; every band
+// instance gets back its own values for its BeforePrint.
+
+TEST(GroupHeader, BeforePrintReadsCountOfItsDetails) {
+  class R : public Report {
+   public:
+    R()
+        : Report(layoutOf(layoutJson("rptCount", R"(
+        {"kind": "groupHeader", "name": "ghParty", "dataField": "Party", "height": 300,
+         "controls": [{"kind": "field", "name": "txtParty", "dataField": "Party", "width": 1000, "height": 300},
+                      {"kind": "field", "name": "txtCount", "left": 1000, "width": 500, "height": 300}]},
+        {"kind": "detail", "name": "Detail", "height": 300,
+         "controls": [{"kind": "field", "name": "txtName", "dataField": "Name", "width": 1000, "height": 300}]},
+        {"kind": "groupFooter", "name": "gfParty", "height": 0})"))) {
+      data().setRows({"Party", "Name"},
+                     rows({{"P1", "a"}, {"P1", "b"}, {"P2", "c"}, {"P2", "d"}, {"P2", "e"}}));
+      onFormat("ghParty", [this] { count_ = 0; });
+      onFormat("Detail", [this] { ++count_; });
+      onBeforePrint("ghParty", [this] {
+        field("txtCount").setText(std::to_string(count_));
+        seenAtHeader.push_back(field("txtParty").text() + "/" +
+                               data().recordset().value("Name").toString());
+      });
+      onBeforePrint("Detail", [this] { seenAtDetail.push_back(field("txtName").text()); });
+    }
+    int count_ = 0;
+    std::vector<std::string> seenAtHeader, seenAtDetail;
+  } r;
+  auto res = test::run(r);
+  EXPECT_EQ(allTexts(res.document, "txtCount"), (std::vector<std::string>{"2", "3"}));
+  EXPECT_EQ(allTexts(res.document, "txtParty"), (std::vector<std::string>{"P1", "P2"}));
+  // The header's own row (the group's first), not the cursor's, at its BeforePrint.
+  EXPECT_EQ(r.seenAtHeader, (std::vector<std::string>{"P1/a", "P2/c"}));
+  EXPECT_EQ(r.seenAtDetail, (std::vector<std::string>{"a", "b", "c", "d", "e"}));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Running heads: PageStart captions from the page's first row; the detail's BeforePrint keeps
+// the last one. Page N of M on every page.
+
+TEST(Pages, RunningHeadsAndPageNofM) {
+  class R : public Report {
+   public:
+    R()
+        : Report(layoutOf(layoutJson("rptHeads", R"(
+        {"kind": "pageHeader", "name": "PageHeader", "height": 300,
+         "controls": [{"kind": "label", "name": "lblFrom", "width": 1000, "height": 300},
+                      {"kind": "label", "name": "lblTo", "left": 1000, "width": 1000, "height": 300}]},
+        {"kind": "detail", "name": "Detail", "height": 600,
+         "controls": [{"kind": "field", "name": "txtName", "dataField": "Name", "width": 1000, "height": 300}]},
+        {"kind": "pageFooter", "name": "PageFooter", "height": 300,
+         "controls": [
+           {"kind": "field", "name": "Field3", "width": 450, "height": 270,
+            "summary": {"type": "pageCount", "running": "all"}},
+           {"kind": "label", "name": "lblOf", "left": 450, "width": 360, "height": 270, "caption": "of"},
+           {"kind": "field", "name": "txtPageTtl", "left": 810, "width": 450, "height": 270,
+            "alignment": "right", "summary": {"type": "pageCount"}}]})"))) {
+      std::vector<RowValues> v;
+      for (char c = 'a'; c <= 'k'; ++c) v.push_back({std::string(1, c)});
+      data().setRows({"Name"}, std::move(v));
+      onBeforePrint("Detail", [this] { label("lblTo").setCaption(field("txtName").text()); });
+      // The page header prints before any detail of its page: its lblTo is set at PageEnd's
+      // page, so here we only record the heads per page.
+      onAfterPrint("Detail", [this] { lastOnPage[pageNumber()] = field("txtName").text(); });
+    }
+    void onPageStart() override {
+      label("lblFrom").setCaption(data().recordset().value("Name").toString());
+    }
+    std::map<int, std::string> lastOnPage;
+  } r;
+  auto res = test::run(r);
+  // Body: 3000 - 300 - 300 = 2400, four 600-twip rows a page: 11 rows on 3 pages.
+  ASSERT_EQ(res.document.pages.size(), 3u);
+  EXPECT_EQ(allTexts(res.document, "lblFrom"), (std::vector<std::string>{"a", "e", "i"}));
+  EXPECT_EQ(r.lastOnPage, (std::map<int, std::string>{{1, "d"}, {2, "h"}, {3, "k"}}));
+  EXPECT_EQ(allTexts(res.document, "Field3"), (std::vector<std::string>{"1", "2", "3"}));
+  EXPECT_EQ(allTexts(res.document, "txtPageTtl"), (std::vector<std::string>{"3", "3", "3"}));
+  // The page count keeps its box and alignment.
+  auto ttl = texts(res.document, 2, "txtPageTtl");
+  EXPECT_EQ(ttl[0]->box, (doc::Rect{500 + 810, 4000 - 500 - 300, 450, 270}));
+  EXPECT_EQ(ttl[0]->align, doc::HAlign::Right);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Labels three across, with a spacing band between label rows, flowing to a second page.
+
+TEST(Columns, LabelsThreeAcrossWithSpacingBand) {
+  class R : public Report {
+   public:
+    R()
+        : Report(layoutOf(layoutJson("rptLabels", R"(
+        {"kind": "groupHeader", "name": "ghSpace", "everyRow": true, "height": 0},
+        {"kind": "detail", "name": "Detail", "height": 800,
+         "controls": [{"kind": "label", "name": "txtLabel", "left": 100, "width": 1400, "height": 800}]},
+        {"kind": "groupFooter", "name": "gfSpace", "height": 0})"))) {
+      std::vector<RowValues> v;
+      for (int i = 1; i <= 11; ++i) v.push_back({Variant::string("L" + std::to_string(i))});
+      data().setRows({"Label"}, std::move(v));
+    }
+    void onReportStart() override {
+      auto& d = section("Detail");
+      d.setColumnCount(3);
+      d.setColumnSpacing(100);
+      d.setColumnDirection(ColumnDirection::AcrossDown);
+      section("gfSpace").setHeight(200);
+      onFormat("Detail", [this] {
+        label("txtLabel").setCaption(data().recordset().value("Label").toString());
+      });
+    }
+  } r;
+  auto res = test::run(r);
+  // Print width 5000: columns (5000 - 2*100)/3 = 1600 wide, 1700 apart. Rows 1000 apart
+  // (label 800 + spacing 200); a 3000 body holds three rows: 9 labels, then 2 on page 2.
+  ASSERT_EQ(res.document.pages.size(), 2u);
+  auto p1 = texts(res.document, 1, "txtLabel");
+  ASSERT_EQ(p1.size(), 9u);
+  for (int i = 0; i < 9; ++i) {
+    EXPECT_EQ(p1[static_cast<std::size_t>(i)]->text, "L" + std::to_string(i + 1));
+    EXPECT_EQ(p1[static_cast<std::size_t>(i)]->box.left, 500 + 100 + (i % 3) * 1700) << i;
+    EXPECT_EQ(p1[static_cast<std::size_t>(i)]->box.top, 500 + (i / 3) * 1000) << i;
+  }
+  auto p2 = texts(res.document, 2, "txtLabel");
+  ASSERT_EQ(p2.size(), 2u);
+  EXPECT_EQ(p2[1]->box.left, 500 + 100 + 1700);
+  EXPECT_EQ(p2[1]->box.top, 500);
+}
+
+TEST(Columns, DownThenAcrossFillsAColumnFirst) {
+  Report r(layoutOf(layoutJson("rptDown", R"(
+      {"kind": "detail", "name": "Detail", "height": 1000,
+       "columns": {"count": 2, "spacing": 0},
+       "controls": [{"kind": "field", "name": "txtN", "dataField": "N", "width": 500, "height": 300}]})")));
+  r.data().setRows({"N"}, rows({{1}, {2}, {3}, {4}}));
+  auto res = test::run(r);
+  auto t = texts(res.document, 1, "txtN");
+  ASSERT_EQ(t.size(), 4u);
+  EXPECT_EQ(t[2]->text, "3");
+  EXPECT_EQ(t[2]->box.top, 2500);   // third row of the first column
+  EXPECT_EQ(t[3]->box.left, 3000);  // then the second column, from the top
+  EXPECT_EQ(t[3]->box.top, 500);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Summaries: a group subtotal, a running sum across groups, a running sum within the group,
+// a grand total and a page total.
+
+TEST(Summaries, GroupRunningGrandAndPage) {
+  Report r(layoutOf(layoutJson("rptSums", R"(
+      {"kind": "groupHeader", "name": "ghG", "dataField": "G", "height": 100,
+       "controls": [{"kind": "field", "name": "txtHeadSum", "dataField": "Amt", "width": 500, "height": 100,
+                     "summary": {"type": "subTotal", "group": "ghG"}}]},
+      {"kind": "detail", "name": "Detail", "height": 100,
+       "controls": [{"kind": "field", "name": "txtInGroup", "dataField": "Amt", "width": 500, "height": 100,
+                     "summary": {"type": "subTotal", "group": "ghG", "running": "group"}}]},
+      {"kind": "groupFooter", "name": "gfG", "height": 100,
+       "controls": [
+         {"kind": "field", "name": "txtSub", "dataField": "Amt", "width": 500, "height": 100,
+          "summary": {"type": "subTotal", "group": "ghG"}},
+         {"kind": "field", "name": "txtRun", "dataField": "Amt", "left": 500, "width": 500, "height": 100,
+          "summary": {"type": "subTotal", "group": "ghG", "running": "all"}},
+         {"kind": "field", "name": "txtCnt", "dataField": "Amt", "left": 1000, "width": 500, "height": 100,
+          "summary": {"type": "subTotal", "group": "ghG", "func": "count"}}]},
+      {"kind": "pageFooter", "name": "PageFooter", "height": 100,
+       "controls": [{"kind": "field", "name": "txtPage", "dataField": "Amt", "width": 500, "height": 100,
+                     "summary": {"type": "pageTotal"}}]},
+      {"kind": "reportFooter", "name": "ReportFooter", "height": 100,
+       "controls": [{"kind": "field", "name": "txtGrand", "dataField": "Amt", "width": 500, "height": 100,
+                     "summary": {"type": "grandTotal"}}]})")));
+  r.data().setRows(
+      {"G", "Amt"},
+      rows({{"a", 1}, {"a", 2}, {"b", 10}, {"c", 100}, {"c", Variant::null()}, {"c", 200}}));
+  auto res = test::run(r);
+  EXPECT_EQ(allTexts(res.document, "txtHeadSum"), (std::vector<std::string>{"3", "10", "300"}));
+  EXPECT_EQ(allTexts(res.document, "txtInGroup"),
+            (std::vector<std::string>{"1", "3", "10", "100", "100", "300"}));
+  EXPECT_EQ(allTexts(res.document, "txtSub"), (std::vector<std::string>{"3", "10", "300"}));
+  EXPECT_EQ(allTexts(res.document, "txtRun"), (std::vector<std::string>{"3", "13", "313"}));
+  EXPECT_EQ(allTexts(res.document, "txtCnt"), (std::vector<std::string>{"2", "1", "2"}));
+  EXPECT_EQ(allTexts(res.document, "txtGrand"), (std::vector<std::string>{"313"}));
+  EXPECT_EQ(allTexts(res.document, "txtPage"), (std::vector<std::string>{"313"}));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Controls added at run time print in every band instance, with the state handlers give them.
+
+TEST(RunTimeControls, AddedControlPrintsInEveryInstance) {
+  class R : public Report {
+   public:
+    R()
+        : Report(layoutOf(layoutJson("rptAdd", R"(
+        {"kind": "pageHeader", "name": "PageHeader", "height": 1600},
+        {"kind": "detail", "name": "Detail", "height": 300})"))) {
+      data().setRows({"Name", "P1"}, rows({{"a", 1}, {"b", Variant::null()}, {"c", 1}}));
+    }
+    void onReportStart() override {
+      auto& lbl = section("PageHeader").addLabel("0lblPartyName");
+      lbl.setLeft(2970);
+      lbl.setTop(100);
+      lbl.setHeight(1530);
+      lbl.setWidth(540);
+      lbl.setAngle(900);
+      lbl.setVerticalAlignment(2);
+      lbl.setAlignment(2);
+      lbl.setCaption("P1");
+      auto& chk = static_cast<CheckBox&>(
+          section("Detail").add("DDActiveReports2.CheckBox", "0chkAttendance"));
+      chk.setValue(0);
+      chk.setLeft(3120);
+      chk.setDataField("P1");
+      section("Detail").addField("txtName").setDataField("Name");
+    }
+  } r;
+  auto res = test::run(r);
+  auto dump = dumpDocument(res.document);
+  EXPECT_NE(
+      dump.find("p1 PageHeader/0lblPartyName text 3470,600 540x1530 align=C angle=900 \"P1\""),
+      std::string::npos)
+      << dump;
+  std::vector<bool> checks;
+  for (const auto& it : res.document.pages[0].items)
+    if (auto* c = std::get_if<doc::CheckBox>(&it.content)) checks.push_back(c->checked);
+  EXPECT_EQ(checks, (std::vector<bool>{true, false, true}));
+  EXPECT_EQ(allTexts(res.document, "txtName"), (std::vector<std::string>{"a", "b", "c"}));
+  // Names stay unique across the report.
+  EXPECT_THROW(r.section("PageHeader").addField("TXTNAME"), EngineError);
+  EXPECT_THROW(r.section("Detail").add("DDActiveReports2.Image", "img"), EngineError);
+}
+
+// ---------------------------------------------------------------------------------------------
+// No rows: NoData fires; cancelling there ends the run without a document.
+
+class NoDataReport : public LoggingReport {
+ public:
+  NoDataReport(std::vector<std::string>* log, bool cancelIt)
+      : LoggingReport(layoutOf(layoutJson("rptEmpty", R"(
+        {"kind": "pageHeader", "name": "PageHeader", "height": 300},
+        {"kind": "detail", "name": "Detail", "height": 300},
+        {"kind": "pageFooter", "name": "PageFooter", "height": 300})")),
+                      log),
+        cancel_(cancelIt) {
+    data().setRows({"Name"}, {});
+  }
+  void onNoData() override {
+    LoggingReport::onNoData();
+    if (cancel_) {
+      host().message("There is no data to print.", "Checklist", MessageIcon::Information);
+      cancel();
+    }
+  }
+  bool cancel_;
+};
+
+TEST(NoData, HandlerCancelsTheRun) {
+  struct Host : HostServices {
+    std::vector<std::string> seen;
+    void message(const std::string& t, const std::string& c, MessageIcon) override {
+      seen.push_back(c + ": " + t);
+    }
+  };
+  auto host = std::make_shared<Host>();
+  std::vector<std::string> log;
+  NoDataReport r(&log, true);
+  r.setHost(host);
+  auto res = test::run(r);
+  EXPECT_TRUE(res.cancelled);
+  EXPECT_TRUE(res.document.pages.empty());
+  EXPECT_EQ(log, (std::vector<std::string>{"ReportStart", "DataInitialize", "NoData"}));
+  EXPECT_EQ(host->seen, (std::vector<std::string>{"Checklist: There is no data to print."}));
+}
+
+TEST(NoData, WithoutCancelPrintsOnePageOfHeadersOnly) {
+  std::vector<std::string> log;
+  NoDataReport r(&log, false);
+  auto res = test::run(r);
+  EXPECT_FALSE(res.cancelled);
+  ASSERT_EQ(res.document.pages.size(), 1u);
+  EXPECT_EQ(log,
+            (std::vector<std::string>{
+                "ReportStart", "DataInitialize", "NoData", "PageStart p1", "Format PageHeader",
+                "BeforePrint PageHeader", "AfterPrint PageHeader", "Format PageFooter",
+                "BeforePrint PageFooter", "AfterPrint PageFooter", "PageEnd p1", "ReportEnd"}));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Group keys: expressions, a key naming no column resolved by the layout's breakOn column.
+
+TEST(GroupKeys, ExpressionAndBreakOnColumn) {
+  auto make = [](const std::string& key, const std::string& breakOn) {
+    std::string gh = R"({"kind": "groupHeader", "name": "ghKey", "dataField": ")" + key + "\"" +
+                     (breakOn.empty() ? "" : ", \"breakOn\": \"" + breakOn + "\"") +
+                     R"(, "height": 100, "controls": [{"kind": "field", "name": "txtKey",
+                        "dataField": "=Left(Name, 1) ", "width": 500, "height": 100}]},
+        {"kind": "detail", "name": "Detail", "height": 100},
+        {"kind": "groupFooter", "name": "gfKey", "height": 0})";
+    auto r = std::make_unique<Report>(layoutOf(layoutJson("rptKeys", gh)));
+    r->data().setRows({"PartyID", "Name"},
+                      rows({{1, "Adams"}, {1, "avery"}, {2, "Baker"}, {2, "Brown"}, {3, "Cole"}}));
+    return r;
+  };
+  // By first letter, compared as text: "Adams" and "avery" share a group.
+  auto byLetter = make("=left(Name, 1)", "");
+  EXPECT_EQ(allTexts(test::run(*byLetter).document, "txtKey"),
+            (std::vector<std::string>{"A", "B", "C"}));
+  // "PartyName" is no column: the group breaks on PartyID.
+  auto byParty = make("PartyName", "PartyID");
+  EXPECT_EQ(allTexts(test::run(*byParty).document, "txtKey"),
+            (std::vector<std::string>{"A", "B", "C"}));
+  auto broken = make("PartyName", "");
+  try {
+    test::run(*broken);
+    FAIL();
+  } catch (const EngineError& e) {
+    EXPECT_STREQ(e.what(),
+                 "group 'ghKey': key 'PartyName' names no column of the row source, and the "
+                 "layout gives no 'breakOn' column");
+  }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Layout of bands: can-grow text pushes the next band down; keep-together moves a group;
+// a band taller than any page is split between its subreport rows; landscape.
+
+TEST(Bands, CanGrowKeepTogetherAndLandscape) {
+  class R : public Report {
+   public:
+    R()
+        : Report(layoutOf(layoutJson("rptGrow", R"(
+        {"kind": "groupHeader", "name": "ghG", "dataField": "G", "height": 100, "groupKeepTogether": "all"},
+        {"kind": "detail", "name": "Detail", "height": 240,
+         "controls": [{"kind": "field", "name": "txtNote", "dataField": "Note", "width": 1000,
+                       "height": 240, "canGrow": true}]},
+        {"kind": "groupFooter", "name": "gfG", "height": 100})"))) {
+      // 10-point text: 100 twips a character, 240 a line; 1000 wide holds 10 characters.
+      data().setRows({"G", "Note"}, rows({{1, "short"},
+                                          {1, "two lines of text"},
+                                          {2, "x"},
+                                          {2, "x"},
+                                          {2, "x"},
+                                          {2, "x"},
+                                          {2, "x"}}));
+    }
+    void onReportStart() override { setPrinterOrientation(2); }
+  } r;
+  auto res = test::run(r);
+  ASSERT_EQ(res.document.pages.size(), 1u);
+  EXPECT_TRUE(res.document.pages[0].landscape);
+  EXPECT_EQ(res.document.pages[0].width, 4000);
+  EXPECT_EQ(res.document.pages[0].height, 6000);
+  auto notes = texts(res.document, 1, "txtNote");
+  ASSERT_EQ(notes.size(), 7u);
+  EXPECT_EQ(notes[1]->box.height, 480);
+  // The grown detail pushes the group footer and the next group down.
+  auto p1 = texts(res.document, 1, "txtNote");
+  EXPECT_EQ(p1[1]->box.top, 500 + 100 + 240);
+  std::int32_t secondGroupTop = 0;
+  for (const auto& it : res.document.pages[0].items)
+    if (it.section == "Detail" && it.row == 2)
+      secondGroupTop = std::get<doc::Text>(it.content).box.top;
+  EXPECT_EQ(secondGroupTop, 500 + 100 + 240 + 480 + 100 + 100);
+}
+
+TEST(Bands, GroupKeptTogetherMovesToNextPage) {
+  Report r(layoutOf(layoutJson("rptKeep", R"(
+      {"kind": "groupHeader", "name": "ghG", "dataField": "G", "height": 500, "groupKeepTogether": "all"},
+      {"kind": "detail", "name": "Detail", "height": 500,
+       "controls": [{"kind": "field", "name": "txtG", "dataField": "G", "width": 500, "height": 500}]},
+      {"kind": "groupFooter", "name": "gfG", "height": 0})")));
+  // Body 3000: group 1 takes 1500; group 2 (1500) still fits; group 3 would not: next page.
+  r.data().setRows({"G"}, rows({{1}, {1}, {2}, {2}, {3}, {3}}));
+  auto res = test::run(r);
+  ASSERT_EQ(res.document.pages.size(), 2u);
+  EXPECT_EQ(texts(res.document, 1, "txtG").size(), 4u);
+  auto p2 = texts(res.document, 2, "txtG");
+  ASSERT_EQ(p2.size(), 2u);
+  EXPECT_EQ(p2[0]->box.top, 500 + 500);
+}
+
+TEST(Bands, HiddenAndPageBreakSections) {
+  class R : public Report {
+   public:
+    R()
+        : Report(layoutOf(layoutJson("rptBreak", R"(
+        {"kind": "groupHeader", "name": "ghCompany", "dataField": "C", "height": 300,
+         "controls": [{"kind": "field", "name": "txtC", "dataField": "C", "width": 500, "height": 300}]},
+        {"kind": "detail", "name": "Detail", "height": 300},
+        {"kind": "groupFooter", "name": "gfCompany", "height": 100,
+         "controls": [{"kind": "pageBreak", "name": "brk", "top": 50}]})"))) {
+      data().setRows({"C"}, rows({{"a"}, {"b"}, {"c"}}));
+    }
+  };
+  R withBreaks;
+  EXPECT_EQ(test::run(withBreaks).document.pages.size(), 3u);
+  R hidden;
+  hidden.section("Detail").setVisible(false);
+  hidden.section("gfCompany").setVisible(false);
+  auto res = test::run(hidden);
+  ASSERT_EQ(res.document.pages.size(), 1u);
+  auto c = texts(res.document, 1, "txtC");
+  ASSERT_EQ(c.size(), 3u);
+  EXPECT_EQ(c[2]->box.top, 500 + 600);  // one after another
+}
+
+}  // namespace
+}  // namespace galvix::engine
