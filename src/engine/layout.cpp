@@ -421,6 +421,9 @@ std::shared_ptr<const Layout> loadLayout(std::string_view text, std::string file
                                      {"firstDetail", GroupKeepTogether::FirstDetail},
                                      {"all", GroupKeepTogether::All}});
     st.repeatHeader = s.boolean("repeatHeader", false);
+    if (s.has("columnLayout") && !grp && st.kind != SectionKind::GroupFooter)
+      s.fail("only group headers and footers have 'columnLayout'", "columnLayout");
+    st.columnLayout = s.boolean("columnLayout", true);
     if (s.has("controls")) {
       const auto& cs = s.raw("controls");
       if (!cs.is_array()) s.fail("expected an array", "controls");

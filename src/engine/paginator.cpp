@@ -101,7 +101,10 @@ void Paginator::openPage(BandInstance* first) {
     if (!latest) loop_.snapshot(saved);
     loop_.restore(*first);
     loop_.setViewRow(first->row, first->rowIndex);
+    std::vector<RunLoop::BoundValue> bound;
+    if (first->row) bound = loop_.bindBodySections(&s, *first->row);
     report_.onPageStart();
+    RunLoop::unbind(bound);
     if (!latest) loop_.restore(saved);
   } else {
     loop_.setViewRow(lastRow_, lastRowIndex_);

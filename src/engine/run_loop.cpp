@@ -177,6 +177,32 @@ void RunLoop::bindControls(Section& s, const RowValues& row) {
   }
 }
 
+std::vector<RunLoop::BoundValue> RunLoop::bindBodySections(const Section* except,
+                                                           const RowValues& row) {
+  std::vector<BoundValue> saved;
+  for (auto& s : report_.sections_) {
+    const auto k = s->kind();
+    if (s.get() == except || (k != SectionKind::GroupHeader && k != SectionKind::Detail &&
+                              k != SectionKind::GroupFooter))
+      continue;
+    for (auto& c : s->controls_) {
+      auto& st = c->state();
+      if (st.dataField.empty() || st.summary.active()) continue;
+      if (st.kind != ControlKind::Field && st.kind != ControlKind::CheckBox) continue;
+      saved.push_back({&st, st.value, st.text});
+    }
+    bindControls(*s, row);
+  }
+  return saved;
+}
+
+void RunLoop::unbind(std::vector<BoundValue>& saved) {
+  for (auto& b : saved) {
+    b.state->value = std::move(b.value);
+    b.state->text = std::move(b.text);
+  }
+}
+
 void RunLoop::computeSummaries(BandInstance& inst, bool atCommit,
                                const std::vector<Accumulator>* page) {
   Section& s = *inst.section;
@@ -547,7 +573,7 @@ void RunLoop::body() {
       inst.ownGroup = static_cast<int>(l);
       headerAt[l] = queue_.size();
       firstDetailPending[l] = true;
-      inst.column = groupHeaders_[l]->state().everyRow && detail_ && detail_->columnCount() > 1;
+      inst.column = groupHeaders_[l]->state().columnLayout && detail_ && detail_->columnCount() > 1;
       queue_.push_back(std::move(inst));
     }
     if (detail_) {
@@ -566,7 +592,7 @@ void RunLoop::body() {
       if (!end[k]) continue;
       BandInstance inst = formatSection(*groupFooters_[k], cur, idx);
       inst.ownGroup = static_cast<int>(k);
-      inst.column = groupHeaders_[k]->state().everyRow && detail_ && detail_->columnCount() > 1;
+      inst.column = groupFooters_[k]->state().columnLayout && detail_ && detail_->columnCount() > 1;
       queue_.push_back(std::move(inst));
       if (groupHeaders_[k]->groupKeepTogether() == GroupKeepTogether::All)
         queue_[headerAt[k]].keepUntil = static_cast<int>(queue_.size()) - 1;

@@ -80,6 +80,15 @@ class RunLoop {
   TextMeasurer* measurer() const { return options_.measurer; }
   std::uint64_t latestSeq(const Section* s) const;
   void runSubreports(BandInstance& inst);
+  // PageStart sees the page's first row in the bound controls of every body section; the
+  // previous values come back afterwards.
+  struct BoundValue {
+    ControlState* state;
+    Variant value;
+    std::string text;
+  };
+  std::vector<BoundValue> bindBodySections(const Section* except, const RowValues& row);
+  static void unbind(std::vector<BoundValue>& saved);
 
  private:
   void prepare();

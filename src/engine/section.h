@@ -52,8 +52,11 @@ struct SectionState {
   // than once per enclosing group.
   bool everyRow = false;
   GroupKeepTogether groupKeepTogether = GroupKeepTogether::None;
-  bool repeatHeader =
-      false;  // group header: print again at the top of a page the group continues on
+  // Group header: print again at the top of a page the group continues on (not yet honoured).
+  bool repeatHeader = false;
+  // Group header or footer: flows in the detail's columns (when it has several) rather than
+  // across the full width.
+  bool columnLayout = true;
 };
 
 class Section {

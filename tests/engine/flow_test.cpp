@@ -1,0 +1,183 @@
+// How bands flow: subreports split across pages, state that handlers set, group headers in
+// detail columns, data-field expressions.
+#include <gtest/gtest.h>
+
+#include "engine/document_dump.h"
+#include "engine/expression.h"
+#include "engine_test_util.h"
+
+namespace galvix::engine {
+namespace {
+
+using test::allTexts;
+using test::layoutOf;
+using test::texts;
+
+constexpr const char* kItems = R"J({"version": 1, "name": "srptItems", "sections": [
+  {"kind": "reportHeader", "name": "ReportHeader", "height": 200,
+   "controls": [{"kind": "label", "name": "lblHead", "width": 1000, "height": 200, "caption": "Items"}]},
+  {"kind": "detail", "name": "Detail", "height": 400,
+   "controls": [{"kind": "field", "name": "txtItem", "dataField": "Item", "width": 1000, "height": 400}]}]})J";
+
+std::vector<RowValues> numbered(const std::string& prefix, int n) {
+  std::vector<RowValues> v;
+  for (int i = 1; i <= n; ++i) v.push_back({Variant::string(prefix + std::to_string(i))});
+  return v;
+}
+
+TEST(Subreports, TallParentBandSplitsBetweenChildRows) {
+  // Page body 3000 - 300 footer = 2700; the child needs 200 + 12 * 400 = 5000.
+  class R : public Report {
+   public:
+    R()
+        : Report(layoutOf(R"J({"version": 1, "name": "rptParent",
+          "page": {"paperWidth": 6000, "paperHeight": 4000,
+                   "margins": {"left": 500, "right": 500, "top": 500, "bottom": 500}},
+          "sections": [
+            {"kind": "detail", "name": "Detail", "height": 300, "controls": [
+              {"kind": "field", "name": "txtKey", "dataField": "K", "width": 500, "height": 300},
+              {"kind": "subReport", "name": "srptItems", "top": 300, "left": 1000, "width": 2000, "height": 100}]},
+            {"kind": "pageFooter", "name": "PageFooter", "height": 300}]})J")) {
+      data().setRows({"K"}, {{Variant::string("k")}});
+      onFormat("Detail", [this] {
+        auto child = std::make_shared<Report>(layoutOf(kItems));
+        child->data().setRows({"Item"}, numbered("i", 12));
+        subReport("srptItems").setReport(child);
+      });
+    }
+  } r;
+  auto res = test::run(r);
+  ASSERT_EQ(res.document.pages.size(), 3u) << dumpDocument(res.document);
+  // Page 1: key 300, child header 200, then rows of 400 while they fit in 2700: 5 rows.
+  auto p1 = texts(res.document, 1, "txtItem");
+  ASSERT_EQ(p1.size(), 5u);
+  EXPECT_EQ(p1[0]->box.left, 500 + 1000);
+  EXPECT_EQ(p1[0]->box.top, 500 + 300 + 200);
+  auto p2 = texts(res.document, 2, "txtItem");
+  ASSERT_EQ(p2.size(), 6u);
+  EXPECT_EQ(p2[0]->text, "i6");
+  EXPECT_EQ(p2[0]->box.top, 500);
+  EXPECT_EQ(allTexts(res.document, "lblHead").size(), 1u);
+}
+
+TEST(HandlerState, HoldsUntilSetAgainAndEachInstanceKeepsItsOwn) {
+  class R : public Report {
+   public:
+    R()
+        : Report(layoutOf(R"J({"version": 1, "name": "rptState", "sections": [
+            {"kind": "groupHeader", "name": "ghG", "dataField": "G", "height": 300},
+            {"kind": "detail", "name": "Detail", "height": 300, "controls": [
+              {"kind": "field", "name": "txtN", "dataField": "N", "width": 500, "height": 300},
+              {"kind": "label", "name": "lblFlag", "left": 500, "width": 500, "height": 300}]},
+            {"kind": "groupFooter", "name": "gfG", "height": 300, "controls": [
+              {"kind": "label", "name": "lblTotal", "width": 500, "height": 300}]}]})J")) {
+      data().setRows({"G", "N"}, {{1, 1}, {1, 2}, {1, 3}, {2, 4}, {2, 5}});
+      // Set on some rows only: later rows keep the last value set.
+      onFormat("Detail", [this] {
+        int n = data().recordset().value("N").toLong();
+        if (n == 1) label("lblFlag").setCaption("one");
+        if (n == 3) label("lblFlag").setCaption("three");
+        if (n == 5) label("lblFlag").setVisible(false);
+      });
+      // Changed at BeforePrint of the group footer; the next group's footer starts from it.
+      onBeforePrint("gfG", [this] {
+        auto& l = label("lblTotal");
+        l.setCaption(l.caption() + "+");
+      });
+    }
+  } r;
+  auto res = test::run(r);
+  EXPECT_EQ(allTexts(res.document, "lblFlag"),
+            (std::vector<std::string>{"one", "one", "three", "three"}));
+  EXPECT_EQ(allTexts(res.document, "txtN"), (std::vector<std::string>{"1", "2", "3", "4", "5"}));
+  EXPECT_EQ(allTexts(res.document, "lblTotal"), (std::vector<std::string>{"+", "++"}));
+}
+
+TEST(Columns, GroupHeadersFlowInTheColumnsWithRunningHeads) {
+  // A phone book: entries in two columns down then across, a letter header in the columns,
+  // page heads from the first and last entry of each page.
+  class R : public Report {
+   public:
+    R()
+        : Report(layoutOf(R"J({"version": 1, "name": "rptBook",
+          "page": {"paperWidth": 6000, "paperHeight": 4000,
+                   "margins": {"left": 500, "right": 500, "top": 500, "bottom": 500}},
+          "sections": [
+            {"kind": "pageHeader", "name": "PageHeader", "height": 300, "controls": [
+              {"kind": "label", "name": "lblFrom", "width": 1000, "height": 300}]},
+            {"kind": "groupHeader", "name": "ghNameChar", "dataField": "=left(Company, 1) ", "height": 400,
+             "controls": [{"kind": "field", "name": "txtNameChar", "dataField": "=left(Company, 1) ",
+                           "width": 2500, "height": 400}]},
+            {"kind": "detail", "name": "Detail", "height": 500,
+             "columns": {"count": 2, "spacing": 0},
+             "controls": [{"kind": "field", "name": "txtCompany", "dataField": "Company", "width": 2500, "height": 500}]},
+            {"kind": "groupFooter", "name": "gfNameChar", "height": 0},
+            {"kind": "pageFooter", "name": "PageFooter", "height": 300, "controls": [
+              {"kind": "label", "name": "lblTo", "width": 1000, "height": 300}]}]})J")) {
+      data().setRows({"Company"}, {{"Acme"},
+                                   {"Apex"},
+                                   {"Best"},
+                                   {"Bolt"},
+                                   {"Bray"},
+                                   {"Cope"},
+                                   {"Core"},
+                                   {"Cute"},
+                                   {"Dash"},
+                                   {"Dove"},
+                                   {"Duke"},
+                                   {"Echo"}});
+      onBeforePrint("Detail", [this] {
+        if (!data().recordset().EOF_()) label("lblTo").setCaption(field("txtCompany").text());
+      });
+    }
+    void onPageStart() override { label("lblFrom").setCaption(field("txtCompany").text()); }
+  } r;
+  auto res = test::run(r);
+  // Body 2400 per column. Column 1: A, Acme, Apex, B with Best (a header stays with its
+  // first entry); column 2: Bolt, Bray, C with Cope, Core; page 2 from Cute.
+  ASSERT_EQ(res.document.pages.size(), 2u);
+  auto heads = texts(res.document, 1, "txtNameChar");
+  ASSERT_GE(heads.size(), 3u);
+  EXPECT_EQ(heads[0]->text, "A");
+  EXPECT_EQ(heads[0]->box.width, 2500);
+  EXPECT_EQ(heads[2]->text, "C");
+  EXPECT_EQ(heads[2]->box.left, 500 + 2500);
+  auto companies = texts(res.document, 1, "txtCompany");
+  ASSERT_EQ(companies.size(), 7u) << dumpDocument(res.document);
+  EXPECT_EQ(companies[4]->text, "Bray");
+  EXPECT_EQ(companies[4]->box.left, 3000);
+  EXPECT_EQ(companies[4]->box.top, 1300);
+  // The first page starts with a letter header: its PageStart still sees the first entry.
+  EXPECT_EQ(allTexts(res.document, "lblFrom"), (std::vector<std::string>{"Acme", "Cute"}));
+  EXPECT_EQ(allTexts(res.document, "lblTo"), (std::vector<std::string>{"Core", "Echo"}));
+}
+
+TEST(Expressions, EvaluateAgainstTheRow) {
+  Columns cols{{"First", "Last", "N", "Note"}};
+  RowValues row{Variant::string("Émile"), Variant::string("Zola"), Variant::longInt(7),
+                Variant::null()};
+  struct Case {
+    const char* field;
+    const char* text;
+  } cases[] = {
+      {"=Left(First, 1)", "É"},
+      {"=Right(Last, 2) & \"!\"", "la!"},
+      {"=Mid(First, 2, 3)", "mil"},
+      {"=UCase(Last) & ', ' & [First]", "ZOLA, Émile"},
+      {"=Nz(Note, 'none')", "none"},
+      {"=N + 1", "8"},
+      {"=Len(First)", "5"},
+      {"=Trim('  x  ')", "x"},
+      {"last", "Zola"},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(Expression::compile(c.field, cols).eval(row).displayText(), c.text) << c.field;
+  EXPECT_TRUE(Expression::compile("Missing", cols).isMissingColumn());
+  EXPECT_TRUE(Expression::compile("=Left(Note, 1)", cols).eval(row).isNull());
+  for (const char* bad : {"=Left(Nope, 1)", "=Left(First, 1", "=Foo(First)", "=First &"}) {
+    EXPECT_THROW(Expression::compile(bad, cols), EngineError) << bad;
+  }
+}
+
+}  // namespace
+}  // namespace galvix::engine
