@@ -391,12 +391,17 @@ void Paginator::placeCell(std::vector<BandInstance>& queue, std::size_t from, st
   if (!colsUsed_) startColumns();
   const bool down = detail.columnDirection() == ColumnDirection::DownAcross;
   if (down) {
-    while (colY_[static_cast<std::size_t>(colIndex_)] + ch > bodyBottom_ &&
-           colY_[static_cast<std::size_t>(colIndex_)] > colTop_) {
-      if (++colIndex_ >= n) {
-        newPage();
-        break;
+    // Next column when this one is full; a new page after the last column, or when the
+    // columns began below the top of the page and even an empty column has no room.
+    while (colY_[static_cast<std::size_t>(colIndex_)] + ch > bodyBottom_) {
+      const bool emptyColumn = colY_[static_cast<std::size_t>(colIndex_)] == colTop_;
+      if (emptyColumn && colTop_ == bodyTop_) break;  // taller than a column: place anyway
+      if (!emptyColumn && colIndex_ + 1 < n) {
+        ++colIndex_;
+        continue;
       }
+      newPage();
+      if (report_.cancelled()) return;
     }
     cellY_ = colY_[static_cast<std::size_t>(colIndex_)];
   } else {
@@ -404,7 +409,10 @@ void Paginator::placeCell(std::vector<BandInstance>& queue, std::size_t from, st
       colIndex_ = 0;
       rowTop_ = rowBottom_;
     }
-    if (rowTop_ + ch > bodyBottom_ && rowTop_ > colTop_) newPage();
+    if (rowTop_ + ch > bodyBottom_ && rowTop_ > bodyTop_) {
+      newPage();
+      if (report_.cancelled()) return;
+    }
     cellY_ = rowTop_;
   }
   cellX_ = left_ + colIndex_ * (colWidth_ + sp);
