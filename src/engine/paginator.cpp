@@ -58,7 +58,7 @@ Paginator::Paginator(RunLoop& loop, bool embedded, std::int32_t embeddedWidth)
   if (embedded_) {
     pages_.emplace_back();
     open_ = true;
-    left_ = bodyTop_ = y_ = 0;
+    left_ = bodyTop_ = bodyStart_ = y_ = 0;
     bodyBottom_ = footerTop_ = kUnbounded;
     width_ = embeddedWidth_;
   } else {
@@ -88,7 +88,7 @@ void Paginator::openPage(BandInstance* first) {
   std::int32_t fh = pageFooter_ && pageFooter_->visible() ? rnd(pageFooter_->height()) : 0;
   footerTop_ = pages_.back().height - rnd(ps.bottomMargin) - fh;
   bodyBottom_ = footerTop_;
-  y_ = bodyTop_;
+  y_ = bodyStart_ = bodyTop_;
   colsUsed_ = false;
   pageTotals_.assign(loop_.summaries().size(), {});
 
@@ -123,6 +123,14 @@ void Paginator::openPage(BandInstance* first) {
     BandInstance ph = loop_.formatSection(*pageHeader_, row, idx);
     if (ph.sectionState.visible) commit(ph, false);
   }
+  // Headers of groups that continue on this page, where the layout asks for them again.
+  for (auto& h : openHeaders_) {
+    if (!h || (first && first->seq == h->seq)) continue;
+    BandInstance again = *h;
+    again.column = false;
+    commit(again, false);
+  }
+  bodyStart_ = y_;
 }
 
 void Paginator::closePage() {
@@ -259,7 +267,7 @@ void Paginator::commit(BandInstance& inst, bool flow) {
             if (ok) cut1 = c;
           }
           if (cut1 <= cut0) {
-            if (y > bodyTop_) {  // try again on a fresh page
+            if (y > bodyStart_) {  // try again on a fresh page
               closePage();
               openPage(&inst);
               loop_.restore(inst);
@@ -267,12 +275,17 @@ void Paginator::commit(BandInstance& inst, bool flow) {
               y = y_;
               continue;
             }
-            cut1 = std::max(cut0 + 1, limit);  // no clean cut: clip
+            // No clean cut: what straddles the page end is clipped; the band goes on only
+            // if it has items below.
+            cut1 = std::max(cut0 + 1, limit);
+            bool more = false;
+            for (auto& it : items) more = more || extent(it).first >= cut1;
+            if (!more) cut1 = h;
             report_.host().warning("band '" + s.name() + "' is taller than the page; clipped");
           }
         }
         emitAll(cut0, cut1, y);
-        y += cut1 - cut0;
+        y += std::min(cut1 - cut0, bodyBottom_ - y);
         y_ = y;
         cut0 = cut1;
         if (cut0 < h) {
@@ -295,6 +308,15 @@ void Paginator::commit(BandInstance& inst, bool flow) {
     lastRowIndex_ = inst.rowIndex;
   }
   report_.onBandEvent(s, BandEvent::AfterPrint);
+  if (inst.ownGroup >= 0 && !embedded_) {
+    const auto level = static_cast<std::size_t>(inst.ownGroup);
+    if (openHeaders_.size() <= level) openHeaders_.resize(level + 1);
+    if (s.kind() == SectionKind::GroupHeader && inst.sectionState.repeatHeader) {
+      openHeaders_[level] = inst;
+    } else if (s.kind() == SectionKind::GroupFooter) {
+      for (std::size_t l = level; l < openHeaders_.size(); ++l) openHeaders_[l].reset();
+    }
+  }
   if (!latest) loop_.restore(saved);
   if (!embedded_ && flow &&
       (hasPageBreak(s) || inst.sectionState.newPage == NewPage::After ||
@@ -395,7 +417,7 @@ void Paginator::placeCell(std::vector<BandInstance>& queue, std::size_t from, st
     // columns began below the top of the page and even an empty column has no room.
     while (colY_[static_cast<std::size_t>(colIndex_)] + ch > bodyBottom_) {
       const bool emptyColumn = colY_[static_cast<std::size_t>(colIndex_)] == colTop_;
-      if (emptyColumn && colTop_ == bodyTop_) break;  // taller than a column: place anyway
+      if (emptyColumn && colTop_ == bodyStart_) break;  // taller than a column: place anyway
       if (!emptyColumn && colIndex_ + 1 < n) {
         ++colIndex_;
         continue;
@@ -409,7 +431,7 @@ void Paginator::placeCell(std::vector<BandInstance>& queue, std::size_t from, st
       colIndex_ = 0;
       rowTop_ = rowBottom_;
     }
-    if (rowTop_ + ch > bodyBottom_ && rowTop_ > bodyTop_) {
+    if (rowTop_ + ch > bodyBottom_ && rowTop_ > bodyStart_) {
       newPage();
       if (report_.cancelled()) return;
     }

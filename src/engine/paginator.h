@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "engine/run_loop.h"
@@ -39,8 +40,9 @@ class Paginator {
                  std::int32_t height, Section& detail);
   void endColumns();
   std::int32_t remaining() const { return bodyBottom_ - y_; }
-  std::int32_t bodyHeight() const { return bodyBottom_ - bodyTop_; }
-  bool pageEmpty() const { return y_ == bodyTop_ && !colsUsed_; }
+  // Room on a fresh page below its page header (and repeated group headers).
+  std::int32_t bodyHeight() const { return bodyBottom_ - bodyStart_; }
+  bool pageEmpty() const { return y_ == bodyStart_ && !colsUsed_; }
 
   RunLoop& loop_;
   Report& report_;
@@ -49,7 +51,7 @@ class Paginator {
   std::vector<doc::Page> pages_;
   bool open_ = false;
   bool breakPending_ = false;
-  std::int32_t left_ = 0, bodyTop_ = 0, bodyBottom_ = 0, footerTop_ = 0, y_ = 0;
+  std::int32_t left_ = 0, bodyTop_ = 0, bodyStart_ = 0, bodyBottom_ = 0, footerTop_ = 0, y_ = 0;
   std::int32_t width_ = 0;  // print width
   // Columns of the detail band on the current page.
   bool colsUsed_ = false;
@@ -64,6 +66,7 @@ class Paginator {
   Section* pageHeader_ = nullptr;
   Section* pageFooter_ = nullptr;
   bool reportHeaderPlacedAtOpen_ = false;
+  std::vector<std::optional<BandInstance>> openHeaders_;  // by group level, to repeat
 };
 
 }  // namespace galvix::engine

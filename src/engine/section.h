@@ -52,7 +52,7 @@ struct SectionState {
   // than once per enclosing group.
   bool everyRow = false;
   GroupKeepTogether groupKeepTogether = GroupKeepTogether::None;
-  // Group header: print again at the top of a page the group continues on (not yet honoured).
+  // Group header: print again at the top of each page the group continues on.
   bool repeatHeader = false;
   // Group header or footer: flows in the detail's columns (when it has several) rather than
   // across the full width.

@@ -60,6 +60,59 @@ TEST(Subreports, TallParentBandSplitsBetweenChildRows) {
   EXPECT_EQ(allTexts(res.document, "lblHead").size(), 1u);
 }
 
+TEST(Groups, HeaderRepeatsOnPagesItsGroupContinuesOn) {
+  Report r(layoutOf(R"J({"version": 1, "name": "rptRepeat",
+      "page": {"paperWidth": 6000, "paperHeight": 4000,
+               "margins": {"left": 500, "right": 500, "top": 500, "bottom": 500}},
+      "sections": [
+        {"kind": "pageHeader", "name": "PageHeader", "height": 200},
+        {"kind": "groupHeader", "name": "ghParty", "dataField": "P", "height": 300, "repeatHeader": true,
+         "controls": [{"kind": "field", "name": "txtParty", "dataField": "P", "width": 500, "height": 300}]},
+        {"kind": "detail", "name": "Detail", "height": 500},
+        {"kind": "groupFooter", "name": "gfParty", "height": 0}]})J"));
+  // Body 2800: party A's header and 5 rows fill page 1; rows 6-7 continue on page 2 under a
+  // repeated header; party B starts there with its own header, and is not repeated before it.
+  std::vector<RowValues> v(7, RowValues{Variant::string("A")});
+  v.push_back({Variant::string("B")});
+  r.data().setRows({"P"}, std::move(v));
+  auto res = test::run(r);
+  ASSERT_EQ(res.document.pages.size(), 2u);
+  auto p2 = texts(res.document, 2, "txtParty");
+  ASSERT_EQ(p2.size(), 2u);
+  EXPECT_EQ(p2[0]->text, "A");
+  EXPECT_EQ(p2[0]->box.top, 500 + 200);
+  EXPECT_EQ(p2[1]->text, "B");
+  EXPECT_EQ(p2[1]->box.top, 500 + 200 + 300 + 2 * 500);
+}
+
+TEST(Subreports, BandTallerThanAPageWithNoCleanCutIsClippedOnce) {
+  struct Host : HostServices {
+    std::vector<std::string> warnings;
+    void message(const std::string&, const std::string&, MessageIcon) override {}
+    void warning(const std::string& t) override { warnings.push_back(t); }
+  };
+  auto host = std::make_shared<Host>();
+  Report r(layoutOf(R"J({"version": 1, "name": "rptTall",
+      "page": {"paperWidth": 6000, "paperHeight": 4000,
+               "margins": {"left": 500, "right": 500, "top": 500, "bottom": 500}},
+      "sections": [
+        {"kind": "pageHeader", "name": "PageHeader", "height": 200},
+        {"kind": "detail", "name": "Detail", "height": 300, "controls": [
+          {"kind": "field", "name": "txtNote", "dataField": "Note", "width": 1000, "height": 240,
+           "canGrow": true}]}]})J"));
+  r.setHost(host);
+  std::string tall;
+  for (int i = 0; i < 30; ++i) tall += "line\n";
+  r.data().setRows({"Note"}, {{"short"}, {Variant::string(tall)}, {"after"}});
+  auto res = test::run(r);
+  EXPECT_EQ(allTexts(res.document, "txtNote").size(), 3u);
+  ASSERT_EQ(res.document.pages.size(), 3u);
+  EXPECT_EQ(texts(res.document, 2, "txtNote").at(0)->box.top, 500 + 200);
+  EXPECT_EQ(texts(res.document, 3, "txtNote").at(0)->text, "after");
+  EXPECT_EQ(host->warnings,
+            (std::vector<std::string>{"band 'Detail' is taller than the page; clipped"}));
+}
+
 TEST(HandlerState, HoldsUntilSetAgainAndEachInstanceKeepsItsOwn) {
   class R : public Report {
    public:

@@ -28,7 +28,8 @@ Shape randomLayout(std::mt19937& rng) {
     secs += R"J({"kind": "groupHeader", "name": "gh)J" + std::to_string(g) +
             R"J(", "dataField": "K)J" + std::to_string(g) + R"J(", "height": )J" +
             std::to_string(pick(0, 700)) + R"J(, "groupKeepTogether": ")J" + keeps[pick(0, 2)] +
-            R"J(", "columnLayout": )J" + (pick(0, 1) ? "true" : "false") +
+            R"J(", "repeatHeader": )J" + (pick(0, 1) ? "true" : "false") +
+            R"J(, "columnLayout": )J" + (pick(0, 1) ? "true" : "false") +
             R"J(, "controls": [{"kind": "label", "name": "lblH)J" + std::to_string(g) +
             R"J(", "width": 500}]},)J";
   secs += R"J({"kind": "detail", "name": "Detail", "height": )J" + std::to_string(pick(100, 800)) +
