@@ -145,6 +145,13 @@ class Control {
   bool wordWrap() const { return st_.wordWrap; }
   void setWordWrap(bool v) { st_.wordWrap = v; }
 
+  // The typed facade when the control is of that kind, else nullptr:
+  //   if (auto* f = section("gfDetail").item(i).as<Field>()) f->setDataValue(total);
+  template <class T>
+  T* as() {
+    return dynamic_cast<T*>(this);
+  }
+
   // The whole state record (engine snapshots; rarely needed by report code).
   const ControlState& state() const { return st_; }
   ControlState& state() { return st_; }
