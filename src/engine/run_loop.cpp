@@ -289,7 +289,7 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
   Section& s = *inst.section;
   if (!s.visible()) return 0;
   std::int32_t h = rnd(s.height());
-  std::int32_t grownBottom = 0;
+  std::int32_t grownBottom = 0, bottom = 0;
   bool grew = false;
   for (std::size_t i = 0; i < s.controls_.size(); ++i) {
     const auto& st = s.controls_[i]->state();
@@ -317,18 +317,18 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
       if (st.canGrow) nh = std::max(nh, m);
       if (st.canShrink) nh = std::min(nh, m);
     }
+    const std::int32_t top =
+        st.kind == ControlKind::Line ? rnd(std::min(st.top, st.top + st.height)) : rnd(st.top);
+    const std::int32_t extent = st.kind == ControlKind::Line ? rnd(std::abs(st.height)) : nh;
+    bottom = std::max(bottom, top + extent);
     if (nh > ch) {
       grew = true;
-      grownBottom = std::max(grownBottom, rnd(st.top) + nh);
+      grownBottom = std::max(grownBottom, top + nh);
     }
   }
   if (grew && s.canGrow()) h = std::max(h, grownBottom);
-  if (s.canShrink()) {
-    std::int32_t bottom = 0;
-    for (const auto& c : s.controls_)
-      if (c->visible()) bottom = std::max(bottom, rnd(c->top() + c->height()));
-    h = std::min(h, std::max(bottom, grew ? grownBottom : 0));
-  }
+  // A band that can shrink ends below its lowest visible control.
+  if (s.canShrink()) h = std::min(h, bottom);
   return std::max(0, h);
 }
 

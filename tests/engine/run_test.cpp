@@ -454,6 +454,23 @@ TEST(Bands, CanGrowKeepTogetherAndLandscape) {
   EXPECT_EQ(secondGroupTop, 500 + 100 + 240 + 480 + 100 + 100);
 }
 
+TEST(Bands, ShrinkingControlsShrinkTheirBand) {
+  Report r(layoutOf(layoutJson("rptShrink", R"(
+      {"kind": "detail", "name": "Detail", "height": 800, "canShrink": true,
+       "controls": [
+         {"kind": "field", "name": "txtName", "dataField": "Name", "width": 1000, "height": 240},
+         {"kind": "field", "name": "txtNote", "dataField": "Note", "top": 240, "width": 1000,
+          "height": 480, "canShrink": true}]})")));
+  r.data().setRows({"Name", "Note"}, rows({{"a", ""}, {"b", "one line"}, {"c", "x"}}));
+  auto res = test::run(r);
+  auto names = texts(res.document, 1, "txtName");
+  ASSERT_EQ(names.size(), 3u);
+  // Row a: the note shrinks to nothing, the band to 240; row b: to one line, 480.
+  EXPECT_EQ(names[1]->box.top, 500 + 240);
+  EXPECT_EQ(names[2]->box.top, 500 + 240 + 480);
+  EXPECT_EQ(texts(res.document, 1, "txtNote")[1]->box.height, 240);
+}
+
 TEST(Bands, GroupKeptTogetherMovesToNextPage) {
   Report r(layoutOf(layoutJson("rptKeep", R"(
       {"kind": "groupHeader", "name": "ghG", "dataField": "G", "height": 500, "groupKeepTogether": "all"},
