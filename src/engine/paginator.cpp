@@ -212,6 +212,17 @@ void Paginator::commit(BandInstance& inst, bool flow) {
 
   const std::int32_t x = inst.column ? cellX_ : left_;
   std::int32_t y = inst.column ? cellY_ : y_;
+  // Moving on to a new page keeps the state BeforePrint left for AfterPrint.
+  auto moveToNewPage = [&] {
+    BandInstance printed;
+    printed.section = &s;
+    loop_.snapshot(printed);
+    closePage();
+    openPage(&inst);
+    loop_.restore(printed);
+    loop_.setViewRow(inst.row, inst.rowIndex);
+    y = y_;
+  };
   auto emitAll = [&](std::int32_t cut0, std::int32_t cut1, std::int32_t atY) {
     const std::size_t base = pages_.back().items.size();
     // Map which of our items land on this page, to record deferred page counts.
@@ -240,11 +251,7 @@ void Paginator::commit(BandInstance& inst, bool flow) {
     const bool splittable =
         h > bodyHeight() || (!inst.fragments.empty() && !inst.sectionState.keepTogether);
     if (!splittable && !pageEmpty()) {
-      closePage();
-      openPage(&inst);
-      loop_.restore(inst);
-      loop_.setViewRow(inst.row, inst.rowIndex);
-      y = y_;
+      moveToNewPage();
     }
     if (splittable) {
       std::int32_t cut0 = 0;
@@ -268,11 +275,7 @@ void Paginator::commit(BandInstance& inst, bool flow) {
           }
           if (cut1 <= cut0) {
             if (y > bodyStart_) {  // try again on a fresh page
-              closePage();
-              openPage(&inst);
-              loop_.restore(inst);
-              loop_.setViewRow(inst.row, inst.rowIndex);
-              y = y_;
+              moveToNewPage();
               continue;
             }
             // No clean cut: what straddles the page end is clipped; the band goes on only
@@ -289,11 +292,7 @@ void Paginator::commit(BandInstance& inst, bool flow) {
         y_ = y;
         cut0 = cut1;
         if (cut0 < h) {
-          closePage();
-          openPage(&inst);
-          loop_.restore(inst);
-          loop_.setViewRow(inst.row, inst.rowIndex);
-          y = y_;
+          moveToNewPage();
         }
       }
       placed = true;

@@ -113,6 +113,39 @@ TEST(Subreports, BandTallerThanAPageWithNoCleanCutIsClippedOnce) {
             (std::vector<std::string>{"band 'Detail' is taller than the page; clipped"}));
 }
 
+TEST(HandlerState, BandGrownInBeforePrintMovesWithItsState) {
+  class R : public test::LoggingReport {
+   public:
+    explicit R(std::vector<std::string>* log)
+        : LoggingReport(layoutOf(R"J({"version": 1, "name": "rptMove",
+          "page": {"paperWidth": 6000, "paperHeight": 4000,
+                   "margins": {"left": 500, "right": 500, "top": 500, "bottom": 500}},
+          "sections": [
+            {"kind": "detail", "name": "Detail", "height": 1000, "controls": [
+              {"kind": "field", "name": "txtNote", "width": 1000, "height": 240, "canGrow": true}]}]})J"),
+                        log) {
+      data().setRows({"N"}, {{1}, {2}, {3}});
+      onBeforePrint("Detail", [this] {
+        // The third row becomes four lines (960) after its place was decided.
+        if (data().recordset().value("N").toLong() == 3)
+          field("txtNote").setText("a\nb\nc\nd\ne\nf\ng\nh\ni\nj\nk\nl");
+      });
+      onAfterPrint("Detail", [this] { add("  text " + field("txtNote").text().substr(0, 1)); });
+    }
+  };
+  std::vector<std::string> log;
+  R r(&log);
+  auto res = test::run(r);
+  ASSERT_EQ(res.document.pages.size(), 2u);
+  auto notes = texts(res.document, 2, "txtNote");
+  ASSERT_EQ(notes.size(), 1u);
+  EXPECT_EQ(notes[0]->box.top, 500);
+  const std::vector<std::string> tail(log.end() - 7, log.end());
+  EXPECT_EQ(tail, (std::vector<std::string>{"BeforePrint Detail row=2", "PageEnd p1",
+                                            "PageStart p2 row=2", "AfterPrint Detail row=2",
+                                            "  text a", "PageEnd p2", "ReportEnd"}));
+}
+
 TEST(HandlerState, HoldsUntilSetAgainAndEachInstanceKeepsItsOwn) {
   class R : public Report {
    public:
