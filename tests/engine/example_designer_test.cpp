@@ -1,0 +1,92 @@
+// The designer shown in docs/engine.md, compiled and run as written.
+#include <gtest/gtest.h>
+
+#include "engine/fixed_metric_measurer.h"
+#include "engine/layout_embed.h"
+#include "engine/report.h"
+#include "engine/run.h"
+
+GALVIX_USE_LAYOUT(rptExample);
+
+namespace galvix::reports {
+using namespace galvix::engine;
+
+class RptExample : public Report {
+ public:
+  RptExample() : Report(layouts::rptExample()) {
+    onFormat("ghPartyName", [this] { partyCount_ = 0; });
+    onFormat("Detail", [this] {
+      ++partyCount_;
+      auto phone = data().recordset().value("HPhone");  // the row being formatted
+      field("txtContact").setText(phone.isNull() ? "" : "(H) " + phone.toString());
+    });
+    // Runs after the group's details were formatted: the count is complete.
+    onBeforePrint("ghPartyName",
+                  [this] { field("txtCount").setText(std::to_string(partyCount_)); });
+  }
+  void setTitle(std::string t) { label("lblTitle").setCaption(std::move(t)); }
+  void setConnectionString(std::string c) { data().setConnectionString(std::move(c)); }
+
+  void onReportStart() override {
+    data().setSource("SELECT * FROM Guests " + where_);
+    section("Detail").addLabel("lblRuntime").setCaption("added at run time");
+  }
+  void onNoData() override {
+    host().message("Nothing to print.", "Galvo Pro Reports", MessageIcon::Information);
+    cancel();
+  }
+  void onPageStart() override {  // sees the row of the page's first band
+    label("lblFrom").setCaption(data().recordset().value("LastName").displayText());
+  }
+
+ private:
+  std::string where_;
+  int partyCount_ = 0;
+};
+
+}  // namespace galvix::reports
+
+namespace galvix::reports {
+namespace {
+
+TEST(ExampleDesigner, RunsAsDocumented) {
+  RptExample r;
+  r.setTitle("Smith - Jones");
+  r.data().setRows({"PartyID", "Party", "LastName", "HPhone"},
+                   {{1, "Dinner", "Adams", "555-1"},
+                    {1, "Dinner", "Baker", Variant::null()},
+                    {2, "Brunch", "Cole", "555-3"}});
+  engine::FixedMetricMeasurer m;
+  auto res = engine::runReport(r, {&m});
+  ASSERT_FALSE(res.cancelled);
+  std::vector<std::string> counts, contacts, added;
+  for (const auto& it : res.document.pages.at(0).items) {
+    auto* t = std::get_if<doc::Text>(&it.content);
+    if (!t) continue;
+    if (it.control == "txtCount") counts.push_back(t->text);
+    if (it.control == "txtContact") contacts.push_back(t->text);
+    if (it.control == "lblRuntime") added.push_back(t->text);
+    if (it.control == "lblTitle") {
+      EXPECT_EQ(t->text, "Smith - Jones");
+    }
+    if (it.control == "lblFrom") {
+      EXPECT_EQ(t->text, "Adams");
+    }
+  }
+  EXPECT_EQ(counts, (std::vector<std::string>{"2", "1"}));
+  EXPECT_EQ(contacts, (std::vector<std::string>{"(H) 555-1", "", "(H) 555-3"}));
+  EXPECT_EQ(added.size(), 3u);
+}
+
+TEST(ExampleDesigner, NoDataCancels) {
+  RptExample r;
+  r.data().setRows({"PartyID", "Party", "LastName", "HPhone"}, {});
+  struct Quiet : engine::HostServices {
+    void message(const std::string&, const std::string&, engine::MessageIcon) override {}
+  };
+  r.setHost(std::make_shared<Quiet>());
+  EXPECT_TRUE(engine::runReport(r).cancelled);
+}
+
+}  // namespace
+}  // namespace galvix::reports
