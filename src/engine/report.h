@@ -23,6 +23,8 @@
 namespace galvix::engine {
 
 struct EmbeddedLayout;
+struct RunResult;
+struct RunOptions;
 
 enum class BandEvent { Format, BeforePrint, AfterPrint };
 const char* bandEventName(BandEvent e);
@@ -107,10 +109,11 @@ class Report {
   void cancel() { cancelled_ = true; }  // ends the run; no document is produced
   bool cancelled() const { return cancelled_; }
   int pageNumber() const { return pageNumber_; }  // current page (1-based) while running
-  // A handler that needs the total page count in code sets this; the run then paginates twice.
+  // The page count, for handlers that need it in code: set when the report is run by
+  // runReportCountingPages (run.h), else 0. "Page N of M" fields do not need it.
   void setNeedsTotalPages(bool v) { needsTotalPages_ = v; }
   bool needsTotalPages() const { return needsTotalPages_; }
-  int totalPages() const { return totalPages_; }  // valid during the second pass
+  int totalPages() const { return totalPages_; }
 
   HostServices& host() { return *host_; }
   void setHost(std::shared_ptr<HostServices> h);
@@ -120,6 +123,8 @@ class Report {
   friend class RunLoop;
   friend class Paginator;
   friend class Section;
+  friend RunResult runReportCountingPages(const std::function<std::unique_ptr<Report>()>&,
+                                          const RunOptions&);
   void instantiate();
   void checkNewName(std::string_view name) const;
   void indexControl(Section& s, Control& c);

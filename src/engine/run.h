@@ -26,4 +26,10 @@ struct RunResult {
 // handlers and by the data source propagate to the caller (the run stops).
 RunResult runReport(Report& report, const RunOptions& options = {});
 
+// For a designer whose handlers read totalPages() in code: runs a fresh report from `make` to
+// count the pages, then another with totalPages() set. Other designers need only runReport
+// ("page N of M" fields are filled in after the last page without a second run).
+RunResult runReportCountingPages(const std::function<std::unique_ptr<Report>()>& make,
+                                 const RunOptions& options = {});
+
 }  // namespace galvix::engine

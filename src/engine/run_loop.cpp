@@ -653,4 +653,18 @@ RunResult runReport(Report& report, const RunOptions& options) {
   return loop.run();
 }
 
+RunResult runReportCountingPages(const std::function<std::unique_ptr<Report>()>& make,
+                                 const RunOptions& options) {
+  int pages = 0;
+  {
+    auto first = make();
+    auto res = runReport(*first, options);
+    if (res.cancelled) return res;
+    pages = static_cast<int>(res.document.pages.size());
+  }
+  auto second = make();
+  second->totalPages_ = pages;
+  return runReport(*second, options);
+}
+
 }  // namespace galvix::engine

@@ -176,6 +176,30 @@ TEST(Pages, RunningHeadsAndPageNofM) {
   EXPECT_EQ(ttl[0]->align, doc::HAlign::Right);
 }
 
+TEST(Pages, PageCountReadInCodeNeedsTheCountingRun) {
+  class R : public Report {
+   public:
+    R()
+        : Report(layoutOf(layoutJson("rptCount", R"(
+        {"kind": "detail", "name": "Detail", "height": 1000},
+        {"kind": "pageFooter", "name": "PageFooter", "height": 300,
+         "controls": [{"kind": "label", "name": "lblPage", "width": 1000, "height": 300}]})"))) {
+      data().setRows({"N"}, rows({{1}, {2}, {3}, {4}, {5}, {6}}));
+      onFormat("PageFooter", [this] {
+        label("lblPage").setCaption(std::to_string(pageNumber()) + "/" +
+                                    std::to_string(totalPages()));
+      });
+    }
+  };
+  int made = 0;
+  auto res = runReportCountingPages([&] {
+    ++made;
+    return std::make_unique<R>();
+  });
+  EXPECT_EQ(made, 2);
+  EXPECT_EQ(allTexts(res.document, "lblPage"), (std::vector<std::string>{"1/3", "2/3", "3/3"}));
+}
+
 // ---------------------------------------------------------------------------------------------
 // Labels three across, with a spacing band between label rows, flowing to a second page.
 
