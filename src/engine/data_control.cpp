@@ -38,7 +38,7 @@ Variant RowView::value(int ordinal) const {
 Variant RowView::value(std::string_view name) const {
   int i = columns_ ? columns_->find(name) : -1;
   if (i < 0)
-    throw db::DbError(db::kErrNoSuchColumn,
+    throw db::DbError(0x800A0CC1,  // item not found in the collection
                       "Item cannot be found in the collection corresponding to the requested "
                       "name or ordinal: '" +
                           std::string(name) + "'");
