@@ -126,6 +126,10 @@ void RunLoop::prepare() {
   const Columns& cols = columns_ ? *columns_ : kNone;
   for (Section* gh : groupHeaders_) {
     const auto& st = gh->state();
+    if (!columns_) {  // no rows to group
+      groupKeys_.emplace_back();
+      continue;
+    }
     Expression e = Expression::compile(st.dataField, cols);
     if (e.isMissingColumn()) {
       if (st.breakOn.empty())
