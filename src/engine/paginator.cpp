@@ -128,6 +128,7 @@ void Paginator::openPage(BandInstance* first) {
     if (!h || (first && first->seq == h->seq)) continue;
     BandInstance again = *h;
     again.column = false;
+    again.repeated = true;
     commit(again, false);
   }
   bodyStart_ = y_;
@@ -317,7 +318,8 @@ void Paginator::commit(BandInstance& inst, bool flow) {
     }
   }
   if (!latest) loop_.restore(saved);
-  if (!embedded_ && flow &&
+  const bool body = s.kind() != SectionKind::PageHeader && s.kind() != SectionKind::PageFooter;
+  if (!embedded_ && body && !inst.repeated &&
       (hasPageBreak(s) || inst.sectionState.newPage == NewPage::After ||
        inst.sectionState.newPage == NewPage::BeforeAfter))
     breakPending_ = true;
@@ -401,9 +403,10 @@ void Paginator::placeCell(std::vector<BandInstance>& queue, std::size_t from, st
     openPage(&queue[from]);
     startColumns();
   };
-  if (!embedded_ && open_ && breakPending_ && !pageEmpty()) {
+  const auto np = queue[from].sectionState.newPage;
+  if (!embedded_ && open_ && !pageEmpty() &&
+      (breakPending_ || np == NewPage::Before || np == NewPage::BeforeAfter))
     closePage();
-  }
   breakPending_ = false;
   if (!open_) {
     openPage(&queue[from]);

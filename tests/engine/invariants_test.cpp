@@ -28,6 +28,7 @@ Shape randomLayout(std::mt19937& rng) {
     secs += R"J({"kind": "groupHeader", "name": "gh)J" + std::to_string(g) +
             R"J(", "dataField": "K)J" + std::to_string(g) + R"J(", "height": )J" +
             std::to_string(pick(0, 700)) + R"J(, "groupKeepTogether": ")J" + keeps[pick(0, 2)] +
+            R"J(", "newPage": ")J" + (pick(0, 6) == 0 ? "before" : "none") +
             R"J(", "repeatHeader": )J" + (pick(0, 1) ? "true" : "false") +
             R"J(, "columnLayout": )J" + (pick(0, 1) ? "true" : "false") +
             R"J(, "controls": [{"kind": "label", "name": "lblH)J" + std::to_string(g) +
