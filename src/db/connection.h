@@ -13,12 +13,13 @@
 
 namespace galvix::db {
 
-inline constexpr std::uint32_t kErrSyntax = 0x80040E14;       // syntax error; table exists
+inline constexpr std::uint32_t kErrSyntax = 0x80040E14;        // syntax error; table exists
 inline constexpr std::uint32_t kErrNoSuchObject = 0x80040E37;  // unknown table
 inline constexpr std::uint32_t kErrNoSuchColumn = 0x80040E10;  // unknown column / parameter
 inline constexpr std::uint32_t kErrConnection = 0x80004005;    // cannot open the database
 inline constexpr std::uint32_t kErrState = 0x800A0E78;         // operation on a closed object
 inline constexpr std::uint32_t kErrBofEof = 0x800A0BCD;        // BOF or EOF is true
+inline constexpr std::uint32_t kErrItemNotFound = 0x800A0CC1;  // no field of that name or ordinal
 
 // A database error: a number, a description, and the SQL as written and as executed.
 class DbError : public std::runtime_error {
@@ -72,8 +73,8 @@ class Recordset;
 class Field {
  public:
   const std::string& name() const;
-  VarType type() const;  // the declared type of the column
-  Variant value() const;  // the current row's value; raises DbError(kErrBofEof) at BOF/EOF
+  VarType type() const;     // the declared type of the column
+  Variant value() const;    // the current row's value; raises DbError(kErrBofEof) at BOF/EOF
   long actualSize() const;  // bytes of the current value
   // Reads the next `n` bytes of a binary or text value (successive calls continue).
   Bytes getChunk(long n);
@@ -100,7 +101,7 @@ class Recordset {
   bool BOF() const;
   bool EOF_() const;  // EOF is a macro in <cstdio>
   void moveNext();
-  void moveFirst();   // forward-only: re-executes the query, as the provider does
+  void moveFirst();          // forward-only: re-executes the query, as the provider does
   long recordCount() const;  // Static: the row count; ForwardOnly: -1
 
   int fieldCount() const;
@@ -114,6 +115,21 @@ class Recordset {
   friend class Field;
   std::unique_ptr<RecordsetImpl> impl_;
   std::vector<std::unique_ptr<Field>> fields_;
+};
+
+// A statement that reads no result (make-table, DROP TABLE, ...), run on a connection.
+class Command {
+ public:
+  Command() = default;
+  Command(Connection& conn, std::string_view jetSql) : conn_(&conn), text_(jetSql) {}
+  void setActiveConnection(Connection& conn) { conn_ = &conn; }
+  void setCommandText(std::string_view jetSql) { text_ = jetSql; }
+  const std::string& commandText() const { return text_; }
+  long execute();  // rows affected; raises DbError (kErrState without an open connection)
+
+ private:
+  Connection* conn_ = nullptr;
+  std::string text_;
 };
 
 }  // namespace galvix::db

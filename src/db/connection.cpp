@@ -1,0 +1,393 @@
+#include "db/connection.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+
+#include "db/connection_impl.h"
+#include "db/recordset_impl.h"
+#include "db/sqlite_util.h"
+
+#if __has_include("db/jet/translator.h")
+#include "db/jet/translator.h"
+#define GALVIX_HAVE_JET 1
+#endif
+#if __has_include("db/access/access_backend.h")
+#include "db/access/access_backend.h"
+#define GALVIX_HAVE_ACCESS 1
+#endif
+
+namespace galvix::db {
+
+namespace {
+
+constexpr std::size_t kMaxPlans = 2048;
+
+std::string lowerAscii(std::string_view s) {
+  std::string r(s);
+  for (auto& c : r) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return r;
+}
+
+std::string_view trim(std::string_view s) {
+  while (!s.empty() && std::isspace(static_cast<unsigned char>(s.front()))) s.remove_prefix(1);
+  while (!s.empty() && std::isspace(static_cast<unsigned char>(s.back()))) s.remove_suffix(1);
+  return s;
+}
+
+std::string unquote(std::string_view s) {
+  s = trim(s);
+  if (s.size() >= 2 && (s.front() == '"' || s.front() == '\'') && s.back() == s.front())
+    s = s.substr(1, s.size() - 2);
+  return std::string(s);
+}
+
+bool endsWithNoCase(std::string_view s, std::string_view suffix) {
+  return s.size() >= suffix.size() && lowerAscii(s.substr(s.size() - suffix.size())) == suffix;
+}
+
+// The plan of a statement when no Jet translator is built in: the text runs unchanged.
+Plan passThroughPlan(std::string_view jetSql) {
+  Plan p;
+  p.sql = std::string(jetSql);
+  std::string head = lowerAscii(trim(jetSql).substr(0, 16));
+  if (head.rfind("select", 0) == 0 || head.rfind("with", 0) == 0 || head.rfind("values", 0) == 0) {
+    p.kind = PlanKind::Select;
+  } else if (head.rfind("drop table", 0) == 0) {
+    p.kind = PlanKind::DropTable;
+    p.targetTable = unquote(trim(jetSql).substr(10));
+  }
+  return p;
+}
+
+bool tableExists(sqlite3* db, const std::string& name) {
+  sqlite3_stmt* st = nullptr;
+  sqlite3_prepare_v2(db,
+                     "SELECT 1 FROM sqlite_schema WHERE type IN ('table','view') AND name = ?1 "
+                     "COLLATE NOCASE",
+                     -1, &st, nullptr);
+  sqlite3_bind_text(st, 1, name.data(), static_cast<int>(name.size()), SQLITE_TRANSIENT);
+  bool found = sqlite3_step(st) == SQLITE_ROW;
+  sqlite3_finalize(st);
+  return found;
+}
+
+const std::string kClosedMessage = "Operation is not allowed when the object is closed.";
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------
+DbError::DbError(std::uint32_t number, std::string description, std::string sqlWritten,
+                 std::string sqlExecuted, int position)
+    : std::runtime_error(description),
+      number_(number),
+      description_(std::move(description)),
+      sqlWritten_(std::move(sqlWritten)),
+      sqlExecuted_(std::move(sqlExecuted)),
+      position_(position) {}
+
+// ---------------------------------------------------------------------------------------------
+std::string dataSourceOf(std::string_view cs) {
+  cs = trim(cs);
+  if (cs.find('=') == std::string_view::npos) return unquote(cs);
+  std::size_t i = 0;
+  while (i < cs.size()) {
+    // key=value; a value may be quoted and then hold ';'.
+    std::size_t eq = cs.find('=', i);
+    if (eq == std::string_view::npos) break;
+    std::string key = lowerAscii(trim(cs.substr(i, eq - i)));
+    std::size_t v = eq + 1;
+    while (v < cs.size() && std::isspace(static_cast<unsigned char>(cs[v]))) ++v;
+    std::size_t end;
+    if (v < cs.size() && (cs[v] == '"' || cs[v] == '\'')) {
+      std::size_t close = cs.find(cs[v], v + 1);
+      end = close == std::string_view::npos ? cs.size() : cs.find(';', close);
+    } else {
+      end = cs.find(';', v);
+    }
+    if (end == std::string_view::npos) end = cs.size();
+    if (key == "data source" || key == "dbq" || key == "database" || key == "filename")
+      return unquote(cs.substr(v, end - v));
+    i = end + 1;
+  }
+  throw DbError(kErrConnection,
+                "The connection string names no data source: '" + std::string(cs) + "'.");
+}
+
+std::string localPath(const std::string& path) {
+  namespace fs = std::filesystem;
+  std::error_code ec;
+  if (fs::exists(path, ec)) return path;
+  std::string p = path;
+  std::replace(p.begin(), p.end(), '\\', '/');
+  if (fs::exists(p, ec)) return p;
+  if (p.size() >= 3 && std::isalpha(static_cast<unsigned char>(p[0])) && p[1] == ':' &&
+      p[2] == '/') {
+    std::string noDrive = p.substr(2);
+    if (fs::exists(noDrive, ec)) return noDrive;
+  }
+  return p;
+}
+
+// ---------------------------------------------------------------------------------------------
+StatementCache::~StatementCache() {
+  clear();
+}
+
+sqlite3_stmt* StatementCache::checkOut(std::string_view sql, int& rc, std::string_view* tail) {
+  std::string key(sql);
+  if (auto it = idle_.find(key); it != idle_.end()) {
+    sqlite3_stmt* st = it->second;
+    idle_.erase(it);
+    ++hits_;
+    rc = SQLITE_OK;
+    if (tail) *tail = sql.substr(std::string_view(sqlite3_sql(st)).size());
+    return st;
+  }
+  ++misses_;
+  sqlite3_stmt* st = nullptr;
+  const char* rest = nullptr;
+  rc = sqlite3_prepare_v3(db_.get(), sql.data(), static_cast<int>(sql.size()),
+                          SQLITE_PREPARE_PERSISTENT, &st, &rest);
+  if (rc != SQLITE_OK) {
+    sqlite3_finalize(st);
+    return nullptr;
+  }
+  if (tail) *tail = rest ? sql.substr(static_cast<std::size_t>(rest - sql.data())) : "";
+  return st;
+}
+
+void StatementCache::giveBack(sqlite3_stmt* stmt) {
+  if (!stmt) return;
+  sqlite3_reset(stmt);
+  sqlite3_clear_bindings(stmt);
+  // The key is the text the statement was prepared from, up to its end.
+  const char* text = sqlite3_sql(stmt);
+  std::string key = text ? text : "";
+  if (key.empty() || idle_.count(key)) {
+    sqlite3_finalize(stmt);
+    return;
+  }
+  idle_.emplace(std::move(key), stmt);
+}
+
+void StatementCache::clear() {
+  for (auto& [k, st] : idle_) sqlite3_finalize(st);
+  idle_.clear();
+}
+
+int bindParams(sqlite3_stmt* stmt, const std::vector<Variant>& params, int first) {
+  int n = sqlite3_bind_parameter_count(stmt);
+  int i = first;
+  for (int slot = 1; slot <= n; ++slot, ++i) {
+    if (i - 1 >= static_cast<int>(params.size())) break;
+    const Variant& v = params[static_cast<std::size_t>(i - 1)];
+    switch (v.type()) {
+      case VarType::Empty:
+      case VarType::Null:
+        sqlite3_bind_null(stmt, slot);
+        break;
+      case VarType::Boolean:
+        sqlite3_bind_int(stmt, slot, v.rawBool() ? -1 : 0);
+        break;
+      case VarType::Integer:
+      case VarType::Long:
+        sqlite3_bind_int64(stmt, slot, v.rawInt());
+        break;
+      case VarType::Single:
+      case VarType::Double:
+      case VarType::Date:
+        sqlite3_bind_double(stmt, slot, v.rawDouble());
+        break;
+      case VarType::Currency:
+        sqlite3_bind_double(stmt, slot, v.rawCurrency().toDouble());
+        break;
+      case VarType::String:
+        sqlite3_bind_text(stmt, slot, v.rawString().data(), static_cast<int>(v.rawString().size()),
+                          SQLITE_TRANSIENT);
+        break;
+      case VarType::Binary: {
+        const Bytes& b = v.bytes();
+        sqlite3_bind_blob(stmt, slot, b.data(), static_cast<int>(b.size()), SQLITE_TRANSIENT);
+        break;
+      }
+    }
+  }
+  return first + n;
+}
+
+// ---------------------------------------------------------------------------------------------
+struct ConnectionImpl::TranslatorHolder {
+#ifdef GALVIX_HAVE_JET
+  explicit TranslatorHolder(sqlite3* db) : translator(db) {}
+  jet::Translator translator;
+#else
+  explicit TranslatorHolder(sqlite3*) {}
+#endif
+};
+
+ConnectionImpl::ConnectionImpl(std::shared_ptr<sqlite3> db)
+    : db_(std::move(db)),
+      statements_(std::make_shared<StatementCache>(db_)),
+      translator_(std::make_unique<TranslatorHolder>(db_.get())) {}
+
+ConnectionImpl::~ConnectionImpl() = default;
+
+std::shared_ptr<const Plan> ConnectionImpl::plan(std::string_view jetSql) {
+  std::string key(jetSql);
+  if (auto it = plans_.find(key); it != plans_.end()) {
+    ++planHits_;
+    return it->second;
+  }
+  auto p = std::make_shared<Plan>();
+#ifdef GALVIX_HAVE_JET
+  jet::Translation t = translator_->translator.translate(jetSql);
+  p->sql = std::move(t.sql);
+  p->params = std::move(t.params);
+  switch (t.kind) {
+    case jet::StatementKind::Select:
+      p->kind = PlanKind::Select;
+      break;
+    case jet::StatementKind::MakeTable:
+      p->kind = PlanKind::MakeTable;
+      break;
+    case jet::StatementKind::DropTable:
+      p->kind = PlanKind::DropTable;
+      break;
+    default:
+      p->kind = PlanKind::Other;
+  }
+  p->targetTable = std::move(t.targetTable);
+  p->columnNames = std::move(t.columnNames);
+  p->columnTypes = std::move(t.columnTypes);
+#else
+  *p = passThroughPlan(jetSql);
+#endif
+  if (plans_.size() >= kMaxPlans) plans_.clear();
+  plans_.emplace(std::move(key), p);
+  return p;
+}
+
+void ConnectionImpl::schemaChanged() {
+  plans_.clear();
+  statements_->clear();
+}
+
+long ConnectionImpl::execute(std::string_view jetSql) {
+  auto p = plan(jetSql);
+  std::string written(jetSql);
+  bool translated = p->sql != written;
+  if (p->kind == PlanKind::MakeTable && !p->targetTable.empty() &&
+      tableExists(db(), p->targetTable))
+    throw DbError(kErrSyntax, "Table '" + p->targetTable + "' already exists.", written, p->sql);
+
+  sqlite3_int64 before = sqlite3_total_changes64(db());
+  std::string_view rest = p->sql;
+  // Several statements (a make-table is a create and an insert) run as one unit.
+  bool several = false;
+  {
+    int rc = 0;
+    std::string_view tail;
+    sqlite3_stmt* st = statements_->checkOut(rest, rc, &tail);
+    if (!st) throw sqliteError(db(), rc, written, p->sql, translated);
+    several = !trim(tail).empty();
+    statements_->giveBack(st);
+  }
+  if (several) execSql(db(), "SAVEPOINT galvix_execute");
+  bool schemaChange = p->kind == PlanKind::MakeTable || p->kind == PlanKind::DropTable;
+  try {
+    int nextParam = 1;
+    while (!trim(rest).empty()) {
+      int rc = 0;
+      std::string_view tail;
+      sqlite3_stmt* st = statements_->checkOut(rest, rc, &tail);
+      if (!st) throw sqliteError(db(), rc, written, p->sql, translated);
+      nextParam = bindParams(st, p->params, nextParam);
+      if (!sqlite3_stmt_readonly(st) && sqlite3_column_count(st) == 0) {
+        std::string head = lowerAscii(trim(std::string_view(sqlite3_sql(st))).substr(0, 6));
+        if (head == "create" || head == "drop" || head == "alter ") schemaChange = true;
+      }
+      while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
+      }
+      if (rc != SQLITE_DONE) {
+        DbError e = sqliteError(db(), rc, written, p->sql, translated);
+        statements_->giveBack(st);
+        throw e;
+      }
+      statements_->giveBack(st);
+      rest = tail;
+    }
+  } catch (...) {
+    if (several) {
+      sqlite3_exec(db(), "ROLLBACK TO galvix_execute; RELEASE galvix_execute", nullptr, nullptr,
+                   nullptr);
+    }
+    throw;
+  }
+  if (several) execSql(db(), "RELEASE galvix_execute");
+  if (schemaChange) schemaChanged();
+  return static_cast<long>(sqlite3_total_changes64(db()) - before);
+}
+
+// ---------------------------------------------------------------------------------------------
+Connection::Connection() = default;
+Connection::~Connection() = default;
+
+void Connection::open(std::string_view connectionString) {
+  close();
+  std::string source = dataSourceOf(connectionString);
+  if (source.empty())
+    throw DbError(kErrConnection, "The connection string names no data source: '" +
+                                      std::string(connectionString) + "'.");
+  std::shared_ptr<sqlite3> db;
+  bool special = source == ":memory:" || source.rfind("file:", 0) == 0;
+  std::string path = special ? source : localPath(source);
+  if (!special && !std::filesystem::exists(path))
+    throw DbError(kErrConnection, "Could not find file '" + source + "'.");
+  if (endsWithNoCase(path, ".mdb") || endsWithNoCase(path, ".accdb")) {
+#ifdef GALVIX_HAVE_ACCESS
+    db = access::open(path);
+#else
+    throw DbError(kErrConnection, "Cannot open '" + source +
+                                      "': Access files are not supported "
+                                      "in this build.");
+#endif
+  } else {
+    db = openSqliteFile(path, special);
+  }
+  registerTextCollation(db.get());
+#ifdef GALVIX_HAVE_JET
+  jet::registerJetFunctions(db.get());
+#endif
+  impl_ = std::make_unique<ConnectionImpl>(std::move(db));
+  connectionString_ = std::string(connectionString);
+}
+
+void Connection::close() {
+  impl_.reset();
+}
+
+bool Connection::isOpen() const {
+  return impl_ != nullptr;
+}
+
+const std::string& Connection::connectionString() const {
+  return connectionString_;
+}
+
+long Connection::execute(std::string_view jetSql) {
+  if (!impl_) throw DbError(kErrState, kClosedMessage, std::string(jetSql));
+  return impl_->execute(jetSql);
+}
+
+ConnectionImpl& Connection::impl() {
+  if (!impl_) throw DbError(kErrState, kClosedMessage);
+  return *impl_;
+}
+
+long Command::execute() {
+  if (!conn_ || !conn_->isOpen()) throw DbError(kErrState, kClosedMessage, text_);
+  return conn_->execute(text_);
+}
+
+}  // namespace galvix::db

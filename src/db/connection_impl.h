@@ -1,0 +1,88 @@
+// The inside of a connection: the SQLite handle, the translation cache and the statement cache.
+// Used by the recordset, the command tool and benchmarks; reports use connection.h only.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "db/connection.h"
+
+namespace galvix::db {
+
+enum class PlanKind { Select, MakeTable, DropTable, Other };
+
+// A Jet statement made ready for SQLite: the SQL to run, its bound values and what it returns.
+struct Plan {
+  std::string sql;
+  std::vector<Variant> params;
+  PlanKind kind = PlanKind::Other;
+  std::string targetTable;
+  std::vector<std::string> columnNames;  // empty: SQLite's names
+  std::vector<VarType> columnTypes;      // empty or Empty entries: from the declared types
+};
+
+// Idle prepared statements keyed by their SQLite text. A statement is checked out while a
+// recordset steps it and handed back afterwards, so two open recordsets never share one.
+class StatementCache {
+ public:
+  explicit StatementCache(std::shared_ptr<sqlite3> db) : db_(std::move(db)) {}
+  ~StatementCache();
+  StatementCache(const StatementCache&) = delete;
+  StatementCache& operator=(const StatementCache&) = delete;
+
+  // A prepared statement for the first statement of `sql`; `tail` gets the rest of the text.
+  // Returns nullptr with rc set on failure.
+  sqlite3_stmt* checkOut(std::string_view sql, int& rc, std::string_view* tail = nullptr);
+  void giveBack(sqlite3_stmt* stmt);
+  void clear();
+  std::size_t hits() const { return hits_; }
+  std::size_t misses() const { return misses_; }
+
+ private:
+  std::shared_ptr<sqlite3> db_;
+  std::unordered_map<std::string, sqlite3_stmt*> idle_;
+  std::size_t hits_ = 0, misses_ = 0;
+};
+
+class ConnectionImpl {
+ public:
+  explicit ConnectionImpl(std::shared_ptr<sqlite3> db);
+  ~ConnectionImpl();
+
+  sqlite3* db() const { return db_.get(); }
+  const std::shared_ptr<sqlite3>& dbShared() const { return db_; }
+  const std::shared_ptr<StatementCache>& statements() const { return statements_; }
+
+  // The translation of `jetSql`, from the cache when it was translated before.
+  std::shared_ptr<const Plan> plan(std::string_view jetSql);
+  // Runs a statement reading no result; returns the rows changed.
+  long execute(std::string_view jetSql);
+  // Forgets translations (the schema changed: a work table was made or dropped).
+  void schemaChanged();
+
+  std::size_t translationHits() const { return planHits_; }
+
+ private:
+  std::shared_ptr<sqlite3> db_;
+  std::shared_ptr<StatementCache> statements_;
+  std::unordered_map<std::string, std::shared_ptr<const Plan>> plans_;
+  std::size_t planHits_ = 0;
+  struct TranslatorHolder;
+  std::unique_ptr<TranslatorHolder> translator_;
+};
+
+// The file a connection string names: the Data Source of a Jet style string, or the string itself.
+std::string dataSourceOf(std::string_view connectionString);
+// The local file for a path written Windows style (backslashes, drive letter), if one exists;
+// else the path with forward slashes.
+std::string localPath(const std::string& path);
+
+// Binds `params` to `stmt` in order starting at parameter `first` (1-based); returns the next.
+int bindParams(sqlite3_stmt* stmt, const std::vector<Variant>& params, int first = 1);
+
+}  // namespace galvix::db

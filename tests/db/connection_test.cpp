@@ -1,0 +1,260 @@
+// Connections, recordsets and commands on a SQLite event database built by the fixture.
+#include <unistd.h>
+
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "data/fixture.h"
+#include "db/connection.h"
+#include "db/connection_impl.h"
+
+namespace galvix::db {
+namespace {
+
+namespace fs = std::filesystem;
+using data::Fixture;
+
+fs::path tempDb(const char* name) {
+  auto dir = fs::temp_directory_path() / ("galvix_db_" + std::to_string(::getpid()));
+  fs::create_directories(dir);
+  return dir / name;
+}
+
+template <class F>
+DbError errorOf(F&& f) {
+  try {
+    f();
+  } catch (const DbError& e) {
+    return e;
+  }
+  ADD_FAILURE() << "no DbError raised";
+  return DbError(0, "");
+}
+
+class Db : public ::testing::Test {
+ protected:
+  Db() : f(tempDb("t.db").string()) {}
+  void open() { conn.open(f.connectionString()); }
+  Fixture f;
+  Connection conn;
+};
+
+TEST(ConnectionString, DataSourceForms) {
+  EXPECT_EQ(dataSourceOf("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=C:\\x\\e.mdb;Mode=Read"),
+            "C:\\x\\e.mdb");
+  EXPECT_EQ(dataSourceOf("provider=x; data source = \"/a;b/e.db\" ;Persist Security Info=False"),
+            "/a;b/e.db");
+  EXPECT_EQ(dataSourceOf("  /tmp/plain.db "), "/tmp/plain.db");
+  EXPECT_EQ(errorOf([] { dataSourceOf("Provider=Microsoft.Jet.OLEDB.4.0;"); }).number(),
+            kErrConnection);
+}
+
+TEST(ConnectionString, WindowsPathsFindLocalFiles) {
+  Fixture f(tempDb("win.db").string());
+  std::string p = f.path();  // absolute: /tmp/...
+  std::string windows = "C:" + p;
+  for (auto& c : windows)
+    if (c == '/') c = '\\';
+  Connection conn;
+  conn.open("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + windows + ";");
+  EXPECT_TRUE(conn.isOpen());
+
+  DbError e = errorOf([&] { conn.open("Data Source=C:\\nowhere\\events.db"); });
+  EXPECT_EQ(e.number(), kErrConnection);
+  EXPECT_NE(e.description().find("C:\\nowhere\\events.db"), std::string::npos);
+  EXPECT_FALSE(conn.isOpen());
+}
+
+TEST_F(Db, ValuesAreTypedByDeclaredColumnTypes) {
+  long e = f.event({.name = "Smith Wedding",
+                    .budget = data::money(1234.5678),
+                    .start = data::dateTime(2024, 6, 1, 15, 30),
+                    .printJournal = true});
+  long g = f.group(e);
+  f.guest(g, {.first = "Ann", .type = 2, .picture = Variant::binary(Bytes{1, 2, 3})});
+  open();
+  Recordset rs;
+  rs.open(
+      "SELECT Events.EventID, EventName, Budget, EventStartDate, PrintJournal, EventEndDate, "
+      "GuestNames.Type, ContactPic FROM Events JOIN GroupIDs ON GroupIDs.EventID = Events.EventID "
+      "JOIN GuestNames ON GuestNames.GroupID = GroupIDs.GroupID",
+      conn);
+  ASSERT_FALSE(rs.EOF_());
+  EXPECT_EQ(rs.fields(0).type(), VarType::Long);
+  EXPECT_EQ(rs.fields(0).value().rawInt(), e);
+  EXPECT_EQ(rs.value("EventName").rawString(), "Smith Wedding");
+  EXPECT_EQ(rs.value("Budget").type(), VarType::Currency);
+  EXPECT_EQ(rs.value("Budget").rawCurrency().units, 12345678);
+  Variant start = rs.value("EventStartDate");
+  EXPECT_EQ(start.type(), VarType::Date);
+  EXPECT_DOUBLE_EQ(start.rawDouble(), 45444 + 15.5 / 24);
+  EXPECT_EQ(rs.value("PrintJournal").type(), VarType::Boolean);
+  EXPECT_TRUE(rs.value("PrintJournal").rawBool());
+  EXPECT_EQ(rs.fields("EventEndDate").type(), VarType::Date);  // declared, though Null here
+  EXPECT_TRUE(rs.value("EventEndDate").isNull());
+  EXPECT_EQ(rs.value("Type").type(), VarType::Integer);
+  EXPECT_EQ(rs.value("ContactPic").bytes(), (Bytes{1, 2, 3}));
+}
+
+TEST_F(Db, TruthIsStoredAsMinusOneAndUntypedExpressionsFollowTheirValues) {
+  long e = f.event({.printJournal = true});
+  f.exec("UPDATE Events SET EventStartDate = '2024-06-01 12:00:00'");  // a date written as text
+  open();
+  Recordset rs;
+  rs.open("SELECT PrintJournal + 0 AS raw, 2.5 AS half, 'x' AS t, EventStartDate FROM Events",
+          conn);
+  EXPECT_EQ(rs.value("raw").rawInt(), -1);
+  EXPECT_EQ(rs.value("half").type(), VarType::Double);
+  EXPECT_EQ(rs.value("t").type(), VarType::String);
+  EXPECT_DOUBLE_EQ(rs.value("EventStartDate").rawDouble(), 45444.5);
+  (void)e;
+}
+
+TEST_F(Db, CursorsAndNavigation) {
+  long e = f.event();
+  for (const char* n : {"A", "B", "C"}) f.party(e, {.name = n});
+  open();
+  const char* sql = "SELECT SubEventName FROM SubEvents ORDER BY SubEventName";
+
+  Recordset fwd;
+  fwd.open(sql, conn);
+  EXPECT_EQ(fwd.recordCount(), -1);
+  EXPECT_FALSE(fwd.BOF());
+  std::string seen;
+  for (; !fwd.EOF_(); fwd.moveNext()) seen += fwd.value("subeventname").rawString();
+  EXPECT_EQ(seen, "ABC");
+  EXPECT_EQ(errorOf([&] { fwd.moveNext(); }).number(), kErrBofEof);
+  EXPECT_EQ(errorOf([&] { fwd.fields(0).value(); }).number(), kErrBofEof);
+  fwd.moveFirst();  // runs the query again
+  EXPECT_EQ(fwd.value("SubEventName").rawString(), "A");
+
+  Recordset st;
+  st.open(sql, conn, CursorType::Static);
+  EXPECT_EQ(st.recordCount(), 3);
+  st.moveNext();
+  st.moveNext();
+  EXPECT_EQ(st.value("SubEventName").rawString(), "C");
+  st.moveFirst();
+  EXPECT_EQ(st.value("SubEventName").rawString(), "A");
+
+  Recordset none;
+  none.open("SELECT * FROM Journal", conn, CursorType::Static);
+  EXPECT_TRUE(none.BOF());
+  EXPECT_TRUE(none.EOF_());
+  EXPECT_EQ(none.recordCount(), 0);
+  none.close();
+  EXPECT_EQ(errorOf([&] { none.EOF_(); }).number(), kErrState);
+}
+
+TEST_F(Db, FieldsByNameOrdinalAndChunks) {
+  long v = f.vendor();
+  Bytes logo(1000);
+  for (std::size_t i = 0; i < logo.size(); ++i) logo[i] = static_cast<std::uint8_t>(i);
+  f.image(v, logo);
+  f.image(v, Bytes{9, 9});
+  open();
+  for (CursorType cursor : {CursorType::ForwardOnly, CursorType::Static}) {
+    Recordset rs;
+    rs.open("SELECT ImageBLOB, VendorID FROM ImageLibrary ORDER BY ImageID", conn, cursor);
+    EXPECT_EQ(&rs.fields("imageblob"), &rs.fields(0));
+    EXPECT_EQ(rs.fields(1).name(), "VendorID");
+    EXPECT_EQ(errorOf([&] { rs.fields("Nope"); }).number(), kErrItemNotFound);
+    EXPECT_EQ(errorOf([&] { rs.fields(2); }).number(), kErrItemNotFound);
+
+    Field& pic = rs.fields("ImageBLOB");
+    EXPECT_EQ(pic.actualSize(), 1000);
+    EXPECT_EQ(rs.fields(1).actualSize(), 4);
+    Bytes joined;
+    for (Bytes chunk; !(chunk = pic.getChunk(300)).empty();)
+      joined.insert(joined.end(), chunk.begin(), chunk.end());
+    EXPECT_EQ(joined, logo);
+    rs.moveNext();  // the next row reads from its start
+    EXPECT_EQ(pic.getChunk(300), (Bytes{9, 9}));
+  }
+}
+
+TEST_F(Db, ErrorsNameWhatIsWrong) {
+  f.event();
+  open();
+  Recordset rs;
+  DbError table = errorOf([&] { rs.open("SELECT * FROM Eventz", conn); });
+  EXPECT_EQ(table.number(), kErrNoSuchObject);
+  EXPECT_NE(table.description().find("'Eventz'"), std::string::npos);
+  EXPECT_EQ(table.sqlWritten(), "SELECT * FROM Eventz");
+  EXPECT_FALSE(table.sqlExecuted().empty());
+
+  DbError column = errorOf([&] { rs.open("SELECT Nonsense FROM Events", conn); });
+  EXPECT_EQ(column.number(), kErrNoSuchColumn);
+  EXPECT_NE(column.description().find("Nonsense"), std::string::npos);
+
+  DbError syntax = errorOf([&] { rs.open("SELECT EventName FROM Events WHERE", conn); });
+  EXPECT_EQ(syntax.number(), kErrSyntax);
+  EXPECT_FALSE(rs.isOpen());
+
+  Connection closed;
+  EXPECT_EQ(errorOf([&] { closed.execute("DROP TABLE X"); }).number(), kErrState);
+  Command cmd;
+  cmd.setCommandText("DROP TABLE X");
+  EXPECT_EQ(errorOf([&] { cmd.execute(); }).number(), kErrState);
+}
+
+TEST_F(Db, WorkTablesAreMadeDroppedAndRefusedWhenPresent) {
+  long e = f.event();
+  long v = f.vendor({.company = "Blooms"});
+  f.assignment(e, f.expenseCategory("Flowers"), v);
+  open();
+#if __has_include("db/jet/translator.h")
+  const char* make =
+      "SELECT VendorID, CompanyName INTO VENDOR_SUMMARY FROM Vendors ORDER BY CompanyName";
+#else
+  const char* make = "CREATE TABLE VENDOR_SUMMARY AS SELECT VendorID, CompanyName FROM Vendors";
+#endif
+  Command cmd(conn, make);
+  cmd.execute();
+  DbError exists = errorOf([&] { cmd.execute(); });
+  EXPECT_EQ(exists.number(), kErrSyntax);
+  EXPECT_EQ(exists.description(), "Table 'VENDOR_SUMMARY' already exists.");
+
+  Recordset rs;
+  rs.open("SELECT CompanyName FROM VENDOR_SUMMARY", conn);
+  EXPECT_EQ(rs.value("CompanyName").rawString(), "Blooms");
+  rs.close();
+  conn.execute("DROP TABLE VENDOR_SUMMARY");
+  // The same text now has a different table behind it: no stale plan survives the drop.
+  conn.execute("CREATE TABLE VENDOR_SUMMARY (Other TEXT)");
+  rs.open("SELECT * FROM VENDOR_SUMMARY", conn);
+  EXPECT_EQ(rs.fields(0).name(), "Other");
+}
+
+TEST_F(Db, StatementsAreReusedAndNeverSharedBetweenOpenRecordsets) {
+  long e = f.event();
+  f.party(e, {.name = "A"});
+  f.party(e, {.name = "B"});
+  open();
+  const char* sql = "SELECT SubEventName FROM SubEvents ORDER BY SubEventName";
+  auto& cache = *conn.impl().statements();
+  Recordset a, b;
+  a.open(sql, conn);
+  b.open(sql, conn);  // the first is still stepping: a second statement
+  a.moveNext();
+  EXPECT_EQ(a.value("SubEventName").rawString(), "B");
+  EXPECT_EQ(b.value("SubEventName").rawString(), "A");
+  std::size_t misses = cache.misses();
+  a.close();
+  b.close();
+  for (int i = 0; i < 5; ++i) {
+    a.open(sql, conn);
+    a.close();
+  }
+  EXPECT_EQ(cache.misses(), misses);
+
+  // A recordset outlives its connection and keeps reading.
+  a.open(sql, conn);
+  conn.close();
+  a.moveNext();
+  EXPECT_EQ(a.value("SubEventName").rawString(), "B");
+}
+
+}  // namespace
+}  // namespace galvix::db
