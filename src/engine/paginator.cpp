@@ -282,11 +282,12 @@ void Paginator::commit(BandInstance& inst, bool flow) {
             // No clean cut: what straddles the page end is clipped; the band goes on only
             // if it has items below.
             cut1 = std::max(cut0 + 1, limit);
-            bool more = false;
-            for (auto& it : items) more = more || extent(it).first >= cut1;
-            if (!more) cut1 = h;
             report_.host().warning("band '" + s.name() + "' is taller than the page; clipped");
           }
+          // Only empty space below the cut: the band ends on this page.
+          bool more = false;
+          for (auto& it : items) more = more || extent(it).first >= cut1;
+          if (!more) cut1 = h;
         }
         emitAll(cut0, cut1, y);
         y += std::min(cut1 - cut0, bodyBottom_ - y);

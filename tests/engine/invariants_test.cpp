@@ -39,7 +39,8 @@ Shape randomLayout(std::mt19937& rng) {
           R"J("}, "controls": [
             {"kind": "field", "name": "txtId", "dataField": "Id", "width": 600, "height": 100},
             {"kind": "field", "name": "txtNote", "dataField": "Note", "top": 100, "width": 1200,
-             "height": 0, "canGrow": true}]},)J";
+             "height": 0, "canGrow": true},
+            {"kind": "subReport", "name": "srptSub", "left": 1300, "top": 100, "width": 1000}]},)J";
   for (int g = s.groups - 1; g >= 0; --g)
     secs += R"J({"kind": "groupFooter", "name": "gf)J" + std::to_string(g) + R"J(", "height": )J" +
             std::to_string(pick(0, 500)) + R"J(, "newPage": ")J" +
@@ -76,6 +77,24 @@ TEST(Invariants, RandomReportsPaginateSoundly) {
       rows.push_back({i, k0, k1, Variant::string(note)});
     }
     r.data().setRows({"Id", "K0", "K1", "Note"}, std::move(rows));
+    // Some reports print a child report of 0 to 12 rows in each detail (not in columns, where
+    // a band is never split).
+    const bool withChild = std::uniform_int_distribution<int>(0, 2)(rng) == 0 && shape.columns == 1;
+    const int childH = std::uniform_int_distribution<int>(100, 400)(rng);
+    std::mt19937 childRng(static_cast<unsigned>(iter));
+    r.onFormat("Detail", [&] {
+      if (!withChild) return;
+      auto child = std::make_shared<Report>(test::layoutOf(
+          R"J({"version": 1, "name": "srptChild", "sections": [{"kind": "detail", "name": "Detail",
+              "height": )J" +
+          std::to_string(childH) + R"J(, "controls": [{"kind": "field",
+              "name": "txtSub", "dataField": "S", "width": 900, "height": 100}]}]})J"));
+      std::vector<RowValues> sub(
+          static_cast<std::size_t>(std::uniform_int_distribution<int>(0, 12)(childRng)),
+          RowValues{Variant::string("s")});
+      child->data().setRows({"S"}, std::move(sub));
+      r.subReport("srptSub").setReport(child);
+    });
     auto res = test::run(r);
     const auto& d = res.document;
     const std::string where =
