@@ -1,0 +1,379 @@
+#include "render/page_renderer.h"
+
+#include <pango/pangocairo.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <numbers>
+#include <string>
+
+#include "render/rtf_reader.h"
+#include "render/text_layout.h"
+
+namespace galvix::render {
+
+namespace {
+
+double pt(std::int64_t twips) {
+  return static_cast<double>(twips) / 20.0;
+}
+double ptFromPango(int units) {
+  return static_cast<double>(units) / PANGO_SCALE;
+}
+
+void setColor(cairo_t* cr, doc::Color c) {
+  cairo_set_source_rgb(cr, (c & 0xFF) / 255.0, ((c >> 8) & 0xFF) / 255.0,
+                       ((c >> 16) & 0xFF) / 255.0);
+}
+
+void rect(cairo_t* cr, const doc::Rect& r) {
+  cairo_rectangle(cr, pt(r.left), pt(r.top), pt(r.width), pt(r.height));
+}
+
+void fillRect(cairo_t* cr, const doc::Rect& r, doc::Color c) {
+  setColor(cr, c);
+  rect(cr, r);
+  cairo_fill(cr);
+}
+
+// Line weights are pixels at 96 dpi.
+double lineWidth(int weight) {
+  return std::max(1, weight) * 0.75;
+}
+
+// Returns false for a transparent line, which is not drawn.
+bool setStroke(cairo_t* cr, doc::LineStyle style, int weight, doc::Color color) {
+  const double w = lineWidth(weight);
+  const double u = std::max(w, 1.0);
+  cairo_set_line_width(cr, w);
+  cairo_set_line_cap(cr, CAIRO_LINE_CAP_BUTT);
+  setColor(cr, color);
+  switch (style) {
+    case doc::LineStyle::Transparent:
+      return false;
+    case doc::LineStyle::Solid:
+      cairo_set_dash(cr, nullptr, 0, 0);
+      break;
+    case doc::LineStyle::Dash: {
+      const double d[] = {4 * u, 2 * u};
+      cairo_set_dash(cr, d, 2, 0);
+      break;
+    }
+    case doc::LineStyle::Dot: {
+      const double d[] = {u, u};
+      cairo_set_dash(cr, d, 2, 0);
+      break;
+    }
+    case doc::LineStyle::DashDot: {
+      const double d[] = {4 * u, 2 * u, u, 2 * u};
+      cairo_set_dash(cr, d, 4, 0);
+      break;
+    }
+    case doc::LineStyle::DashDotDot: {
+      const double d[] = {4 * u, 2 * u, u, 2 * u, u, 2 * u};
+      cairo_set_dash(cr, d, 6, 0);
+      break;
+    }
+  }
+  return true;
+}
+
+void segment(cairo_t* cr, double x1, double y1, double x2, double y2) {
+  cairo_move_to(cr, x1, y1);
+  cairo_line_to(cr, x2, y2);
+  cairo_stroke(cr);
+}
+
+void border(cairo_t* cr, const doc::Rect& r, const doc::Border& b) {
+  if (!b.any()) return;
+  const double l = pt(r.left), t = pt(r.top), rt = pt(r.left + r.width), bt = pt(r.top + r.height);
+  if (setStroke(cr, b.top, b.weight, b.color)) segment(cr, l, t, rt, t);
+  if (setStroke(cr, b.bottom, b.weight, b.color)) segment(cr, l, bt, rt, bt);
+  if (setStroke(cr, b.left, b.weight, b.color)) segment(cr, l, t, l, bt);
+  if (setStroke(cr, b.right, b.weight, b.color)) segment(cr, rt, t, rt, bt);
+}
+
+void line(cairo_t* cr, const doc::Line& l) {
+  if (setStroke(cr, l.style, l.weight, l.color))
+    segment(cr, pt(l.x1), pt(l.y1), pt(l.x2), pt(l.y2));
+}
+
+void shape(cairo_t* cr, const doc::Box& b) {
+  const double x = pt(b.box.left), y = pt(b.box.top), w = pt(b.box.width), h = pt(b.box.height);
+  if (w <= 0 || h <= 0) return;
+  cairo_new_path(cr);
+  switch (b.shape) {
+    case doc::ShapeKind::Rectangle:
+      cairo_rectangle(cr, x, y, w, h);
+      break;
+    case doc::ShapeKind::RoundRect: {
+      const double r = std::min(w, h) / 5;
+      cairo_new_sub_path(cr);
+      cairo_arc(cr, x + w - r, y + r, r, -std::numbers::pi / 2, 0);
+      cairo_arc(cr, x + w - r, y + h - r, r, 0, std::numbers::pi / 2);
+      cairo_arc(cr, x + r, y + h - r, r, std::numbers::pi / 2, std::numbers::pi);
+      cairo_arc(cr, x + r, y + r, r, std::numbers::pi, 3 * std::numbers::pi / 2);
+      cairo_close_path(cr);
+      break;
+    }
+    case doc::ShapeKind::Ellipse:
+      cairo_save(cr);
+      cairo_translate(cr, x + w / 2, y + h / 2);
+      cairo_scale(cr, w / 2, h / 2);
+      cairo_arc(cr, 0, 0, 1, 0, 2 * std::numbers::pi);
+      cairo_restore(cr);
+      break;
+  }
+  if (b.fill) {
+    setColor(cr, *b.fill);
+    cairo_fill_preserve(cr);
+  }
+  if (setStroke(cr, b.style, b.weight, b.lineColor))
+    cairo_stroke(cr);
+  else
+    cairo_new_path(cr);
+}
+
+// Offset of a block `size` long inside `room` for top/left (0), middle/centre (1), bottom/right
+// (2).
+double place(double room, double size, int where) {
+  return where == 0 ? 0 : where == 1 ? (room - size) / 2 : room - size;
+}
+
+int hPlace(doc::HAlign a) {
+  return a == doc::HAlign::Center ? 1 : a == doc::HAlign::Right ? 2 : 0;
+}
+int vPlace(doc::VAlign a) {
+  return a == doc::VAlign::Middle ? 1 : a == doc::VAlign::Bottom ? 2 : 0;
+}
+
+}  // namespace
+
+PageRenderer::~PageRenderer() {
+  for (auto& [key, p] : pictures_)
+    if (p.surface) cairo_surface_destroy(p.surface);
+}
+
+void PageRenderer::draw(cairo_t* cr, const doc::Page& page) {
+  for (const auto& item : page.items) {
+    cairo_save(cr);
+    std::visit(
+        [&](const auto& c) {
+          using T = std::decay_t<decltype(c)>;
+          if constexpr (std::is_same_v<T, doc::Text>)
+            text(cr, c);
+          else if constexpr (std::is_same_v<T, doc::RichText>)
+            richText(cr, c);
+          else if constexpr (std::is_same_v<T, doc::Line>)
+            line(cr, c);
+          else if constexpr (std::is_same_v<T, doc::Box>)
+            shape(cr, c);
+          else if constexpr (std::is_same_v<T, doc::CheckBox>)
+            checkBox(cr, c);
+          else if constexpr (std::is_same_v<T, doc::Picture>)
+            picture(cr, c);
+          else if constexpr (std::is_same_v<T, doc::Chart>)
+            chart(cr, c);
+        },
+        item.content);
+    cairo_restore(cr);
+  }
+}
+
+void PageRenderer::text(cairo_t* cr, const doc::Text& t) {
+  const doc::Rect& b = t.box;
+  if (b.width <= 0 || b.height <= 0) return;
+  if (t.backColor) fillRect(cr, b, *t.backColor);
+  if (!t.text.empty()) {
+    cairo_save(cr);
+    rect(cr, b);
+    cairo_clip(cr);
+    const int a = ((t.angle % 3600) + 3600) % 3600;
+    // Turned a quarter either way, the text runs along the box's height.
+    const bool quarter = (a >= 450 && a < 1350) || (a >= 2250 && a < 3150);
+    const std::int32_t fw = quarter ? b.height : b.width, fh = quarter ? b.width : b.height;
+    LayoutPtr l = textLayout(t.text, t.font, t.wordWrap ? fw : 0, t.align);
+    PangoRectangle logical;
+    pango_layout_get_extents(l.get(), nullptr, &logical);
+    const double x = t.wordWrap ? 0 : place(pt(fw), ptFromPango(logical.width), hPlace(t.align));
+    const double y = place(pt(fh), ptFromPango(logical.height), vPlace(t.valign));
+    if (a == 0) {
+      cairo_translate(cr, pt(b.left), pt(b.top));
+    } else {
+      cairo_translate(cr, pt(b.left) + pt(b.width) / 2, pt(b.top) + pt(b.height) / 2);
+      cairo_rotate(cr, -a * std::numbers::pi / 1800);  // counter-clockwise on the page
+      cairo_translate(cr, -pt(fw) / 2, -pt(fh) / 2);
+    }
+    setColor(cr, t.foreColor);
+    cairo_move_to(cr, x, y);
+    pango_cairo_show_layout(cr, l.get());
+    cairo_restore(cr);
+  }
+  border(cr, b, t.border);
+}
+
+void PageRenderer::richText(cairo_t* cr, const doc::RichText& r) {
+  const doc::Rect& b = r.box;
+  if (b.width <= 0 || b.height <= 0) return;
+  if (r.backColor) fillRect(cr, b, *r.backColor);
+  cairo_save(cr);
+  rect(cr, b);
+  cairo_clip(cr);
+  RichLayout rl = richLayout(readRtf(r.rtf), b.width);
+  const double limit = pt(b.height);
+  setColor(cr, doc::kBlack);
+  for (const auto& blk : rl.blocks) {
+    if (ptFromPango(blk.y) > limit) break;
+    cairo_move_to(cr, pt(b.left) + ptFromPango(blk.x), pt(b.top) + ptFromPango(blk.y));
+    pango_cairo_show_layout(cr, blk.layout.get());
+  }
+  cairo_restore(cr);
+  border(cr, b, r.border);
+}
+
+void PageRenderer::checkBox(cairo_t* cr, const doc::CheckBox& c) {
+  const doc::Rect& b = c.box;
+  if (b.width <= 0 || b.height <= 0) return;
+  cairo_save(cr);
+  rect(cr, b);
+  cairo_clip(cr);
+  // The platform's box is 13 pixels at 96 dpi.
+  const double side = std::min({9.75, pt(b.width), pt(b.height)});
+  const double bx =
+      pt(b.left) + (c.caption.empty() ? place(pt(b.width), side, hPlace(c.align)) : 0);
+  const double by = pt(b.top) + (pt(b.height) - side) / 2;
+  const double inset = 0.5;
+  cairo_set_source_rgb(cr, 1, 1, 1);
+  cairo_rectangle(cr, bx + inset, by + inset, side - 2 * inset, side - 2 * inset);
+  cairo_fill_preserve(cr);
+  setStroke(cr, doc::LineStyle::Solid, 1, c.foreColor);
+  cairo_stroke(cr);
+  if (c.checked) {
+    cairo_set_line_width(cr, std::max(0.75, side * 0.12));
+    cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
+    cairo_move_to(cr, bx + side * 0.22, by + side * 0.52);
+    cairo_line_to(cr, bx + side * 0.42, by + side * 0.74);
+    cairo_line_to(cr, bx + side * 0.80, by + side * 0.28);
+    cairo_stroke(cr);
+  }
+  if (!c.caption.empty()) {
+    const double gap = 3.0;
+    const double room = pt(b.width) - side - gap;
+    if (room > 0) {
+      LayoutPtr l = textLayout(c.caption, c.font, static_cast<std::int32_t>(room * 20), c.align);
+      PangoRectangle logical;
+      pango_layout_get_extents(l.get(), nullptr, &logical);
+      setColor(cr, c.foreColor);
+      cairo_move_to(cr, bx + side + gap,
+                    pt(b.top) + place(pt(b.height), ptFromPango(logical.height), 1));
+      pango_cairo_show_layout(cr, l.get());
+    }
+  }
+  cairo_restore(cr);
+}
+
+cairo_surface_t* PageRenderer::surfaceFor(const PictureData& data) {
+  auto it = pictures_.find(data.get());
+  if (it == pictures_.end())
+    it = pictures_.emplace(data.get(), CachedPicture{data, decodePicture(data)}).first;
+  return it->second.surface;
+}
+
+void PageRenderer::picture(cairo_t* cr, const doc::Picture& p) {
+  const doc::Rect& b = p.box;
+  if (b.width <= 0 || b.height <= 0) return;
+  if (cairo_surface_t* s = p.data ? surfaceFor(p.data) : nullptr) {
+    const double iw = cairo_image_surface_get_width(s), ih = cairo_image_surface_get_height(s);
+    if (iw > 0 && ih > 0) {
+      cairo_save(cr);
+      rect(cr, b);
+      cairo_clip(cr);
+      const double bw = pt(b.width), bh = pt(b.height);
+      double sx = 0.75, sy = 0.75;  // pixels at 96 dpi
+      double x = 0, y = 0;
+      if (p.sizeMode == doc::SizeMode::Stretch) {
+        sx = bw / iw;
+        sy = bh / ih;
+      } else if (p.sizeMode == doc::SizeMode::Zoom) {
+        sx = sy = std::min(bw / iw, bh / ih);
+        x = (bw - iw * sx) / 2;
+        y = (bh - ih * sy) / 2;
+      }
+      cairo_translate(cr, pt(b.left) + x, pt(b.top) + y);
+      cairo_scale(cr, sx, sy);
+      cairo_set_source_surface(cr, s, 0, 0);
+      cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_GOOD);
+      cairo_paint(cr);
+      cairo_restore(cr);
+    }
+  }
+  border(cr, b, p.border);
+}
+
+void PageRenderer::chart(cairo_t* cr, const doc::Chart& c) {
+  const doc::Rect& b = c.box;
+  if (b.width <= 0 || b.height <= 0) return;
+  cairo_save(cr);
+  rect(cr, b);
+  cairo_clip(cr);
+  const doc::Font titleFont{"Arial", 12, true};
+  const doc::Font labelFont{"Arial", 8};
+  double top = pt(b.top);
+  if (!c.title.empty()) {
+    LayoutPtr l = textLayout(c.title, titleFont, b.width, doc::HAlign::Center);
+    PangoRectangle logical;
+    pango_layout_get_extents(l.get(), nullptr, &logical);
+    setColor(cr, doc::kBlack);
+    cairo_move_to(cr, pt(b.left), top);
+    pango_cairo_show_layout(cr, l.get());
+    top += ptFromPango(logical.height) + 6;
+  }
+  double total = 0;
+  for (double v : c.values)
+    if (std::isfinite(v) && v > 0) total += v;
+  const double h = pt(b.top + b.height) - top, w = pt(b.width);
+  const double radius = std::min(w * 0.6, h) / 2 - 4;
+  if (total > 0 && radius > 0) {
+    static constexpr doc::Color kPalette[] = {
+        doc::rgb(68, 114, 196), doc::rgb(237, 125, 49), doc::rgb(165, 165, 165),
+        doc::rgb(255, 192, 0),  doc::rgb(91, 155, 213), doc::rgb(112, 173, 71),
+        doc::rgb(38, 68, 120),  doc::rgb(158, 72, 14),  doc::rgb(99, 99, 99)};
+    const double cx = pt(b.left) + 4 + radius, cy = top + h / 2;
+    double angle = -std::numbers::pi / 2;
+    double legendY = top;
+    for (std::size_t i = 0; i < c.values.size(); ++i) {
+      const double v = c.values[i];
+      if (!std::isfinite(v) || v <= 0) continue;
+      const doc::Color col = kPalette[i % std::size(kPalette)];
+      const double sweep = 2 * std::numbers::pi * v / total;
+      cairo_move_to(cr, cx, cy);
+      cairo_arc(cr, cx, cy, radius, angle, angle + sweep);
+      cairo_close_path(cr);
+      setColor(cr, col);
+      cairo_fill_preserve(cr);
+      cairo_set_source_rgb(cr, 1, 1, 1);
+      cairo_set_line_width(cr, 0.75);
+      cairo_stroke(cr);
+      angle += sweep;
+      // Legend entry: swatch, label and share.
+      const double lx = cx + radius + 12;
+      setColor(cr, col);
+      cairo_rectangle(cr, lx, legendY + 2, 7, 7);
+      cairo_fill(cr);
+      char pct[32];
+      std::snprintf(pct, sizeof pct, " (%.1f%%)", 100 * v / total);
+      const std::string label = (i < c.labels.size() ? c.labels[i] : std::string()) + pct;
+      LayoutPtr l = textLayout(label, labelFont, 0, doc::HAlign::Left);
+      PangoRectangle logical;
+      pango_layout_get_extents(l.get(), nullptr, &logical);
+      setColor(cr, doc::kBlack);
+      cairo_move_to(cr, lx + 10, legendY);
+      pango_cairo_show_layout(cr, l.get());
+      legendY += std::max(11.0, ptFromPango(logical.height));
+    }
+  }
+  cairo_restore(cr);
+}
+
+}  // namespace galvix::render

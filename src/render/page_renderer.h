@@ -1,0 +1,39 @@
+// Draws the pages of a Document on a cairo context, whatever the surface.
+#pragma once
+
+#include <cairo.h>
+
+#include <map>
+
+#include "galvix/document.h"
+#include "render/pictures.h"
+
+namespace galvix::render {
+
+class PageRenderer {
+ public:
+  PageRenderer() = default;
+  PageRenderer(const PageRenderer&) = delete;
+  PageRenderer& operator=(const PageRenderer&) = delete;
+  ~PageRenderer();
+
+  // Draws `page` on `cr`, whose user space is points with the origin at the page's top left.
+  void draw(cairo_t* cr, const doc::Page& page);
+
+ private:
+  void text(cairo_t* cr, const doc::Text& t);
+  void richText(cairo_t* cr, const doc::RichText& r);
+  void checkBox(cairo_t* cr, const doc::CheckBox& c);
+  void picture(cairo_t* cr, const doc::Picture& p);
+  void chart(cairo_t* cr, const doc::Chart& c);
+  // A picture repeated on every page (a logo) is decoded, and embedded, once per document.
+  cairo_surface_t* surfaceFor(const PictureData& data);
+
+  struct CachedPicture {
+    PictureData data;  // keeps the key's address alive
+    cairo_surface_t* surface = nullptr;
+  };
+  std::map<const void*, CachedPicture> pictures_;
+};
+
+}  // namespace galvix::render

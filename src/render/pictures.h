@@ -1,0 +1,19 @@
+// Encoded pictures (JPEG, PNG, BMP, GIF) decoded by gdk-pixbuf into cairo surfaces.
+#pragma once
+
+#include <cairo.h>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace galvix::render {
+
+using PictureData = std::shared_ptr<const std::vector<std::uint8_t>>;
+
+// A surface for the picture, or null when it cannot be decoded. A JPEG keeps its encoded bytes
+// as the surface's JPEG mime data, so PDF and SVG embed the original instead of re-encoding.
+// The caller owns the returned reference.
+cairo_surface_t* decodePicture(const PictureData& data);
+
+}  // namespace galvix::render
