@@ -42,7 +42,7 @@ std::string textOf(const Variant& v) {
   return v.toString();
 }
 
-nlohmann::json jsonOf(const Variant& v) {
+nlohmann::ordered_json jsonOf(const Variant& v) {
   switch (v.type()) {
     case VarType::Empty:
     case VarType::Null:
@@ -81,9 +81,9 @@ void run(const std::string& database, const std::string& sql, Output output, boo
   if (!rs.isOpen()) return;  // an action query: nothing to print
   int n = rs.fieldCount();
   if (output == Output::Json) {
-    nlohmann::json rows = nlohmann::json::array();
+    nlohmann::ordered_json rows = nlohmann::ordered_json::array();
     for (; !rs.EOF_(); rs.moveNext()) {
-      nlohmann::json row = nlohmann::json::object();
+      nlohmann::ordered_json row = nlohmann::ordered_json::object();
       for (int i = 0; i < n; ++i) row[rs.fields(i).name()] = jsonOf(rs.fields(i).value());
       rows.push_back(std::move(row));
     }

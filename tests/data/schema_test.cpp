@@ -25,6 +25,7 @@ std::string tempDb(const char* name) {
 class Schema : public ::testing::Test {
  protected:
   Schema() : f(tempDb("s.db")) {}
+  ~Schema() override { fs::remove_all(fs::path(f.path()).parent_path()); }
   db::Recordset& query(const std::string& sql) {
     if (!conn.isOpen()) conn.open(f.connectionString());
     rs.open(sql, conn, db::CursorType::Static);
@@ -142,6 +143,8 @@ TEST(SchemaSql, CreatesInAnEmptyDatabaseAndRefusesTwice) {
   auto db = db::openSqliteFile(path, true);
   createEventSchema(db.get());
   EXPECT_THROW(createEventSchema(db.get()), db::DbError);
+  db.reset();
+  fs::remove_all(fs::path(path).parent_path());
 }
 
 }  // namespace

@@ -35,6 +35,7 @@ DbError errorOf(F&& f) {
 class Db : public ::testing::Test {
  protected:
   Db() : f(tempDb("t.db").string()) {}
+  ~Db() override { fs::remove_all(fs::path(f.path()).parent_path()); }
   void open() { conn.open(f.connectionString()); }
   Fixture f;
   Connection conn;
