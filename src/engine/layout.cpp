@@ -1,5 +1,6 @@
 #include "engine/layout.h"
 
+#include <cmath>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -17,6 +18,36 @@ LayoutError::LayoutError(std::string file, std::string path, std::string reason)
       file_(std::move(file)),
       path_(std::move(path)),
       reason_(std::move(reason)) {}
+
+void PageSettings::setPaperSize(int code) {
+  struct Paper {
+    int code;
+    double w, h;  // inches
+  };
+  constexpr double mm = 1.0 / 25.4;
+  static const Paper papers[] = {
+      {1, 8.5, 11},
+      {3, 11, 17},
+      {5, 8.5, 14},
+      {7, 7.25, 10.5},
+      {8, 297 * mm, 420 * mm},
+      {9, 210 * mm, 297 * mm},
+      {11, 148 * mm, 210 * mm},
+      {13, 182 * mm, 257 * mm},
+      {19, 3.875, 8.875},
+      {20, 4.125, 9.5},
+      {27, 110 * mm, 220 * mm},
+      {28, 162 * mm, 229 * mm},
+      {34, 176 * mm, 250 * mm},
+      {37, 3.875, 7.5},
+  };
+  paperSize = code;
+  for (const auto& p : papers)
+    if (p.code == code) {
+      paperWidth = static_cast<float>(std::nearbyint(p.w * 1440));
+      paperHeight = static_cast<float>(std::nearbyint(p.h * 1440));
+    }
+}
 
 namespace {
 
@@ -299,7 +330,7 @@ std::shared_ptr<const Layout> loadLayout(std::string_view text, std::string file
     ps.orientation = p.choice<Orientation>(
         "orientation", Orientation::Portrait,
         {{"portrait", Orientation::Portrait}, {"landscape", Orientation::Landscape}});
-    ps.paperSize = p.integer("paperSize", 1, 0, 1000);
+    ps.setPaperSize(p.integer("paperSize", 1, 0, 1000));
     ps.paperWidth = p.twips("paperWidth", ps.paperWidth);
     ps.paperHeight = p.twips("paperHeight", ps.paperHeight);
     if (ps.paperWidth <= 0 || ps.paperHeight <= 0)

@@ -22,6 +22,11 @@ struct PageSettings {
   float paperWidth = 12240;  // twips, portrait sense
   float paperHeight = 15840;
   float leftMargin = 1440, rightMargin = 1440, topMargin = 1440, bottomMargin = 1440;
+
+  // Sets the paper code and, for the common codes (letter, legal, tabloid, executive, A3-A5,
+  // B5, envelopes #9, #10, DL, C5, B5, Monarch), the paper's width and height. Other codes
+  // (custom sizes are 256 and up) keep the width and height, which code then sets.
+  void setPaperSize(int code);
 };
 
 struct LayoutSection {

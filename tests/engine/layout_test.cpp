@@ -109,6 +109,23 @@ TEST(Layout, LoadsSectionsControlsAndPage) {
   EXPECT_FALSE(l->sections[2].state.visible);
 }
 
+TEST(Layout, PaperCodesGiveTheirSizes) {
+  PageSettings ps;
+  ps.setPaperSize(9);  // A4
+  EXPECT_EQ(ps.paperWidth, 11906);
+  EXPECT_EQ(ps.paperHeight, 16838);
+  ps.setPaperSize(20);  // #10 envelope
+  EXPECT_EQ(ps.paperWidth, 5940);
+  EXPECT_EQ(ps.paperHeight, 13680);
+  ps.setPaperSize(256);  // custom: code sets the size
+  EXPECT_EQ(ps.paperSize, 256);
+  EXPECT_EQ(ps.paperWidth, 5940);
+  auto l = loadLayout(R"({"version": 1, "name": "r", "page": {"paperSize": 5},
+                         "sections": [{"kind": "detail", "name": "Detail"}]})",
+                      "r.json");
+  EXPECT_EQ(l->page.paperHeight, 20160);  // legal
+}
+
 TEST(Layout, EmbeddedLayoutsAreFoundByNameOnceLinked) {
   const EmbeddedLayout& e = layouts::tstEmbedded();
   EXPECT_EQ(findEmbeddedLayout("TSTEMBEDDED"), &e);
