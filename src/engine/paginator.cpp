@@ -174,11 +174,9 @@ void Paginator::emit(const std::vector<doc::Item>& items, std::int32_t x, std::i
     page.items.push_back(std::move(bg));
   }
   for (auto& it : items) {
-    auto [top, bottom] = extent(it);
-    (void)bottom;
-    if (top < cut0 || top >= cut1) {
-      if (!(cut0 == 0 && top < 0)) continue;  // drawn above the band: with the first part
-    }
+    const std::int32_t top = extent(it).first;
+    // An item above the band's top goes with its first part.
+    if ((top < cut0 || top >= cut1) && !(cut0 == 0 && top < 0)) continue;
     doc::Item moved = it;
     shift(moved, x, y - cut0);
     page.items.push_back(std::move(moved));
@@ -209,7 +207,7 @@ void Paginator::commit(BandInstance& inst, bool flow) {
   loop_.runSubreports(inst);
   inst.height = loop_.measure(inst);
   std::vector<std::pair<std::size_t, int>> deferred;
-  auto items = loop_.buildItems(inst, width_, deferred);
+  auto items = loop_.buildItems(inst, deferred);
 
   const std::int32_t x = inst.column ? cellX_ : left_;
   std::int32_t y = inst.column ? cellY_ : y_;
@@ -229,8 +227,7 @@ void Paginator::commit(BandInstance& inst, bool flow) {
     // Map which of our items land on this page, to record deferred page counts.
     std::vector<std::size_t> landed;
     for (std::size_t k = 0; k < items.size(); ++k) {
-      auto [top, bottom] = extent(items[k]);
-      (void)bottom;
+      const std::int32_t top = extent(items[k]).first;
       if ((top >= cut0 && top < cut1) || (cut0 == 0 && top < 0)) landed.push_back(k);
     }
     emit(items, x, atY, cut0, cut1, inst);

@@ -336,12 +336,10 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
   return std::max(0, h);
 }
 
-std::vector<doc::Item> RunLoop::buildItems(BandInstance& inst, std::int32_t width,
+std::vector<doc::Item> RunLoop::buildItems(BandInstance& inst,
                                            std::vector<std::pair<std::size_t, int>>& deferred) {
-  (void)width;
   Section& s = *inst.section;
   std::vector<doc::Item> items;
-  const std::int32_t bandH = inst.height;
   for (std::size_t i = 0; i < s.controls_.size(); ++i) {
     const auto& st = s.controls_[i]->state();
     if (!st.visible) continue;
@@ -476,7 +474,6 @@ std::vector<doc::Item> RunLoop::buildItems(BandInstance& inst, std::int32_t widt
     }
     items.push_back(std::move(item));
   }
-  (void)bandH;
   return items;
 }
 

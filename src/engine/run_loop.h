@@ -72,7 +72,9 @@ class RunLoop {
   void snapshot(BandInstance& inst);
   BandInstance formatSection(Section& s, const RowPtr& row, long rowIndex);
   std::int32_t measure(BandInstance& inst);
-  std::vector<doc::Item> buildItems(BandInstance& inst, std::int32_t width,
+  // Items of the instance relative to its band; `deferred` gets (item index, control index)
+  // of page-count fields to fill in after the last page.
+  std::vector<doc::Item> buildItems(BandInstance& inst,
                                     std::vector<std::pair<std::size_t, int>>& deferred);
   void setViewRow(const RowPtr& row, long index);
   void refreshSummaries(BandInstance& inst, const std::vector<Accumulator>* page);
