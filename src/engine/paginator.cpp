@@ -105,12 +105,13 @@ void Paginator::openPage(BandInstance* first) {
     if (first->row) bound = loop_.bindBodySections(&s, *first->row);
     report_.onPageStart();
     RunLoop::unbind(bound);
+    checkCancel();
     if (!latest) loop_.restore(saved);
   } else {
     loop_.setViewRow(lastRow_, lastRowIndex_);
     report_.onPageStart();
+    checkCancel();
   }
-  if (report_.cancelled()) return;
   reportHeaderPlacedAtOpen_ = false;
   if (first && first->section->kind() == SectionKind::ReportHeader) {
     // The report header prints above the first page's header.
@@ -147,6 +148,7 @@ void Paginator::closePage() {
   loop_.setViewRow(lastRow_, lastRowIndex_);
   report_.onPageEnd();
   open_ = false;
+  checkCancel();
 }
 
 void Paginator::endColumns() {
@@ -201,7 +203,7 @@ void Paginator::commit(BandInstance& inst, bool flow) {
   }
   loop_.refreshSummaries(inst, &pageTotals_);
   report_.onBandEvent(s, BandEvent::BeforePrint);
-  if (report_.cancelled()) return;
+  checkCancel();
 
   // A handler may have replaced a subreport or changed texts: measure again.
   loop_.runSubreports(inst);
@@ -306,6 +308,7 @@ void Paginator::commit(BandInstance& inst, bool flow) {
     lastRowIndex_ = inst.rowIndex;
   }
   report_.onBandEvent(s, BandEvent::AfterPrint);
+  checkCancel();
   if (inst.ownGroup >= 0 && !embedded_) {
     const auto level = static_cast<std::size_t>(inst.ownGroup);
     if (openHeaders_.size() <= level) openHeaders_.resize(level + 1);
@@ -328,11 +331,11 @@ void Paginator::place(std::vector<BandInstance>& queue) {
   for (auto& s : report_.sections())
     if (s->kind() == SectionKind::Detail) detail = s.get();
   for (std::size_t i = 0; i < queue.size(); ++i) {
-    if (report_.cancelled()) return;
     BandInstance& inst = queue[i];
     if (!inst.sectionState.visible) continue;
     if (inst.column && detail) {
-      // A cell: optional every-row headers, the detail, optional every-row footers.
+      // A cell: the group headers that open before a detail, the detail, the group footers
+      // that close after it.
       std::size_t j = i;
       bool sawDetail = false;
       std::int32_t ch = 0;
@@ -373,7 +376,6 @@ void Paginator::place(std::vector<BandInstance>& queue) {
       }
       if (!open_) {
         openPage(&inst);
-        if (report_.cancelled()) return;
         if (reportHeaderPlacedAtOpen_ && &inst == &queue[i] &&
             inst.section->kind() == SectionKind::ReportHeader) {
           reportHeaderPlacedAtOpen_ = false;
@@ -408,7 +410,6 @@ void Paginator::placeCell(std::vector<BandInstance>& queue, std::size_t from, st
   breakPending_ = false;
   if (!open_) {
     openPage(&queue[from]);
-    if (report_.cancelled()) return;
   }
   if (!colsUsed_) startColumns();
   const bool down = detail.columnDirection() == ColumnDirection::DownAcross;
@@ -423,7 +424,6 @@ void Paginator::placeCell(std::vector<BandInstance>& queue, std::size_t from, st
         continue;
       }
       newPage();
-      if (report_.cancelled()) return;
     }
     cellY_ = colY_[static_cast<std::size_t>(colIndex_)];
   } else {
@@ -433,7 +433,6 @@ void Paginator::placeCell(std::vector<BandInstance>& queue, std::size_t from, st
     }
     if (rowTop_ + ch > bodyBottom_ && rowTop_ > bodyStart_) {
       newPage();
-      if (report_.cancelled()) return;
     }
     cellY_ = rowTop_;
   }

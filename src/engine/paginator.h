@@ -31,6 +31,9 @@ class Paginator {
     std::size_t page, item;
     std::string format;
   };
+  void checkCancel() const {
+    if (report_.cancelled()) throw RunCancelled{};
+  }
   void openPage(BandInstance* first);
   void closePage();
   void commit(BandInstance& inst, bool allowNewPage);

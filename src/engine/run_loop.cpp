@@ -10,8 +10,6 @@ namespace galvix::engine {
 
 namespace {
 
-struct CancelSignal {};
-
 std::int32_t rnd(double v) {
   return static_cast<std::int32_t>(std::nearbyint(v));
 }
@@ -82,7 +80,7 @@ void RunLoop::setViewRow(const RowPtr& row, long index) {
 
 static void fire(Report& r, const std::function<void()>& f) {
   f();
-  if (r.cancelled()) throw CancelSignal{};
+  if (r.cancelled()) throw RunCancelled{};
 }
 
 bool RunLoop::begin() {
@@ -624,7 +622,7 @@ RunResult RunLoop::run() {
     body();
     pager_->finish(res.document);
     fire(report_, [&] { report_.onReportEnd(); });
-  } catch (const CancelSignal&) {
+  } catch (const RunCancelled&) {
     res.cancelled = true;
     res.document = {};
     return res;
@@ -643,7 +641,7 @@ Fragment RunLoop::runEmbedded(std::int32_t width) {
     doc::Document unused;
     pager_->finish(unused);
     fire(report_, [&] { report_.onReportEnd(); });
-  } catch (const CancelSignal&) {
+  } catch (const RunCancelled&) {
     return {};
   }
   return pager_->takeFragment();

@@ -18,6 +18,9 @@
 
 namespace galvix::engine {
 
+// Thrown when a handler has called cancel(): unwinds the run to runReport.
+struct RunCancelled {};
+
 // Totals of one summarised field over some range of rows.
 struct Accumulator {
   Variant sum;

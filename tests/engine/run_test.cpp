@@ -400,6 +400,26 @@ TEST(NoData, WithoutCancelPrintsOnePageOfHeadersOnly) {
                 "BeforePrint PageFooter", "AfterPrint PageFooter", "PageEnd p1", "ReportEnd"}));
 }
 
+TEST(Cancel, FromAnyHandlerStopsTheRunAtOnce) {
+  std::vector<std::string> log;
+  class R : public LoggingReport {
+   public:
+    explicit R(std::vector<std::string>* log)
+        : LoggingReport(layoutOf(layoutJson("rptStop", R"(
+          {"kind": "detail", "name": "Detail", "height": 300})")),
+                        log) {
+      data().setRows({"N"}, rows({{1}, {2}, {3}}));
+      onBeforePrint("Detail", [this] {
+        if (data().recordset().value("N").toLong() == 2) cancel();
+      });
+    }
+  } r(&log);
+  auto res = test::run(r);
+  EXPECT_TRUE(res.cancelled);
+  EXPECT_TRUE(res.document.pages.empty());
+  EXPECT_EQ(log.back(), "BeforePrint Detail row=1");
+}
+
 // ---------------------------------------------------------------------------------------------
 // Group keys: expressions, a key naming no column resolved by the layout's breakOn column.
 
