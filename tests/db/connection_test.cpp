@@ -257,5 +257,62 @@ TEST_F(Db, StatementsAreReusedAndNeverSharedBetweenOpenRecordsets) {
   EXPECT_EQ(a.value("SubEventName").rawString(), "B");
 }
 
+TEST_F(Db, OutOfRangeAndTextValuesKeepTheirMeaning) {
+  long e = f.event();
+  long g = f.group(e);
+  long guest = f.guest(g);
+  f.set("GuestNames", guest, "Age", 40000);                          // too big for a SMALLINT
+  f.set("Events", e, "EventTypeID", Variant::dbl(1099511627776.0));  // too big for 32 bits
+  f.set("Events", e, "EventEndDate", "14:30");                       // a time written as text
+  f.set("Events", e, "EventStartDate", "next week");                 // not a date at all
+  open();
+  Recordset rs;
+  rs.open("SELECT Age FROM GuestNames", conn);
+  EXPECT_EQ(rs.value("Age").type(), VarType::Long);
+  EXPECT_EQ(rs.value("Age").rawInt(), 40000);
+  rs.open("SELECT EventTypeID, EventEndDate, EventStartDate FROM Events", conn);
+  EXPECT_EQ(rs.value("EventTypeID").type(), VarType::Double);
+  EXPECT_EQ(rs.value("EventEndDate").type(), VarType::Date);
+  EXPECT_DOUBLE_EQ(rs.value("EventEndDate").rawDouble(), 14.5 / 24);
+  EXPECT_EQ(rs.value("EventStartDate").type(), VarType::String);
+}
+
+TEST_F(Db, StatementsRunTogetherOrNotAtAll) {
+  f.event();
+  open();
+  EXPECT_EQ(conn.execute("UPDATE Events SET EventName = 'Renamed'"), 1);
+  DbError e = errorOf([&] {
+    conn.execute("CREATE TABLE BUDGET_REPORT (Item TEXT); INSERT INTO Nowhere VALUES (1)");
+  });
+  EXPECT_EQ(e.number(), kErrNoSuchObject);
+  Recordset rs;
+  // The create was undone with the failed insert, so the work table can be made again.
+  EXPECT_EQ(errorOf([&] { rs.open("SELECT * FROM BUDGET_REPORT", conn); }).number(),
+            kErrNoSuchObject);
+  EXPECT_EQ(conn.execute("CREATE TABLE BUDGET_REPORT (Item TEXT); "
+                         "INSERT INTO BUDGET_REPORT SELECT EventName FROM Events"),
+            1);
+  rs.open("SELECT Item FROM BUDGET_REPORT", conn);
+  EXPECT_EQ(rs.value("Item").rawString(), "Renamed");
+}
+
+TEST_F(Db, ReopeningReplacesFieldsAndConnectionsReopen) {
+  f.event({.name = "One"});
+  open();
+  Recordset rs;
+  rs.open("SELECT EventName, EventID FROM Events", conn);
+  EXPECT_EQ(rs.fieldCount(), 2);
+  rs.open("SELECT EventID AS Id FROM Events", conn);  // no close in between
+  EXPECT_EQ(rs.fieldCount(), 1);
+  EXPECT_EQ(errorOf([&] { rs.fields("EventName"); }).number(), kErrItemNotFound);
+  EXPECT_EQ(rs.value("ID").rawInt(), 1);
+  conn.close();
+  EXPECT_FALSE(conn.isOpen());
+  EXPECT_EQ(errorOf([&] { rs.open("SELECT 1", conn); }).number(), kErrState);
+  open();
+  rs.open("SELECT EventName FROM Events", conn);
+  EXPECT_EQ(rs.value("EventName").rawString(), "One");
+}
+
 }  // namespace
 }  // namespace galvix::db
