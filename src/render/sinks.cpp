@@ -135,8 +135,8 @@ std::vector<std::string> writePng(const doc::Document& d, const std::string& pat
   const auto& pages = pagesOf(d);
   for (std::size_t i = 0; i < pages.size(); ++i) {
     const double scale = dpi / 72.0;
-    const int w = std::max(1, static_cast<int>(std::ceil(pt(pages[i].width) * scale)));
-    const int h = std::max(1, static_cast<int>(std::ceil(pt(pages[i].height) * scale)));
+    const int w = std::max(1, static_cast<int>(std::ceil(pt(pages[i].width) * scale - 1e-6)));
+    const int h = std::max(1, static_cast<int>(std::ceil(pt(pages[i].height) * scale - 1e-6)));
     const std::string path = pagePath(pathPrefix, i, ".png");
     cairo_surface_t* s = cairo_image_surface_create(CAIRO_FORMAT_RGB24, w, h);
     cairo_t* cr = cairo_create(s);

@@ -1,0 +1,211 @@
+// Files the sinks write, checked with poppler, qpdf and the pixels of rendered pages.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "render/render.h"
+#include "render_sample.h"
+#include "render_test_util.h"
+
+namespace galvix::render {
+namespace {
+
+using namespace testing;
+using ::testing::HasSubstr;
+
+doc::Document onePage(std::vector<doc::Item> items, std::int32_t w = 2880, std::int32_t h = 2880) {
+  doc::Document d;
+  d.title = "Test";
+  doc::Page p;
+  p.width = w;
+  p.height = h;
+  p.items = std::move(items);
+  d.pages.push_back(std::move(p));
+  return d;
+}
+
+// Renders at 72 dpi, where one pixel is 20 twips.
+std::string renderPng(const TempDir& dir, const doc::Document& d) {
+  auto paths = writePng(d, dir / "page", 72);
+  EXPECT_EQ(paths.size(), d.pages.size());
+  return paths.front();
+}
+
+TEST(Pdf, TextFontsMetadataAndStructure) {
+  TempDir dir;
+  doc::Document d = denseDocument(3);
+  d.pages[1].landscape = true;
+  std::swap(d.pages[1].width, d.pages[1].height);
+  const std::string pdf = dir / "report.pdf";
+  writePdf(d, pdf);
+
+  auto text = run("pdftotext -layout '" + pdf + "' -");
+  ASSERT_EQ(text.status, 0) << text.out;
+  EXPECT_THAT(text.out, HasSubstr("Guest List - with notes"));
+  EXPECT_THAT(text.out, HasSubstr("Bélanger, Bruno"));
+  EXPECT_THAT(text.out, HasSubstr("Łukasz"));
+  EXPECT_THAT(text.out, HasSubstr("Page 3 of 3"));
+  EXPECT_THAT(text.out, HasSubstr("Bridley Event Planning"));
+
+  // Every font embedded as a subset, and the usual names mapped to the metric-compatible fonts.
+  auto fonts = run("pdffonts '" + pdf + "'");
+  ASSERT_EQ(fonts.status, 0) << fonts.out;
+  EXPECT_THAT(fonts.out, HasSubstr("LiberationSans-Bold"));
+  EXPECT_THAT(fonts.out, HasSubstr("LiberationSerif-Bold"));
+  std::istringstream lines(fonts.out);
+  std::string line;
+  int fontRows = 0;
+  for (int i = 0; std::getline(lines, line); ++i) {
+    if (i < 2) continue;  // heading and rule
+    ++fontRows;
+    EXPECT_THAT(line, ::testing::ContainsRegex("^[A-Z]{6}\\+")) << "not a subset: " << line;
+    EXPECT_THAT(line, ::testing::ContainsRegex("yes yes")) << "not embedded: " << line;
+  }
+  EXPECT_GE(fontRows, 3);
+
+  auto check = run("qpdf --check '" + pdf + "'");
+  EXPECT_EQ(check.status, 0) << check.out;
+
+  auto info = run("pdfinfo '" + pdf + "'");
+  EXPECT_THAT(info.out, ::testing::ContainsRegex("Title: +Guest List - with notes"));
+  EXPECT_THAT(info.out, ::testing::ContainsRegex("Creator: +Galvix Reports"));
+  EXPECT_THAT(info.out, ::testing::ContainsRegex("Pages: +3"));
+  // Each page keeps its own size: the landscape page is 792 x 612 points.
+  auto sizes = run("pdfinfo -f 1 -l 3 '" + pdf + "'");
+  EXPECT_THAT(sizes.out, ::testing::ContainsRegex("Page +2 size: +792 x 612"));
+  EXPECT_THAT(sizes.out, ::testing::ContainsRegex("Page +3 size: +612 x 792"));
+}
+
+TEST(Sinks, OneFilePerPageForPngAndSvg) {
+  TempDir dir;
+  doc::Document d = denseDocument(2);
+  auto png = writePng(d, dir / "r", 150);
+  ASSERT_EQ(png, (std::vector<std::string>{dir / "r-1.png", dir / "r-2.png"}));
+  PngImage img(png[1]);
+  ASSERT_TRUE(img.ok());
+  EXPECT_EQ(img.width(), 1275);  // 8.5 in at 150 dpi
+  EXPECT_EQ(img.height(), 1650);
+
+  auto svg = writeSvg(d, dir / "r");
+  ASSERT_EQ(svg, (std::vector<std::string>{dir / "r-1.svg", dir / "r-2.svg"}));
+  std::ifstream in(svg[0]);
+  std::string content((std::istreambuf_iterator<char>(in)), {});
+  EXPECT_THAT(content, HasSubstr("<svg"));
+  EXPECT_THAT(content, HasSubstr("width=\"612pt\""));
+  // No temporary files are left behind.
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 4);
+}
+
+TEST(Sinks, FailedWriteLeavesNoFileAndKeepsTheOldOne) {
+  TempDir dir;
+  EXPECT_THROW(writePdf(denseDocument(1), dir / "missing/report.pdf"), RenderError);
+  EXPECT_THROW(writePng(denseDocument(1), dir / "x", 0), RenderError);
+  try {
+    writePdf(denseDocument(1), dir / "missing/report.pdf");
+  } catch (const RenderError& e) {
+    EXPECT_THAT(e.what(), HasSubstr("missing/report.pdf"));
+  }
+  // A good file is replaced whole.
+  const std::string pdf = dir / "r.pdf";
+  writePdf(denseDocument(1), pdf);
+  const auto first = std::filesystem::file_size(pdf);
+  writePdf(denseDocument(2), pdf);
+  EXPECT_GT(std::filesystem::file_size(pdf), first);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1);
+}
+
+TEST(Sinks, EmptyDocumentGivesOneBlankPage) {
+  TempDir dir;
+  doc::Document d;
+  writePdf(d, dir / "e.pdf");
+  EXPECT_EQ(run("qpdf --check '" + (dir / "e.pdf") + "'").status, 0);
+  EXPECT_EQ(writePng(d, dir / "e").size(), 1u);
+}
+
+TEST(Drawing, PackedColoursHaveRedInTheLowByte) {
+  TempDir dir;
+  doc::Text t = text({200, 200, 400, 400}, "");
+  t.backColor = doc::rgb(255, 0, 0);
+  doc::Box b;
+  b.box = {1000, 200, 400, 400};
+  b.fill = 0xFF0000;  // blue as the platform packs it
+  b.style = doc::LineStyle::Transparent;
+  PngImage img(renderPng(dir, onePage({item(t), item(b)})));
+  EXPECT_EQ(img.rgb(20, 20), 0xFF0000u);
+  EXPECT_EQ(img.rgb(60, 20), 0x0000FFu);
+  EXPECT_EQ(img.rgb(40, 20), 0xFFFFFFu);
+}
+
+TEST(Drawing, TextIsClippedToItsBox) {
+  TempDir dir;
+  doc::Text t = text({400, 400, 600, 300}, "WWWWWWWWWWWWWWWWWWWWWWWWWWWWWW\nWWWWWWWW\nWWWWWWWW",
+                     doc::Font{"Arial", 20});
+  t.wordWrap = false;
+  PngImage img(renderPng(dir, onePage({item(t)})));
+  auto ink = img.inkBox();
+  ASSERT_GE(ink[0], 0);
+  EXPECT_GE(ink[0], 20);
+  EXPECT_GE(ink[1], 20);
+  EXPECT_LE(ink[2], 50);
+  EXPECT_LE(ink[3], 35);
+}
+
+TEST(Drawing, AlignmentAndRotation) {
+  TempDir dir;
+  // Right and bottom aligned: ink hugs the box's bottom right corner.
+  doc::Text br = text({200, 200, 2000, 1000}, "Total", doc::Font{"Arial", 12}, doc::HAlign::Right);
+  br.valign = doc::VAlign::Bottom;
+  PngImage a(renderPng(dir, onePage({item(br)})));
+  auto ink = a.inkBox();
+  EXPECT_NEAR(ink[2], 110, 2);
+  EXPECT_NEAR(ink[3], 60, 4);
+
+  // A quarter turn in a tall narrow box (a column head over check boxes): the text runs
+  // upwards, so its ink is tall and narrow and stays inside the box.
+  doc::Text up =
+      text({1000, 200, 540, 1530}, "Reception", doc::Font{"Arial", 10}, doc::HAlign::Center);
+  up.angle = 900;
+  up.valign = doc::VAlign::Bottom;
+  PngImage b(renderPng(dir, onePage({item(up)})));
+  ink = b.inkBox();
+  ASSERT_GE(ink[0], 0);
+  EXPECT_GT(ink[3] - ink[1], 3 * (ink[2] - ink[0]));
+  EXPECT_GE(ink[0], 50);
+  EXPECT_LE(ink[2], 77);
+  EXPECT_GE(ink[1], 10);
+  EXPECT_LE(ink[3], 86);
+  // Centred along the box's height.
+  EXPECT_NEAR((ink[1] + ink[3]) / 2.0, 10 + 1530 / 40.0, 3);
+}
+
+TEST(Drawing, CheckBoxesLinesAndBorders) {
+  TempDir dir;
+  doc::CheckBox on;
+  on.box = {200, 200, 300, 300};
+  on.checked = true;
+  on.align = doc::HAlign::Center;
+  doc::CheckBox off = on;
+  off.box.left = 800;
+  off.checked = false;
+  doc::Line dashed{200, 1000, 2600, 1000, doc::LineStyle::Dash, 2};
+  doc::Text bordered = text({200, 1400, 1000, 400}, "");
+  bordered.border.bottom = doc::LineStyle::Solid;
+  bordered.border.weight = 2;
+  PngImage img(renderPng(dir, onePage({item(on), item(off), item(dashed), item(bordered)})));
+  // Ticked: ink in the middle of the square; not ticked: only the frame.
+  EXPECT_TRUE(img.dark(17, 17) || img.dark(17, 18) || img.dark(18, 17));
+  EXPECT_FALSE(img.dark(47, 17));
+  EXPECT_TRUE(img.dark(47 - 4, 17 - 4 + 0) || img.dark(43, 13));
+  // A dashed line has gaps; a solid border does not.
+  int dashedDark = 0, borderDark = 0;
+  for (int x = 10; x < 130; ++x) dashedDark += img.dark(x, 50);
+  for (int x = 11; x < 59; ++x) borderDark += img.dark(x, 90);
+  EXPECT_GT(dashedDark, 60);
+  EXPECT_LT(dashedDark, 110);
+  EXPECT_EQ(borderDark, 48);
+}
+
+}  // namespace
+}  // namespace galvix::render

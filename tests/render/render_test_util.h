@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cairo.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+namespace galvix::render::testing {
+
+// Output of a shell command (stdout and stderr) and its exit status.
+struct CommandResult {
+  std::string out;
+  int status = -1;
+};
+
+inline CommandResult run(const std::string& cmd) {
+  CommandResult r;
+  std::FILE* p = popen((cmd + " 2>&1").c_str(), "r");
+  if (!p) return r;
+  std::array<char, 4096> buf;
+  std::size_t n;
+  while ((n = std::fread(buf.data(), 1, buf.size(), p)) > 0) r.out.append(buf.data(), n);
+  r.status = pclose(p);
+  return r;
+}
+
+// A fresh folder per test, removed afterwards.
+class TempDir {
+ public:
+  TempDir() {
+    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+    path_ = std::filesystem::temp_directory_path() /
+            ("galvix-render-" + std::string(info->test_suite_name()) + "-" + info->name());
+    std::filesystem::remove_all(path_);
+    std::filesystem::create_directories(path_);
+  }
+  ~TempDir() { std::filesystem::remove_all(path_); }
+  std::string operator/(const std::string& name) const { return (path_ / name).string(); }
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+// Pixels of a PNG file, read through cairo.
+class PngImage {
+ public:
+  explicit PngImage(const std::string& path)
+      : s_(cairo_image_surface_create_from_png(path.c_str())) {}
+  ~PngImage() { cairo_surface_destroy(s_); }
+  PngImage(const PngImage&) = delete;
+  PngImage& operator=(const PngImage&) = delete;
+  bool ok() const { return cairo_surface_status(s_) == CAIRO_STATUS_SUCCESS; }
+  int width() const { return cairo_image_surface_get_width(s_); }
+  int height() const { return cairo_image_surface_get_height(s_); }
+  // 0xRRGGBB
+  unsigned rgb(int x, int y) const {
+    const auto* row = cairo_image_surface_get_data(s_) + y * cairo_image_surface_get_stride(s_);
+    return reinterpret_cast<const std::uint32_t*>(row)[x] & 0xFFFFFF;
+  }
+  bool dark(int x, int y) const {
+    unsigned c = rgb(x, y);
+    return ((c >> 16) & 0xFF) + ((c >> 8) & 0xFF) + (c & 0xFF) < 3 * 160;
+  }
+  // Bounding box of the dark pixels: {left, top, right, bottom}, or all -1 when there are none.
+  std::array<int, 4> inkBox() const {
+    std::array<int, 4> b{-1, -1, -1, -1};
+    for (int y = 0; y < height(); ++y)
+      for (int x = 0; x < width(); ++x)
+        if (dark(x, y)) {
+          if (b[0] < 0 || x < b[0]) b[0] = x;
+          if (b[1] < 0) b[1] = y;
+          b[2] = std::max(b[2], x);
+          b[3] = y;
+        }
+    return b;
+  }
+
+ private:
+  cairo_surface_t* s_;
+};
+
+}  // namespace galvix::render::testing

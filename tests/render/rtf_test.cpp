@@ -1,0 +1,117 @@
+// The RTF reader: formatting, tables, characters, the merge's " \par ", and damaged input.
+#include <gtest/gtest.h>
+
+#include "render/render.h"
+#include "render/rtf_reader.h"
+
+namespace galvix::render {
+namespace {
+
+const char* kTemplate =
+    R"({\rtf1\ansi\ansicpg1252\deff0{\fonttbl{\f0\fswiss\fcharset0 Arial;}{\f1\froman Times New Roman;}}
+{\colortbl ;\red255\green0\blue0;\red0\green0\blue128;}
+{\*\generator Msftedit 5.41.21.2510;}\viewkind4\uc1\pard\qc\f1\fs36 Dear <Guest's Name Here>,\par
+\pard\li720\ri360\fi-360\sa120\f0\fs20 You sit at \b <Table#>\b0 , seat \i <Seat#>\i0 .\par
+\qr\cf1 R\'e9sum\'e9 \u8364? 10\cf0\par
+\qj\cf2\ul Justified\ulnone  text.\par
+})";
+
+TEST(Rtf, FormattingParagraphsAndAlignment) {
+  RtfDocument d = readRtf(kTemplate);
+  ASSERT_EQ(d.paragraphs.size(), 4u);
+  EXPECT_EQ(d.plainText(),
+            "Dear <Guest's Name Here>,\nYou sit at <Table#>, seat <Seat#>.\nRésumé € 10\n"
+            "Justified text.");
+
+  const auto& p0 = d.paragraphs[0];
+  EXPECT_EQ(p0.align, doc::HAlign::Center);
+  ASSERT_EQ(p0.runs.size(), 1u);
+  EXPECT_EQ(p0.runs[0].font, "Times New Roman");
+  EXPECT_EQ(p0.runs[0].size, 18.0);
+
+  const auto& p1 = d.paragraphs[1];
+  EXPECT_EQ(p1.align, doc::HAlign::Left);  // \pard reset the centring
+  EXPECT_EQ(p1.leftIndent, 720);
+  EXPECT_EQ(p1.rightIndent, 360);
+  EXPECT_EQ(p1.firstIndent, -360);
+  EXPECT_EQ(p1.spaceAfter, 120);
+  ASSERT_EQ(p1.runs.size(), 5u);
+  EXPECT_EQ(p1.runs[0].font, "Arial");
+  EXPECT_EQ(p1.runs[0].size, 10.0);
+  EXPECT_FALSE(p1.runs[0].bold);
+  EXPECT_TRUE(p1.runs[1].bold);
+  EXPECT_EQ(p1.runs[1].text, "<Table#>");
+  EXPECT_TRUE(p1.runs[3].italic);
+  EXPECT_FALSE(p1.runs[4].italic);
+
+  const auto& p2 = d.paragraphs[2];
+  EXPECT_EQ(p2.align, doc::HAlign::Right);
+  EXPECT_EQ(p2.runs[0].color, doc::rgb(255, 0, 0));
+
+  const auto& p3 = d.paragraphs[3];
+  EXPECT_EQ(p3.align, doc::HAlign::Justify);
+  EXPECT_EQ(p3.runs[0].color, doc::rgb(0, 0, 128));
+  EXPECT_TRUE(p3.runs[0].underline);
+  EXPECT_FALSE(p3.runs[1].underline);
+}
+
+TEST(Rtf, MergedTextWithParBreaksAndRawCharacters) {
+  // The stationery merge splices a label with CR LF replaced by " \par ", raw UTF-8 included.
+  std::string rtf = R"({\rtf1\ansi{\fonttbl{\f0 Arial;}}\f0\fs24 To: <Guest's Name Here>\par})";
+  const std::string label = std::string("Zoë Brontë \\par 12 Rue de l'Église \\par Québec");
+  rtf.replace(rtf.find("<Guest's Name Here>"), 19, label);
+  RtfDocument d = readRtf(rtf);
+  EXPECT_EQ(d.plainText(), "To: Zoë Brontë \n12 Rue de l'Église \nQuébec");
+  // A cp1252 byte (not UTF-8) still reads as its character.
+  EXPECT_EQ(readRtf("{\\rtf1 caf\xe9 \x93ok\x94}").plainText(), "café “ok”");
+}
+
+TEST(Rtf, UnicodeEscapes) {
+  EXPECT_EQ(readRtf(R"({\rtf1\uc1\u-3913?\u946?\uc2\u8364\'80\'80 end})").plainText(),
+            "\xEF\x82\xB7"
+            "β€ end");
+  EXPECT_EQ(readRtf(R"({\rtf1 \u-10179?\u-8704? x})").plainText(), "\xF0\x9F\x98\x80 x");
+  EXPECT_EQ(readRtf(R"({\rtf1 a\~b\{c\}\\d\emdash\line e\tab f})").plainText(),
+            "a\xC2\xA0"
+            "b{c}\\d\xE2\x80\x94\xE2\x80\xA8"
+            "e\tf");
+}
+
+TEST(Rtf, SkipsDestinationsAndUnknownWords) {
+  RtfDocument d = readRtf(
+      R"({\rtf1{\info{\title Secret}{\author Me}}{\stylesheet{\s0 Normal;}}{\*\unknowndest hidden})"
+      R"({\pict\wmetafile8 0102abcd}\foo12\barbaz Visible {\field{\*\fldinst HYPERLINK "x"}{\fldrslt link}}})");
+  EXPECT_EQ(d.plainText(), "Visible link");
+}
+
+TEST(Rtf, PlainTextAndDamagedInput) {
+  EXPECT_EQ(readRtf("line one\r\nline two\rthree\n").plainText(), "line one\nline two\nthree\n");
+  // Missing and surplus braces, truncated escapes, huge numbers: read what can be read.
+  EXPECT_EQ(readRtf(R"({\rtf1 {\b bold} tail}}} more)").plainText(), "bold tail more");
+  EXPECT_EQ(readRtf(R"({\rtf1 unclosed {\i group)").plainText(), "unclosed group");
+  EXPECT_EQ(readRtf(R"({\rtf1 x\'4)").plainText(), "x\x04");
+  EXPECT_EQ(readRtf(R"({\rtf1 \fs99999999999999 big\li-99999999999 \)").plainText(), "big");
+  EXPECT_NO_THROW(readRtf(std::string(100000, '{') + "{\\rtf1 deep"));
+  EXPECT_NO_THROW(readRtf("{\\rtf1 \\bin999999 ab"));
+}
+
+TEST(Rtf, MeasuredHeightFollowsParagraphsSizesAndWidth) {
+  auto m = makePangoMeasurer();
+  const std::string one = R"({\rtf1{\fonttbl{\f0 Arial;}}\f0\fs24 One line\par})";
+  const std::string two = R"({\rtf1{\fonttbl{\f0 Arial;}}\f0\fs24 One line\par Two\par})";
+  const std::string big = R"({\rtf1{\fonttbl{\f0 Arial;}}\f0\fs48 One line\par})";
+  const std::int32_t h1 = m->measureRichHeight(one, 5000);
+  EXPECT_GT(h1, 240);  // a 12 pt line is more than 12 pt high
+  EXPECT_LT(h1, 360);
+  EXPECT_NEAR(m->measureRichHeight(two, 5000), 2 * h1, 2);
+  EXPECT_NEAR(m->measureRichHeight(big, 5000), 2 * h1, 4);
+  // Narrow enough to wrap "One line" onto two lines.
+  EXPECT_NEAR(m->measureRichHeight(one, 700), 2 * h1, 2);
+  // Space after a paragraph counts.
+  EXPECT_NEAR(
+      m->measureRichHeight(R"({\rtf1{\fonttbl{\f0 Arial;}}\f0\fs24\sa240 One line\par})", 5000),
+      h1 + 240, 2);
+}
+
+}  // namespace
+}  // namespace galvix::render
