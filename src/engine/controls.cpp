@@ -26,6 +26,8 @@ const char* controlKindName(ControlKind k) {
       return "pageBreak";
     case ControlKind::Chart:
       return "chart";
+    case ControlKind::DataControl:
+      return "dataControl";
   }
   return "?";
 }
@@ -104,6 +106,23 @@ void Line::setPoints(double x1, double y1, double x2, double y2) {
   st_.height = static_cast<float>(y2 - y1);
 }
 
+doc::LineStyle lineStyleFromCode(int code) {
+  switch (code) {
+    case 0:
+      return doc::LineStyle::Transparent;
+    case 2:
+      return doc::LineStyle::Dash;
+    case 3:
+      return doc::LineStyle::Dot;
+    case 4:
+      return doc::LineStyle::DashDot;
+    case 5:
+      return doc::LineStyle::DashDotDot;
+    default:
+      return doc::LineStyle::Solid;
+  }
+}
+
 std::unique_ptr<Control> makeControl(ControlState s) {
   switch (s.kind) {
     case ControlKind::Label:
@@ -126,6 +145,8 @@ std::unique_ptr<Control> makeControl(ControlState s) {
       return std::make_unique<PageBreak>(std::move(s));
     case ControlKind::Chart:
       return std::make_unique<Chart>(std::move(s));
+    case ControlKind::DataControl:
+      break;
   }
   return std::make_unique<Control>(std::move(s));
 }

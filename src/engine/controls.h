@@ -28,6 +28,7 @@ enum class ControlKind {
   SubReport,
   PageBreak,
   Chart,
+  DataControl,  // where the data control (datRpt) sits among its section's controls; prints nothing
 };
 const char* controlKindName(ControlKind k);  // "label", "field", ... as layout files spell them
 
@@ -281,6 +282,10 @@ class Chart : public Control {
 using ValueFormatter = std::function<std::string(const Variant& value, const std::string& format)>;
 void setValueFormatter(ValueFormatter f);
 std::string formatValue(const Variant& value, const std::string& format);
+
+// Border and line styles by the platform's codes: 0 transparent, 1 solid, 2 dash, 3 dot,
+// 4 dash-dot, 5 dash-dot-dot; the double and thick variants (6 and up) draw solid.
+doc::LineStyle lineStyleFromCode(int code);
 
 // Creates the facade that matches the state's kind.
 std::unique_ptr<Control> makeControl(ControlState s);

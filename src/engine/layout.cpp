@@ -199,7 +199,8 @@ ControlState readControl(const json& j, const std::string& path, const std::stri
                                   {"richText", ControlKind::RichText},
                                   {"subReport", ControlKind::SubReport},
                                   {"pageBreak", ControlKind::PageBreak},
-                                  {"chart", ControlKind::Chart}});
+                                  {"chart", ControlKind::Chart},
+                                  {"dataControl", ControlKind::DataControl}});
   if (!r.has("kind")) r.fail("missing required key 'kind'");
   c.name = r.requiredStr("name");
   const bool isLine = c.kind == ControlKind::Line;
@@ -475,6 +476,26 @@ std::shared_ptr<const Layout> loadLayout(std::string_view text, std::string file
     throw LayoutError(file, "/sections",
                       "each group header needs a group footer (" + std::to_string(headers) +
                           " headers, " + std::to_string(footers) + " footers)");
+  // The data control, when the layout places it in a section, names the report's.
+  const bool hasDataKey = j.contains("data");
+  std::string placed;
+  for (std::size_t i = 0; i < L->sections.size(); ++i)
+    for (std::size_t k = 0; k < L->sections[i].controls.size(); ++k) {
+      const auto& c = L->sections[i].controls[k];
+      if (c.kind != ControlKind::DataControl) continue;
+      const std::string cpath = "/sections/" + std::to_string(i) + "/controls/" + std::to_string(k);
+      if (!placed.empty())
+        throw LayoutError(file, cpath,
+                          "a second data control ('" + c.name + "' after '" + placed + "')");
+      if (L->dataControl.empty())
+        throw LayoutError(file, cpath,
+                          "the layout says the report has no data control (\"data\": null)");
+      if (hasDataKey && j["data"].contains("name") && !iequals(L->dataControl, c.name))
+        throw LayoutError(file, cpath + "/name",
+                          "the data control is named '" + L->dataControl + "' under /data");
+      placed = c.name;
+      L->dataControl = c.name;
+    }
   // Summaries name existing group headers.
   for (std::size_t i = 0; i < L->sections.size(); ++i)
     for (std::size_t k = 0; k < L->sections[i].controls.size(); ++k) {

@@ -295,7 +295,7 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
   bool grew = false;
   for (std::size_t i = 0; i < s.controls_.size(); ++i) {
     const auto& st = s.controls_[i]->state();
-    if (!st.visible) continue;
+    if (!st.visible || st.kind == ControlKind::DataControl) continue;
     std::int32_t ch = rnd(st.height);
     std::int32_t nh = ch;
     if (st.kind == ControlKind::SubReport) {
@@ -468,6 +468,7 @@ std::vector<doc::Item> RunLoop::buildItems(BandInstance& inst,
         continue;
       }
       case ControlKind::PageBreak:
+      case ControlKind::DataControl:
         continue;
     }
     items.push_back(std::move(item));

@@ -37,8 +37,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadLayout{SECTIONS("{\"kind\":\"detail\",\"name\":\"Detail\",\"controls\":[{\"kind\":"
                            "\"button\",\"name\":\"b\"}]}"),
                   "rptBad.json: /sections/0/controls/0/kind: expected one of label, field, "
-                  "checkBox, line, shape, picture, richText, subReport, pageBreak, chart (got "
-                  "'button')"},
+                  "checkBox, line, shape, picture, richText, subReport, pageBreak, chart, "
+                  "dataControl (got 'button')"},
         BadLayout{SECTIONS("{\"kind\":\"pageHeader\",\"name\":\"PH\",\"controls\":[{\"kind\":"
                            "\"label\",\"name\":\"lblA\"}]},{\"kind\":\"detail\",\"name\":"
                            "\"Detail\",\"controls\":[{\"kind\":\"field\",\"name\":\"LBLA\"}]}"),
@@ -60,6 +60,11 @@ INSTANTIATE_TEST_SUITE_P(
                            "\"ghNone\"}}]}"),
                   "rptBad.json: /sections/0/controls/0/summary/group: no group header named "
                   "'ghNone'"},
+        BadLayout{"{\"version\":1,\"name\":\"r\",\"data\":null,\"sections\":[{\"kind\":"
+                  "\"detail\",\"name\":\"Detail\",\"controls\":[{\"kind\":\"dataControl\","
+                  "\"name\":\"datRpt\"}]}]}",
+                  "rptBad.json: /sections/0/controls/0: the layout says the report has no data "
+                  "control (\"data\": null)"},
         BadLayout{SECTIONS("{\"kind\":\"detail\",\"name\":\"Detail\",\"dataField\":\"A\"}"),
                   "rptBad.json: /sections/0/dataField: only group headers have 'dataField'"}));
 
