@@ -156,6 +156,7 @@ PageRenderer::~PageRenderer() {
 }
 
 void PageRenderer::draw(cairo_t* cr, const doc::Page& page) {
+  usedOnPage_.clear();
   for (const auto& item : page.items) {
     cairo_save(cr);
     std::visit(
@@ -300,11 +301,19 @@ void PageRenderer::picture(cairo_t* cr, const doc::Picture& p) {
         x = (bw - iw * sx) / 2;
         y = (bh - ih * sy) / 2;
       }
+      // cairo 1.16 names an image twice in a PDF page's resources when it is painted twice on
+      // the page (qpdf warns); a repeat goes through a group, which still shares the image.
+      const bool repeat = !usedOnPage_.insert(s).second;
+      if (repeat) cairo_push_group(cr);
       cairo_translate(cr, pt(b.left) + x, pt(b.top) + y);
       cairo_scale(cr, sx, sy);
       cairo_set_source_surface(cr, s, 0, 0);
       cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_GOOD);
       cairo_paint(cr);
+      if (repeat) {
+        cairo_pop_group_to_source(cr);
+        cairo_paint(cr);
+      }
       cairo_restore(cr);
     }
   }

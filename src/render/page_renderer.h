@@ -4,6 +4,7 @@
 #include <cairo.h>
 
 #include <map>
+#include <set>
 
 #include "galvix/document.h"
 #include "render/pictures.h"
@@ -34,6 +35,7 @@ class PageRenderer {
     cairo_surface_t* surface = nullptr;
   };
   std::map<const void*, CachedPicture> pictures_;
+  std::set<cairo_surface_t*> usedOnPage_;
 };
 
 }  // namespace galvix::render

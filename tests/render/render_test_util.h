@@ -37,7 +37,9 @@ class TempDir {
     std::filesystem::remove_all(path_);
     std::filesystem::create_directories(path_);
   }
-  ~TempDir() { std::filesystem::remove_all(path_); }
+  ~TempDir() {
+    if (!std::getenv("GALVIX_KEEP_TEST_FILES")) std::filesystem::remove_all(path_);
+  }
   std::string operator/(const std::string& name) const { return (path_ / name).string(); }
   const std::filesystem::path& path() const { return path_; }
 

@@ -1,0 +1,173 @@
+// The measurer agrees with drawing; font names resolve; pictures of each format load.
+#include <cairo.h>
+#include <gdk-pixbuf/gdk-pixbuf.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <iterator>
+#include <set>
+#include <sstream>
+
+#include "render/fonts.h"
+#include "render/pictures.h"
+#include "render/render.h"
+#include "render_sample.h"
+#include "render_test_util.h"
+
+namespace galvix::render {
+namespace {
+
+using namespace testing;
+
+TEST(Fonts, NamesResolveToInstalledFamilies) {
+  EXPECT_EQ(resolveFamily("Arial"), "Liberation Sans");
+  EXPECT_EQ(resolveFamily("ARIAL "), "Liberation Sans");
+  EXPECT_EQ(resolveFamily("MS Sans Serif"), "Liberation Sans");
+  EXPECT_EQ(resolveFamily("Times New Roman"), "Liberation Serif");
+  EXPECT_EQ(resolveFamily("Courier New"), "Liberation Mono");
+  EXPECT_EQ(resolveFamily("DejaVu Sans Mono"), "DejaVu Sans Mono");  // installed: kept
+  EXPECT_EQ(resolveFamily("Brush Script MT"), "Liberation Serif");
+  EXPECT_EQ(resolveFamily("Lucida Sans Typewriter"), "Liberation Mono");
+  EXPECT_EQ(resolveFamily("Zapfino Extra LT"), "Liberation Sans");
+  EXPECT_EQ(resolveFamily(""), "Liberation Sans");
+}
+
+TEST(Measurer, LinesBreaksAndWrapping) {
+  auto m = makePangoMeasurer();
+  const doc::Font f{"Arial", 10};
+  const auto one = m->measure("Guest", f, 0);
+  EXPECT_GT(one.height, 200);  // a 10 pt line
+  EXPECT_LT(one.height, 300);
+  EXPECT_GT(one.width, 400);
+  EXPECT_LT(one.width, 900);
+  // CR, LF and CR LF each break a line once.
+  for (const char* s : {"Guest\rGuest", "Guest\nGuest", "Guest\r\nGuest"}) {
+    const auto two = m->measure(s, f, 0);
+    EXPECT_EQ(two.height, m->measure("Guest\nGuest", f, 0).height) << s;
+    EXPECT_NEAR(two.height, 2 * one.height, 2) << s;
+    EXPECT_EQ(two.width, one.width) << s;
+  }
+  // Wrapping at a width: more lines, never wider than the wrap width.
+  const std::string longText = "The quick brown fox jumps over the lazy dog again and again";
+  const auto wide = m->measure(longText, f, 0);
+  const auto wrapped = m->measure(longText, f, 1440);
+  EXPECT_LE(wrapped.width, 1440);
+  EXPECT_GE(wrapped.height, 3 * one.height - 3);
+  EXPECT_EQ(m->measure(longText, f, 1440).height, wrapped.height);  // cached, same answer
+  EXPECT_EQ(wide.height, one.height);
+  // Bold is wider, a bigger size taller, and the metric-compatible font keeps Arial's widths.
+  EXPECT_GT(m->measure("Guest", doc::Font{"Arial", 10, true}, 0).width, one.width);
+  EXPECT_NEAR(m->measure("Guest", doc::Font{"Arial", 20}, 0).height, 2 * one.height, 3);
+  EXPECT_EQ(m->measure("Guest", doc::Font{"Helvetica", 10}, 0).width, one.width);
+}
+
+// A can-grow field measured by the engine must show every line when drawn at that height.
+TEST(Measurer, MeasuredHeightHoldsTheDrawnText) {
+  TempDir dir;
+  auto m = makePangoMeasurer();
+  const doc::Font f{"Times New Roman", 11};
+  const std::string notes =
+      "Arriving Friday evening with two children; needs a crib in the room.\r\n"
+      "Allergic to nuts. Prefers a table near the dance floor.";
+  const std::int32_t width = 2400;
+  const auto e = m->measure(notes, f, width);
+  doc::Document d;
+  doc::Page p;
+  p.width = 4000;
+  p.height = 4000;
+  p.items.push_back(testing::item(testing::text({400, 400, width, e.height}, notes, f)));
+  d.pages.push_back(p);
+  writePdf(d, dir / "grow.pdf");
+  auto out = run("pdftotext -raw '" + (dir / "grow.pdf") + "' -");
+  EXPECT_THAT(out.out, ::testing::HasSubstr("dance floor."));
+  // One line less would clip the last line.
+  d.pages[0].items[0] = testing::item(testing::text({400, 400, width, e.height - 200}, notes, f));
+  writePng(d, dir / "clipped", 72);
+  d.pages[0].items[0] = testing::item(testing::text({400, 400, width, e.height}, notes, f));
+  writePng(d, dir / "full", 72);
+  PngImage clipped(dir / "clipped-1.png"), full(dir / "full-1.png");
+  EXPECT_GT(full.inkBox()[3], clipped.inkBox()[3] + 5);
+}
+
+std::shared_ptr<std::vector<std::uint8_t>> encode(const char* type) {
+  GdkPixbuf* pb = gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, 4, 2);
+  gdk_pixbuf_fill(pb, 0x2040C0FF);
+  gchar* buf = nullptr;
+  gsize len = 0;
+  GError* err = nullptr;
+  EXPECT_TRUE(gdk_pixbuf_save_to_buffer(pb, &buf, &len, type, &err, nullptr)) << type;
+  if (err) g_error_free(err);
+  g_object_unref(pb);
+  auto data = std::make_shared<std::vector<std::uint8_t>>(buf, buf + len);
+  g_free(buf);
+  return data;
+}
+
+std::shared_ptr<std::vector<std::uint8_t>> tinyGif() {
+  // 4x2 pixels of one colour (the only format gdk-pixbuf cannot write).
+  const std::uint8_t gif[] = {'G', 'I',  'F',  '8',  '9', 'a', 4, 0,    2,    0,    0x80, 0,
+                              0,   0x20, 0x40, 0xC0, 0,   0,   0, ',',  0,    0,    0,    0,
+                              4,   0,    2,    0,    0,   2,   3, 0x84, 0x8F, 0x05, 0,    ';'};
+  return std::make_shared<std::vector<std::uint8_t>>(std::begin(gif), std::end(gif));
+}
+
+TEST(Pictures, EachFormatLoads) {
+  for (auto [name, data] : {std::pair{"jpeg", encode("jpeg")}, std::pair{"png", encode("png")},
+                            std::pair{"bmp", encode("bmp")}, std::pair{"gif", tinyGif()}}) {
+    cairo_surface_t* s = decodePicture(data);
+    ASSERT_NE(s, nullptr) << name;
+    EXPECT_EQ(cairo_image_surface_get_width(s), 4) << name;
+    EXPECT_EQ(cairo_image_surface_get_height(s), 2) << name;
+    const auto px = *reinterpret_cast<const std::uint32_t*>(cairo_image_surface_get_data(s));
+    EXPECT_NEAR(static_cast<int>((px >> 16) & 0xFF), 0x20, 8) << name;
+    EXPECT_NEAR(static_cast<int>(px & 0xFF), 0xC0, 8) << name;
+    cairo_surface_destroy(s);
+  }
+  EXPECT_EQ(decodePicture(std::make_shared<std::vector<std::uint8_t>>(10, 0x55)), nullptr);
+  EXPECT_EQ(decodePicture(nullptr), nullptr);
+}
+
+TEST(Pictures, FittedIntoTheirBoxAndJpegKeptInThePdf) {
+  TempDir dir;
+  doc::Picture zoom;
+  zoom.box = {200, 200, 800, 800};  // a 4x2 picture zoomed: 800 wide, 400 high, centred
+  zoom.data = encode("jpeg");
+  doc::Picture stretch = zoom;
+  stretch.box.left = 1400;
+  stretch.sizeMode = doc::SizeMode::Stretch;
+  stretch.data = encode("png");
+  doc::Document d;
+  doc::Page p;
+  p.width = 2880;
+  p.height = 1440;
+  p.items = {testing::item(zoom), testing::item(stretch), testing::item(zoom)};
+  d.pages = {p, p};
+  writePng(d, dir / "pic", 72);
+  PngImage img(dir / "pic-1.png");
+  EXPECT_TRUE(img.dark(30, 30));   // centre of the zoomed picture
+  EXPECT_FALSE(img.dark(30, 15));  // above it: the box's empty band
+  EXPECT_TRUE(img.dark(75, 12));   // stretched to fill its box
+  EXPECT_TRUE(img.dark(105, 45));
+
+  writePdf(d, dir / "pic.pdf");
+  EXPECT_EQ(run("qpdf --check '" + (dir / "pic.pdf") + "'").status, 0);
+  auto images = run("pdfimages -list '" + (dir / "pic.pdf") + "'");
+  // The same JPEG on two pages is embedded once, as JPEG; the PNG as a flate image.
+  EXPECT_THAT(images.out, ::testing::ContainsRegex("jpeg"));
+  std::istringstream lines(images.out);
+  std::string line;
+  int jpeg = 0;
+  std::set<std::string> jpegObjects;
+  for (int i = 0; std::getline(lines, line); ++i) {
+    if (line.find(" jpeg ") == std::string::npos) continue;
+    ++jpeg;
+    std::istringstream cols(line);
+    std::vector<std::string> c{std::istream_iterator<std::string>(cols), {}};
+    if (c.size() > 11) jpegObjects.insert(c[10]);
+  }
+  EXPECT_EQ(jpeg, 4);  // drawn four times
+  EXPECT_EQ(jpegObjects.size(), 1u) << images.out;
+}
+
+}  // namespace
+}  // namespace galvix::render
