@@ -46,6 +46,7 @@ Variant RowView::value(std::string_view name) const {
 }
 
 void RowView::setRow(RowPtr r, long index) {
+  bof_ = false;
   eof_ = !r;
   row_ = std::move(r);
   index_ = row_ ? index : -1;
@@ -154,7 +155,10 @@ RowView& DataControl::recordset() {
     open();
     peeked_ = source_impl_->next();
     peekedValid_ = true;
-    view_.setRow(peeked_, 0);
+    if (peeked_)
+      view_.setRow(peeked_, 0);
+    else
+      view_.setEmpty();
   }
   return view_;
 }

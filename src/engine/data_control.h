@@ -30,8 +30,8 @@ using RowPtr = std::shared_ptr<const RowValues>;
 // The current row as handlers read it.
 class RowView {
  public:
-  bool BOF() const { return !row_ && !eof_; }  // before the first row (ReportStart)
-  bool EOF_() const { return eof_; }           // no rows, or past the last one
+  bool BOF() const { return bof_; }   // before the first row, or no rows at all
+  bool EOF_() const { return eof_; }  // past the last row, or no rows at all
   int fieldCount() const;
   const std::string& fieldName(int ordinal) const;
   bool hasField(std::string_view name) const;
@@ -42,10 +42,16 @@ class RowView {
   // Engine side.
   void setColumns(std::shared_ptr<const Columns> c) { columns_ = std::move(c); }
   const std::shared_ptr<const Columns>& columns() const { return columns_; }
-  void setRow(RowPtr r, long index);  // null row: EOF
+  void setRow(RowPtr r, long index);  // null row: past the last
   void setBeforeFirst() {
     row_.reset();
+    bof_ = true;
     eof_ = false;
+    index_ = -1;
+  }
+  void setEmpty() {
+    row_.reset();
+    bof_ = eof_ = true;
     index_ = -1;
   }
   const RowPtr& row() const { return row_; }
@@ -55,6 +61,7 @@ class RowView {
   std::shared_ptr<const Columns> columns_;
   RowPtr row_;
   long index_ = -1;
+  bool bof_ = true;
   bool eof_ = false;
 };
 

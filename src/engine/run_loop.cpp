@@ -524,7 +524,7 @@ void RunLoop::body() {
   }
   prepare();
   if (hasData && !first) {
-    dc.view_.setRow(nullptr, -1);
+    dc.view_.setEmpty();
     fire(report_, [&] { report_.onNoData(); });
   }
 

@@ -361,6 +361,7 @@ class NoDataReport : public LoggingReport {
   }
   void onNoData() override {
     LoggingReport::onNoData();
+    EXPECT_TRUE(data().recordset().BOF() && data().recordset().EOF_());
     if (cancel_) {
       host().message("There is no data to print.", "Checklist", MessageIcon::Information);
       cancel();
