@@ -544,7 +544,7 @@ void RunLoop::body() {
     queue_.push_back(formatSection(*detail_, nullptr, -1));
     flush();
   }
-  RowPtr cur = first;
+  RowPtr cur = first, last;
   long idx = 0;
   RowSource* src = hasData ? &dc.open() : nullptr;
   if (cur) evalKeys(*cur, keys);
@@ -600,12 +600,15 @@ void RunLoop::body() {
     if (G == 0 || end[0]) flush();
     prevKeys.swap(keys);
     keys.swap(nextKeys);
+    last = cur;
     cur = std::move(next);
     ++idx;
   }
   flush();
   if (hasData) dc.view_.setRow(nullptr, -1);
   if (reportFooter_) {
+    // The recordset is past the end; bound controls keep the last row's values.
+    if (last) bindControls(*reportFooter_, *last);
     queue_.push_back(formatSection(*reportFooter_, nullptr, -1));
     flush();
   }

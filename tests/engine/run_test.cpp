@@ -284,7 +284,9 @@ TEST(Summaries, GroupRunningGrandAndPage) {
                      "summary": {"type": "pageTotal"}}]},
       {"kind": "reportFooter", "name": "ReportFooter", "height": 100,
        "controls": [{"kind": "field", "name": "txtGrand", "dataField": "Amt", "width": 500, "height": 100,
-                     "summary": {"type": "grandTotal"}}]})")));
+                     "summary": {"type": "grandTotal"}},
+                    {"kind": "field", "name": "txtLastG", "dataField": "G", "left": 500, "width": 500,
+                     "height": 100}]})")));
   r.data().setRows(
       {"G", "Amt"},
       rows({{"a", 1}, {"a", 2}, {"b", 10}, {"c", 100}, {"c", Variant::null()}, {"c", 200}}));
@@ -296,6 +298,7 @@ TEST(Summaries, GroupRunningGrandAndPage) {
   EXPECT_EQ(allTexts(res.document, "txtRun"), (std::vector<std::string>{"3", "13", "313"}));
   EXPECT_EQ(allTexts(res.document, "txtCnt"), (std::vector<std::string>{"2", "1", "2"}));
   EXPECT_EQ(allTexts(res.document, "txtGrand"), (std::vector<std::string>{"313"}));
+  EXPECT_EQ(allTexts(res.document, "txtLastG"), (std::vector<std::string>{"c"}));
   EXPECT_EQ(allTexts(res.document, "txtPage"), (std::vector<std::string>{"313"}));
 }
 
