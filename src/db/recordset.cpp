@@ -205,6 +205,12 @@ void Recordset::open(std::string_view jetSql, Connection& conn, CursorType curso
   std::string_view tail;
   sqlite3_stmt* st = ci.statements()->checkOut(plan->sql, rc, &tail);
   if (!st) throw sqliteError(ci.db(), rc, written, plan->sql, translated);
+  if (sqlite3_column_count(st) == 0) {
+    // Returns no rows (an update, a create): run it once and stay closed.
+    ci.statements()->giveBack(st);
+    ci.execute(jetSql);
+    return;
+  }
 
   auto& m = *impl_;
   m.db = ci.dbShared();

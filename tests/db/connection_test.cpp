@@ -280,6 +280,9 @@ TEST_F(Db, OutOfRangeAndTextValuesKeepTheirMeaning) {
 TEST_F(Db, StatementsRunTogetherOrNotAtAll) {
   f.event();
   open();
+  Recordset action;
+  action.open("UPDATE Events SET EventName = 'Renamed'", conn);  // runs once, opens nothing
+  EXPECT_FALSE(action.isOpen());
   EXPECT_EQ(conn.execute("UPDATE Events SET EventName = 'Renamed'"), 1);
   DbError e = errorOf([&] {
     conn.execute("CREATE TABLE BUDGET_REPORT (Item TEXT); INSERT INTO Nowhere VALUES (1)");
