@@ -35,7 +35,7 @@ class RowView {
   int fieldCount() const;
   const std::string& fieldName(int ordinal) const;
   bool hasField(std::string_view name) const;
-  // The current row's value; DbError-like EngineError at BOF/EOF or for an unknown name.
+  // The current row's value; db::DbError at BOF/EOF (kErrBofEof) or for an unknown name.
   Variant value(std::string_view name) const;
   Variant value(int ordinal) const;
 
