@@ -25,6 +25,7 @@ bool contains(const std::string& s, std::initializer_list<const char*> words) {
                      [&](const char* w) { return s.find(w) != std::string::npos; });
 }
 
+constexpr std::size_t kCacheLimit = 1024;
 constexpr const char* kSans = "Liberation Sans";
 constexpr const char* kSerif = "Liberation Serif";
 constexpr const char* kMono = "Liberation Mono";
@@ -99,7 +100,10 @@ std::string resolveUncached(std::string_view name) {
 std::string resolveFamily(std::string_view name) {
   static std::unordered_map<std::string, std::string> cache;
   auto it = cache.find(std::string(name));
-  if (it == cache.end()) it = cache.emplace(std::string(name), resolveUncached(name)).first;
+  if (it == cache.end()) {
+    if (cache.size() >= kCacheLimit) cache.clear();  // bounded against many odd names
+    it = cache.emplace(std::string(name), resolveUncached(name)).first;
+  }
   return it->second;
 }
 
@@ -128,6 +132,11 @@ const PangoFontDescription* fontDescription(const doc::Font& font) {
   Key key{font.name, font.size, font.bold, font.italic};
   auto it = cache.find(key);
   if (it != cache.end()) return it->second;
+  // Callers copy the description at once, so dropping the cache here is safe.
+  if (cache.size() >= kCacheLimit) {
+    for (auto& [k, v] : cache) pango_font_description_free(v);
+    cache.clear();
+  }
   PangoFontDescription* d = pango_font_description_new();
   pango_font_description_set_family(d, resolveFamily(font.name).c_str());
   const double size = std::isfinite(font.size) ? std::clamp(font.size, 1.0, 1000.0) : 10.0;

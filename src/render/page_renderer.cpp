@@ -158,7 +158,6 @@ PageRenderer::~PageRenderer() {
 void PageRenderer::draw(cairo_t* cr, const doc::Page& page) {
   usedOnPage_.clear();
   for (const auto& item : page.items) {
-    cairo_save(cr);
     std::visit(
         [&](const auto& c) {
           using T = std::decay_t<decltype(c)>;
@@ -178,8 +177,23 @@ void PageRenderer::draw(cairo_t* cr, const doc::Page& page) {
             chart(cr, c);
         },
         item.content);
-    cairo_restore(cr);
   }
+}
+
+PangoLayout* PageRenderer::layoutFor(const std::string& text, const doc::Font& font,
+                                     std::int32_t wrap, doc::HAlign align) {
+  std::string key = font.name;
+  key += '\x1f';
+  key += std::to_string(font.size);
+  key += static_cast<char>('0' + (font.bold | font.italic << 1 | font.underline << 2 |
+                                  font.strikeout << 3 | static_cast<int>(align) << 4));
+  key += std::to_string(wrap);
+  key += '\x1f';
+  key += text;
+  auto it = layouts_.find(key);
+  if (it != layouts_.end()) return it->second.get();
+  if (layouts_.size() >= kLayoutCacheSize) layouts_.clear();
+  return layouts_.emplace(std::move(key), textLayout(text, font, wrap, align)).first->second.get();
 }
 
 void PageRenderer::text(cairo_t* cr, const doc::Text& t) {
@@ -188,17 +202,23 @@ void PageRenderer::text(cairo_t* cr, const doc::Text& t) {
   if (t.backColor) fillRect(cr, b, *t.backColor);
   if (!t.text.empty()) {
     cairo_save(cr);
-    rect(cr, b);
-    cairo_clip(cr);
     const int a = ((t.angle % 3600) + 3600) % 3600;
     // Turned a quarter either way, the text runs along the box's height.
     const bool quarter = (a >= 450 && a < 1350) || (a >= 2250 && a < 3150);
     const std::int32_t fw = quarter ? b.height : b.width, fh = quarter ? b.width : b.height;
-    LayoutPtr l = textLayout(t.text, t.font, t.wordWrap ? fw : 0, t.align);
+    PangoLayout* l = layoutFor(t.text, t.font, t.wordWrap ? fw : 0, t.align);
     PangoRectangle logical;
-    pango_layout_get_extents(l.get(), nullptr, &logical);
+    pango_layout_get_extents(l, nullptr, &logical);
     const double x = t.wordWrap ? 0 : place(pt(fw), ptFromPango(logical.width), hPlace(t.align));
     const double y = place(pt(fh), ptFromPango(logical.height), vPlace(t.valign));
+    // Clipping costs time in every sink; most texts fit their box and need none.
+    const bool fits = a % 900 == 0 && x + ptFromPango(logical.x) >= 0 && y >= 0 &&
+                      x + ptFromPango(logical.x + logical.width) <= pt(fw) &&
+                      y + ptFromPango(logical.height) <= pt(fh);
+    if (!fits) {
+      rect(cr, b);
+      cairo_clip(cr);
+    }
     if (a == 0) {
       cairo_translate(cr, pt(b.left), pt(b.top));
     } else {
@@ -208,7 +228,7 @@ void PageRenderer::text(cairo_t* cr, const doc::Text& t) {
     }
     setColor(cr, t.foreColor);
     cairo_move_to(cr, x, y);
-    pango_cairo_show_layout(cr, l.get());
+    pango_cairo_show_layout(cr, l);
     cairo_restore(cr);
   }
   border(cr, b, t.border);

@@ -5,9 +5,12 @@
 
 #include <map>
 #include <set>
+#include <string>
+#include <unordered_map>
 
 #include "galvix/document.h"
 #include "render/pictures.h"
+#include "render/text_layout.h"
 
 namespace galvix::render {
 
@@ -27,6 +30,9 @@ class PageRenderer {
   void checkBox(cairo_t* cr, const doc::CheckBox& c);
   void picture(cairo_t* cr, const doc::Picture& p);
   void chart(cairo_t* cr, const doc::Chart& c);
+  // Reports repeat many texts (heads, footers, column values); shaping each once saves time.
+  PangoLayout* layoutFor(const std::string& text, const doc::Font& font, std::int32_t wrap,
+                         doc::HAlign align);
   // A picture repeated on every page (a logo) is decoded, and embedded, once per document.
   cairo_surface_t* surfaceFor(const PictureData& data);
 
@@ -36,6 +42,8 @@ class PageRenderer {
   };
   std::map<const void*, CachedPicture> pictures_;
   std::set<cairo_surface_t*> usedOnPage_;
+  static constexpr std::size_t kLayoutCacheSize = 4096;
+  std::unordered_map<std::string, LayoutPtr> layouts_;
 };
 
 }  // namespace galvix::render

@@ -114,6 +114,9 @@ void writePdf(const doc::Document& d, const std::string& path) {
     for (const auto& page : pages) {
       cairo_pdf_surface_set_size(s, pt(page.width), pt(page.height));
       cairo_t* cr = cairo_create(s);
+      // Paper white. It also keeps cairo's record of the page's drawn area to one rectangle,
+      // which is much faster on pages with hundreds of items.
+      paintWhite(cr);
       renderer.draw(cr, page);
       cairo_show_page(cr);
       cairo_destroy(cr);

@@ -25,7 +25,7 @@ inline doc::Item item(auto content, std::string section = "Detail") {
 }
 
 // A letter page with a title, column heads, `rows` detail rows of six columns, rules and a footer.
-inline doc::Page densePage(int pageNo, int pages, int rows = 52) {
+inline doc::Page densePage(int pageNo, int pages, int rows = 50) {
   static const char* kLast[] = {"Anderson", "Bélanger", "Chen",    "Dubois", "Eriksson", "Fischer",
                                 "García",   "Hoffmann", "Ivanova", "Jansen", "Kowalski", "Łukasz"};
   static const char* kFirst[] = {"Amelia", "Bruno", "Chloé", "David", "Elif", "Frank", "Greta"};
@@ -50,21 +50,24 @@ inline doc::Page densePage(int pageNo, int pages, int rows = 52) {
   p.items.push_back(
       item(doc::Line{left, 1860, left + width, 1860, doc::LineStyle::Solid, 2}, "PageHeader"));
   for (int r = 0; r < rows; ++r) {
-    const int y = 1920 + r * 240;
+    const int y = 1920 + r * 250;
     const int n = (pageNo * rows + r);
-    const std::string name = std::string(kLast[n % 12]) + ", " + kFirst[n % 7];
-    const std::string cols[] = {name,
-                                "Party " + std::to_string(n % 9 + 1),
-                                "(H) 555-01" + std::to_string(10 + n % 90),
-                                n % 3 ? "Attending" : "Declined",
-                                "Table " + std::to_string(n % 17 + 1),
-                                "$" + std::to_string(100 + n * 7 % 900) + ".00"};
+    // Mostly distinct values, as in a real list (the renderer caches repeated texts).
+    const std::string name = std::string(kLast[n % 12]) + ", " + kFirst[n / 12 % 7] + " " +
+                             static_cast<char>('A' + n / 84 % 26) + ".";
+    const std::string cols[] = {
+        name,
+        "Party " + std::to_string(n % 9 + 1),
+        "(H) 555-" + std::to_string(1000 + n % 9000),
+        n % 3 ? "Attending" : "Declined",
+        "Table " + std::to_string(n % 17 + 1),
+        "$" + std::to_string(100 + n * 37 % 9000) + "." + std::to_string(10 + n % 90)};
     for (int c = 0; c < 6; ++c)
       p.items.push_back(item(text({left + colX[c], y, colW[c], 240}, cols[c], body,
                                   c == 5 ? doc::HAlign::Right : doc::HAlign::Left)));
     if (r % 5 == 4)
       p.items.push_back(
-          item(doc::Line{left, y + 235, left + width, y + 235, doc::LineStyle::Dot, 1}));
+          item(doc::Line{left, y + 245, left + width, y + 245, doc::LineStyle::Dot, 1}));
   }
   const int fy = 15840 - 1080;
   p.items.push_back(item(doc::Line{left, fy - 60, left + width, fy - 60, doc::LineStyle::Solid, 1},
