@@ -424,6 +424,7 @@ std::shared_ptr<const Layout> loadLayout(std::string_view text, std::string file
     st.canGrow = s.boolean("canGrow", true);
     st.canShrink = s.boolean("canShrink", false);
     st.keepTogether = s.boolean("keepTogether", false);
+    st.pushDown = s.boolean("pushDown", false);
     st.newPage = s.choice<NewPage>("newPage", NewPage::None,
                                    {{"none", NewPage::None},
                                     {"before", NewPage::Before},

@@ -289,13 +289,17 @@ void RunLoop::runSubreports(BandInstance& inst) {
 
 std::int32_t RunLoop::measure(BandInstance& inst) {
   Section& s = *inst.section;
+  inst.shifts.clear();
   if (!s.visible()) return 0;
   std::int32_t h = rnd(s.height());
-  std::int32_t grownBottom = 0, bottom = 0;
-  bool grew = false;
+  struct Box {
+    std::int32_t top, height, grown, left, right;
+    bool visible;
+  };
+  std::vector<Box> boxes(s.controls_.size(), Box{0, 0, 0, 0, 0, false});
   for (std::size_t i = 0; i < s.controls_.size(); ++i) {
     const auto& st = s.controls_[i]->state();
-    if (!st.visible || st.kind == ControlKind::DataControl) continue;
+    if (!st.visible) continue;
     std::int32_t ch = rnd(st.height);
     std::int32_t nh = ch;
     if (st.kind == ControlKind::SubReport) {
@@ -319,13 +323,45 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
       if (st.canGrow) nh = std::max(nh, m);
       if (st.canShrink) nh = std::min(nh, m);
     }
-    const std::int32_t top =
-        st.kind == ControlKind::Line ? rnd(std::min(st.top, st.top + st.height)) : rnd(st.top);
-    const std::int32_t extent = st.kind == ControlKind::Line ? rnd(std::abs(st.height)) : nh;
-    bottom = std::max(bottom, top + extent);
-    if (nh > ch) {
+    const bool line = st.kind == ControlKind::Line;
+    const std::int32_t top = line ? rnd(std::min(st.top, st.top + st.height)) : rnd(st.top);
+    boxes[i] = {top,
+                line ? rnd(std::abs(st.height)) : ch,
+                line ? rnd(std::abs(st.height)) : nh,
+                rnd(st.left),
+                rnd(st.left + st.width),
+                true};
+  }
+  // With pushDown, a control starting at or below the bottom of a control that grew, and
+  // overlapping it across, moves down by that growth (and by what moved the grown one).
+  std::vector<std::int32_t> shift(boxes.size(), 0);
+  if (s.pushDown()) {
+    std::vector<std::size_t> order;
+    for (std::size_t i = 0; i < boxes.size(); ++i)
+      if (boxes[i].visible) order.push_back(i);
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b) { return boxes[a].top < boxes[b].top; });
+    for (std::size_t k = 0; k < order.size(); ++k) {
+      const Box& me = boxes[order[k]];
+      for (std::size_t j = 0; j < k; ++j) {
+        const Box& above = boxes[order[j]];
+        const std::int32_t growth = above.grown - above.height;
+        if (above.top + above.height > me.top) continue;
+        if (above.right <= me.left || me.right <= above.left) continue;
+        shift[order[k]] = std::max(shift[order[k]], shift[order[j]] + std::max(0, growth));
+      }
+    }
+    inst.shifts = shift;
+  }
+  std::int32_t grownBottom = 0, bottom = 0;
+  bool grew = false;
+  for (std::size_t i = 0; i < boxes.size(); ++i) {
+    if (!boxes[i].visible) continue;
+    const std::int32_t top = boxes[i].top + shift[i];
+    bottom = std::max(bottom, top + boxes[i].grown);
+    if (boxes[i].grown > boxes[i].height || shift[i] > 0) {
       grew = true;
-      grownBottom = std::max(grownBottom, top + nh);
+      grownBottom = std::max(grownBottom, top + std::max(boxes[i].grown, boxes[i].height));
     }
   }
   if (grew && s.canGrow()) h = std::max(h, grownBottom);
@@ -341,7 +377,8 @@ std::vector<doc::Item> RunLoop::buildItems(BandInstance& inst,
   for (std::size_t i = 0; i < s.controls_.size(); ++i) {
     const auto& st = s.controls_[i]->state();
     if (!st.visible) continue;
-    doc::Rect box{rnd(st.left), rnd(st.top), rnd(st.width), rnd(st.height)};
+    const std::int32_t dy = i < inst.shifts.size() ? inst.shifts[i] : 0;
+    doc::Rect box{rnd(st.left), rnd(st.top) + dy, rnd(st.width), rnd(st.height)};
     auto grownHeight = [&](const std::string& t) {
       if (!(st.canGrow || st.canShrink) || !options_.measurer) return box.height;
       std::int32_t m =

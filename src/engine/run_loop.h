@@ -52,6 +52,7 @@ struct BandInstance {
   int ownGroup = -1;                          // group level of a group header or footer
   std::map<std::size_t, Fragment> fragments;  // by control index
   std::int32_t height = 0;                    // measured after Format
+  std::vector<std::int32_t> shifts;           // per control: moved down by growth above it
   int keepUntil = -1;     // index in the queue of the last instance kept on a page with this one
   bool column = false;    // laid out in the detail columns
   bool repeated = false;  // a group header printed again on a continuation page

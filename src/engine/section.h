@@ -38,6 +38,7 @@ struct SectionState {
   bool canGrow = true;
   bool canShrink = false;
   bool keepTogether = false;
+  bool pushDown = false;  // controls below a control that grew move down with it
   NewPage newPage = NewPage::None;
   // Detail: columns across the print width.
   int columnCount = 1;
@@ -78,6 +79,8 @@ class Section {
   bool canShrink() const { return st_.canShrink; }
   void setCanShrink(bool v) { st_.canShrink = v; }
   bool keepTogether() const { return st_.keepTogether; }
+  bool pushDown() const { return st_.pushDown; }
+  void setPushDown(bool v) { st_.pushDown = v; }
   void setKeepTogether(bool v) { st_.keepTogether = v; }
   NewPage newPage() const { return st_.newPage; }
   void setNewPage(NewPage n) { st_.newPage = n; }

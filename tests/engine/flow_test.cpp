@@ -113,6 +113,35 @@ TEST(Subreports, BandTallerThanAPageWithNoCleanCutIsClippedOnce) {
             (std::vector<std::string>{"band 'Detail' is taller than the page; clipped"}));
 }
 
+TEST(Growth, PushDownMovesControlsBelowAGrownOneAndLeavesOthers) {
+  auto layout = layoutOf(R"J({"version": 1, "name": "rptPush", "sections": [
+    {"kind": "detail", "name": "Detail", "height": 600, "pushDown": true, "controls": [
+      {"kind": "field", "name": "txtName", "dataField": "Name", "width": 2000, "height": 240,
+       "canGrow": true},
+      {"kind": "field", "name": "txtBeside", "left": 3000, "width": 1000, "height": 240},
+      {"kind": "field", "name": "txtNote", "top": 300, "width": 4000, "height": 240},
+      {"kind": "field", "name": "txtFar", "left": 5000, "top": 300, "width": 500,
+       "height": 240}]}]})J");
+  const std::int32_t line = FixedMetricMeasurer::lineHeight(doc::Font{});
+  for (bool push : {true, false}) {
+    Report r(layout);
+    r.section("Detail").setPushDown(push);
+    r.data().setRows({"Name"}, {{Variant::string("a\nb\nc")}});
+    auto res = test::run(r);
+    const std::int32_t growth = 3 * line - 240;
+    ASSERT_GT(growth, 0);
+    EXPECT_EQ(texts(res.document, 1, "txtNote")[0]->box.top -
+                  texts(res.document, 1, "txtName")[0]->box.top,
+              push ? 300 + growth : 300);
+    // Not below the grown control, or not overlapping it across: stays put.
+    EXPECT_EQ(texts(res.document, 1, "txtBeside")[0]->box.top,
+              texts(res.document, 1, "txtName")[0]->box.top);
+    EXPECT_EQ(texts(res.document, 1, "txtFar")[0]->box.top -
+                  texts(res.document, 1, "txtName")[0]->box.top,
+              300);
+  }
+}
+
 TEST(HandlerState, BandGrownInBeforePrintMovesWithItsState) {
   class R : public test::LoggingReport {
    public:
