@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <numbers>
 #include <string>
+#include <utility>
 
 #include "render/rtf_reader.h"
 #include "render/text_layout.h"
@@ -148,6 +149,40 @@ int vPlace(doc::VAlign a) {
   return a == doc::VAlign::Middle ? 1 : a == doc::VAlign::Bottom ? 2 : 0;
 }
 
+// Alignment is meant on the page. Text turned near a quarter or half turn is laid out in a turned
+// frame, so find the alignment along its lines and the placement across them in that frame: a
+// column head turned 900 with page alignment centre/bottom is centred over its column and starts
+// at the bottom of its box.
+std::pair<doc::HAlign, doc::VAlign> turnedAlignment(int angle, doc::HAlign h, doc::VAlign v) {
+  using H = doc::HAlign;
+  using V = doc::VAlign;
+  switch ((angle + 450) / 900 % 4) {
+    case 1:  // reads upwards; the text's top faces the page's left
+      return {v == V::Top      ? H::Right
+              : v == V::Bottom ? H::Left
+                               : H::Center,
+              h == H::Right    ? V::Bottom
+              : h == H::Center ? V::Middle
+                               : V::Top};
+    case 2:  // upside down
+      return {h == H::Left    ? H::Right
+              : h == H::Right ? H::Left
+                              : h,
+              v == V::Top      ? V::Bottom
+              : v == V::Bottom ? V::Top
+                               : V::Middle};
+    case 3:  // reads downwards; the text's top faces the page's right
+      return {v == V::Top      ? H::Left
+              : v == V::Bottom ? H::Right
+                               : H::Center,
+              h == H::Right    ? V::Top
+              : h == H::Center ? V::Middle
+                               : V::Bottom};
+    default:
+      return {h, v};
+  }
+}
+
 }  // namespace
 
 PageRenderer::~PageRenderer() {
@@ -203,14 +238,15 @@ void PageRenderer::text(cairo_t* cr, const doc::Text& t) {
   if (!t.text.empty()) {
     cairo_save(cr);
     const int a = ((t.angle % 3600) + 3600) % 3600;
+    const auto [align, valign] = turnedAlignment(a, t.align, t.valign);
     // Turned a quarter either way, the text runs along the box's height.
     const bool quarter = (a >= 450 && a < 1350) || (a >= 2250 && a < 3150);
     const std::int32_t fw = quarter ? b.height : b.width, fh = quarter ? b.width : b.height;
-    PangoLayout* l = layoutFor(t.text, t.font, t.wordWrap ? fw : 0, t.align);
+    PangoLayout* l = layoutFor(t.text, t.font, t.wordWrap ? fw : 0, align);
     PangoRectangle logical;
     pango_layout_get_extents(l, nullptr, &logical);
-    const double x = t.wordWrap ? 0 : place(pt(fw), ptFromPango(logical.width), hPlace(t.align));
-    const double y = place(pt(fh), ptFromPango(logical.height), vPlace(t.valign));
+    const double x = t.wordWrap ? 0 : place(pt(fw), ptFromPango(logical.width), hPlace(align));
+    const double y = place(pt(fh), ptFromPango(logical.height), vPlace(valign));
     // Clipping costs time in every sink; most texts fit their box and need none.
     const bool fits = a % 900 == 0 && x + ptFromPango(logical.x) >= 0 && y >= 0 &&
                       x + ptFromPango(logical.x + logical.width) <= pt(fw) &&

@@ -163,7 +163,8 @@ TEST(Drawing, AlignmentAndRotation) {
   EXPECT_NEAR(ink[3], 60, 4);
 
   // A quarter turn in a tall narrow box (a column head over check boxes): the text runs
-  // upwards, so its ink is tall and narrow and stays inside the box.
+  // upwards, so its ink is tall and narrow; alignment is meant on the page, so centre/bottom
+  // puts it over the middle of the column, ending at the box's bottom.
   doc::Text up =
       text({1000, 200, 540, 1530}, "Reception", doc::Font{"Arial", 10}, doc::HAlign::Center);
   up.angle = 900;
@@ -172,12 +173,19 @@ TEST(Drawing, AlignmentAndRotation) {
   ink = b.inkBox();
   ASSERT_GE(ink[0], 0);
   EXPECT_GT(ink[3] - ink[1], 3 * (ink[2] - ink[0]));
-  EXPECT_GE(ink[0], 50);
-  EXPECT_LE(ink[2], 77);
-  EXPECT_GE(ink[1], 10);
-  EXPECT_LE(ink[3], 86);
-  // Centred along the box's height.
-  EXPECT_NEAR((ink[1] + ink[3]) / 2.0, 10 + 1530 / 40.0, 3);
+  EXPECT_NEAR((ink[0] + ink[2]) / 2.0, 1270 / 20.0, 2);
+  EXPECT_NEAR(ink[3], 1730 / 20.0, 2);
+  EXPECT_GT(ink[1], 30);
+
+  // Turned the other way, page-left alignment starts the text at the top.
+  up.angle = 2700;
+  up.valign = doc::VAlign::Top;
+  up.align = doc::HAlign::Left;
+  PngImage c(renderPng(dir, onePage({item(up)})));
+  ink = c.inkBox();
+  EXPECT_NEAR(ink[1], 10, 2);
+  EXPECT_LT(ink[3], 60);
+  EXPECT_LE(ink[0], 1000 / 20 + 2);
 }
 
 TEST(Drawing, CheckBoxesLinesAndBorders) {
