@@ -135,8 +135,7 @@ StatementCache::~StatementCache() {
 }
 
 sqlite3_stmt* StatementCache::checkOut(std::string_view sql, int& rc, std::string_view* tail) {
-  std::string key(sql);
-  if (auto it = idle_.find(key); it != idle_.end()) {
+  if (auto it = idle_.find(sql); it != idle_.end()) {
     sqlite3_stmt* st = it->second;
     idle_.erase(it);
     ++hits_;
@@ -234,8 +233,7 @@ ConnectionImpl::ConnectionImpl(std::shared_ptr<sqlite3> db)
 ConnectionImpl::~ConnectionImpl() = default;
 
 std::shared_ptr<const Plan> ConnectionImpl::plan(std::string_view jetSql) {
-  std::string key(jetSql);
-  if (auto it = plans_.find(key); it != plans_.end()) {
+  if (auto it = plans_.find(jetSql); it != plans_.end()) {
     ++planHits_;
     return it->second;
   }
@@ -264,7 +262,7 @@ std::shared_ptr<const Plan> ConnectionImpl::plan(std::string_view jetSql) {
   *p = passThroughPlan(jetSql);
 #endif
   if (plans_.size() >= kMaxPlans) plans_.clear();
-  plans_.emplace(std::move(key), p);
+  plans_.emplace(std::string(jetSql), p);
   return p;
 }
 

@@ -4,6 +4,7 @@
 
 #include <sqlite3.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -26,6 +27,16 @@ struct Plan {
   std::vector<VarType> columnTypes;      // empty or Empty entries: from the declared types
 };
 
+// Hash for maps keyed by std::string that are looked up by string_view without a copy.
+struct TextHash {
+  using is_transparent = void;
+  std::size_t operator()(std::string_view s) const noexcept {
+    return std::hash<std::string_view>{}(s);
+  }
+};
+template <class V>
+using TextMap = std::unordered_map<std::string, V, TextHash, std::equal_to<>>;
+
 // Idle prepared statements keyed by their SQLite text. A statement is checked out while a
 // recordset steps it and handed back afterwards, so two open recordsets never share one.
 class StatementCache {
@@ -45,7 +56,7 @@ class StatementCache {
 
  private:
   std::shared_ptr<sqlite3> db_;
-  std::unordered_map<std::string, sqlite3_stmt*> idle_;
+  TextMap<sqlite3_stmt*> idle_;
   std::size_t hits_ = 0, misses_ = 0;
 };
 
@@ -70,7 +81,7 @@ class ConnectionImpl {
  private:
   std::shared_ptr<sqlite3> db_;
   std::shared_ptr<StatementCache> statements_;
-  std::unordered_map<std::string, std::shared_ptr<const Plan>> plans_;
+  TextMap<std::shared_ptr<const Plan>> plans_;
   std::size_t planHits_ = 0;
   struct TranslatorHolder;
   std::unique_ptr<TranslatorHolder> translator_;
