@@ -9,6 +9,12 @@
 #include "render_sample.h"
 #include "render_test_util.h"
 
+// fontconfig keeps its parsed configuration and pattern caches for the life of the process,
+// out of reach of leak checking.
+extern "C" const char* __lsan_default_suppressions() {
+  return "leak:libfontconfig\n";
+}
+
 namespace galvix::render {
 namespace {
 
