@@ -67,7 +67,7 @@ inline doc::Page densePage(int pageNo, int pages, int rows = 50) {
                                   c == 5 ? doc::HAlign::Right : doc::HAlign::Left)));
     if (r % 5 == 4)
       p.items.push_back(
-          item(doc::Line{left, y + 245, left + width, y + 245, doc::LineStyle::Dot, 1}));
+          item(doc::Line{left, y + 230, left + width, y + 230, doc::LineStyle::Dot, 1}));
   }
   const int fy = 15840 - 1080;
   p.items.push_back(item(doc::Line{left, fy - 60, left + width, fy - 60, doc::LineStyle::Solid, 1},
