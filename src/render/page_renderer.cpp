@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <numbers>
 #include <string>
 #include <utility>
@@ -217,13 +218,15 @@ void PageRenderer::draw(cairo_t* cr, const doc::Page& page) {
 
 PangoLayout* PageRenderer::layoutFor(const std::string& text, const doc::Font& font,
                                      std::int32_t wrap, doc::HAlign align) {
-  std::string key = font.name;
-  key += '\x1f';
-  key += std::to_string(font.size);
-  key += static_cast<char>('0' + (font.bold | font.italic << 1 | font.underline << 2 |
-                                  font.strikeout << 3 | static_cast<int>(align) << 4));
-  key += std::to_string(wrap);
-  key += '\x1f';
+  // Fixed-size fields first (as raw bytes: formatting numbers is slow), then the names.
+  const std::int32_t flags = font.bold | font.italic << 1 | font.underline << 2 |
+                             font.strikeout << 3 | static_cast<int>(align) << 4;
+  std::string key(sizeof font.size + 2 * sizeof(std::int32_t), '\0');
+  std::memcpy(key.data(), &font.size, sizeof font.size);
+  std::memcpy(key.data() + sizeof font.size, &flags, sizeof flags);
+  std::memcpy(key.data() + sizeof font.size + sizeof flags, &wrap, sizeof wrap);
+  key += font.name;
+  key += '\0';
   key += text;
   auto it = layouts_.find(key);
   if (it != layouts_.end()) return it->second.get();
