@@ -84,6 +84,30 @@ TEST(Pdf, TextFontsMetadataAndStructure) {
   EXPECT_THAT(sizes.out, ::testing::ContainsRegex("Page +3 size: +612 x 792"));
 }
 
+TEST(Pdf, RichTextKeepsItsFontsColoursAndCharacters) {
+  TempDir dir;
+  doc::RichText r;
+  r.box = {720, 720, 6000, 2000};
+  r.rtf = R"({\rtf1\ansi\deff0{\fonttbl{\f0 Arial;}{\f1 Times New Roman;}})"
+          R"({\colortbl ;\red255\green0\blue0;}\qc\f1\b\fs32 Dear Zo\'eb \par)"
+          R"(\pard\f0\b0\i\fs20\cf1 R\u233?sum\u233? \u8364?\par})";
+  doc::Document d = onePage({item(r)}, 12240, 4000);
+  writePdf(d, dir / "rich.pdf");
+  auto text = run("pdftotext '" + (dir / "rich.pdf") + "' -");
+  EXPECT_THAT(text.out, HasSubstr("Dear Zoë"));
+  EXPECT_THAT(text.out, HasSubstr("Résumé €"));
+  auto fonts = run("pdffonts '" + (dir / "rich.pdf") + "'");
+  EXPECT_THAT(fonts.out, HasSubstr("LiberationSerif-Bold"));
+  EXPECT_THAT(fonts.out, HasSubstr("LiberationSans-Italic"));
+  // The second paragraph prints in red.
+  PngImage img(renderPng(dir, d));
+  int red = 0;
+  for (int y = 0; y < img.height(); ++y)
+    for (int x = 0; x < img.width(); ++x)
+      red += (img.rgb(x, y) & 0xFF0000) > 0xC00000 && (img.rgb(x, y) & 0xFF00) < 0x4000;
+  EXPECT_GT(red, 20);
+}
+
 TEST(Sinks, OneFilePerPageForPngAndSvg) {
   TempDir dir;
   doc::Document d = denseDocument(2);
