@@ -66,7 +66,8 @@ nlohmann::ordered_json jsonOf(const Variant& v) {
 
 enum class Output { Table, Csv, Json };
 
-void run(const std::string& database, const std::string& sql, Output output, bool explain) {
+void run(const std::string& database, const std::string& sql, Output output, bool explain,
+         bool native) {
   db::Connection conn;
   conn.open(database);
   if (explain) {
@@ -77,7 +78,11 @@ void run(const std::string& database, const std::string& sql, Output output, boo
     return;
   }
   db::Recordset rs;
-  rs.open(sql, conn, db::CursorType::ForwardOnly);
+  if (native) {
+    rs.openNative(sql, conn);
+  } else {
+    rs.open(sql, conn);
+  }
   if (!rs.isOpen()) return;  // an action query: nothing to print
   int n = rs.fieldCount();
   if (output == Output::Json) {
@@ -111,15 +116,17 @@ Registration reg([](CLI::App& app) {
   auto csv = std::make_shared<bool>(false);
   auto json = std::make_shared<bool>(false);
   auto explain = std::make_shared<bool>(false);
+  auto native = std::make_shared<bool>(false);
   cmd->add_option("--db", *database, "Database file or connection string")->required();
   auto* c = cmd->add_flag("--csv", *csv, "Comma-separated values with a header row");
   cmd->add_flag("--json", *json, "A JSON array with one object per row")->excludes(c);
-  cmd->add_flag("--explain", *explain, "Print the SQLite SQL instead of running it");
+  auto* x = cmd->add_flag("--explain", *explain, "Print the SQLite SQL instead of running it");
+  cmd->add_flag("--native", *native, "The SQL is SQLite's own: run it untranslated")->excludes(x);
   cmd->add_option("sql", *sql, "The statement (Jet SQL)")->required();
   cmd->callback([=] {
     Output out = *csv ? Output::Csv : *json ? Output::Json : Output::Table;
     try {
-      run(*database, *sql, out, *explain);
+      run(*database, *sql, out, *explain, *native);
     } catch (const db::DbError& e) {
       std::string msg = "galvix sql: " + e.description();
       if (!e.sqlExecuted().empty() && e.sqlExecuted() != e.sqlWritten())

@@ -272,7 +272,11 @@ void ConnectionImpl::schemaChanged() {
 }
 
 long ConnectionImpl::execute(std::string_view jetSql) {
-  auto p = plan(jetSql);
+  return run(*plan(jetSql), jetSql);
+}
+
+long ConnectionImpl::run(const Plan& plan, std::string_view jetSql) {
+  const Plan* p = &plan;
   std::string written(jetSql);
   bool translated = p->sql != written;
   if (p->kind == PlanKind::MakeTable && !p->targetTable.empty() &&
@@ -376,6 +380,13 @@ const std::string& Connection::connectionString() const {
 long Connection::execute(std::string_view jetSql) {
   if (!impl_) throw DbError(kErrState, kClosedMessage, std::string(jetSql));
   return impl_->execute(jetSql);
+}
+
+long Connection::executeNative(std::string_view sqliteSql) {
+  if (!impl_) throw DbError(kErrState, kClosedMessage, std::string(sqliteSql));
+  Plan p;
+  p.sql = std::string(sqliteSql);
+  return impl_->run(p, sqliteSql);
 }
 
 ConnectionImpl& Connection::impl() {

@@ -40,6 +40,7 @@ class DbError : public std::runtime_error {
 
 class ConnectionImpl;
 class RecordsetImpl;
+struct Plan;
 
 // One open event database.
 class Connection {
@@ -58,6 +59,8 @@ class Connection {
 
   // Runs a statement that returns no rows (make-table, DROP TABLE, ...); returns rows affected.
   long execute(std::string_view jetSql);
+  // The same for SQL already in SQLite's dialect (one or more statements, run as one unit).
+  long executeNative(std::string_view sqliteSql);
 
   ConnectionImpl& impl();  // backend access for the recordset and tools
 
@@ -95,6 +98,9 @@ class Recordset {
   Recordset& operator=(const Recordset&) = delete;
 
   void open(std::string_view jetSql, Connection& conn, CursorType cursor = CursorType::ForwardOnly);
+  // Runs SQL already in SQLite's dialect, untranslated (tools and tests).
+  void openNative(std::string_view sqliteSql, Connection& conn,
+                  CursorType cursor = CursorType::ForwardOnly);
   void close();
   bool isOpen() const;
 
@@ -113,6 +119,8 @@ class Recordset {
 
  private:
   friend class Field;
+  void openPlan(std::shared_ptr<const Plan> plan, std::string_view written, Connection& conn,
+                CursorType cursor);
   std::unique_ptr<RecordsetImpl> impl_;
   std::vector<std::unique_ptr<Field>> fields_;
 };

@@ -73,6 +73,8 @@ class ConnectionImpl {
   std::shared_ptr<const Plan> plan(std::string_view jetSql);
   // Runs a statement reading no result; returns the rows changed.
   long execute(std::string_view jetSql);
+  // Runs a plan; `written` is the text the caller gave (for errors).
+  long run(const Plan& plan, std::string_view written);
   // Forgets translations (the schema changed: a work table was made or dropped).
   void schemaChanged();
 

@@ -192,11 +192,24 @@ Recordset::~Recordset() = default;
 void Recordset::open(std::string_view jetSql, Connection& conn, CursorType cursor) {
   close();
   if (!conn.isOpen()) throw DbError(kErrState, kClosed, std::string(jetSql));
+  openPlan(conn.impl().plan(jetSql), jetSql, conn, cursor);
+}
+
+void Recordset::openNative(std::string_view sqliteSql, Connection& conn, CursorType cursor) {
+  close();
+  if (!conn.isOpen()) throw DbError(kErrState, kClosed, std::string(sqliteSql));
+  auto plan = std::make_shared<Plan>();
+  plan->sql = std::string(sqliteSql);
+  plan->kind = PlanKind::Select;
+  openPlan(std::move(plan), sqliteSql, conn, cursor);
+}
+
+void Recordset::openPlan(std::shared_ptr<const Plan> plan, std::string_view jetSql,
+                         Connection& conn, CursorType cursor) {
   ConnectionImpl& ci = conn.impl();
-  auto plan = ci.plan(jetSql);
   if (plan->kind == PlanKind::MakeTable || plan->kind == PlanKind::DropTable) {
     // An action query returns no rows: run it and stay closed, as the provider does.
-    ci.execute(jetSql);
+    ci.run(*plan, jetSql);
     return;
   }
   std::string written(jetSql);
@@ -208,7 +221,7 @@ void Recordset::open(std::string_view jetSql, Connection& conn, CursorType curso
   if (sqlite3_column_count(st) == 0) {
     // Returns no rows (an update, a create): run it once and stay closed.
     ci.statements()->giveBack(st);
-    ci.execute(jetSql);
+    ci.run(*plan, jetSql);
     return;
   }
 

@@ -28,7 +28,7 @@ class Schema : public ::testing::Test {
   ~Schema() override { fs::remove_all(fs::path(f.path()).parent_path()); }
   db::Recordset& query(const std::string& sql) {
     if (!conn.isOpen()) conn.open(f.connectionString());
-    rs.open(sql, conn, db::CursorType::Static);
+    rs.openNative(sql, conn, db::CursorType::Static);
     return rs;
   }
   Fixture f;

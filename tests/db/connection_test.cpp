@@ -76,7 +76,7 @@ TEST_F(Db, ValuesAreTypedByDeclaredColumnTypes) {
   f.guest(g, {.first = "Ann", .type = 2, .picture = Variant::binary(Bytes{1, 2, 3})});
   open();
   Recordset rs;
-  rs.open(
+  rs.openNative(
       "SELECT Events.EventID, EventName, Budget, EventStartDate, PrintJournal, EventEndDate, "
       "GuestNames.Type, ContactPic FROM Events JOIN GroupIDs ON GroupIDs.EventID = Events.EventID "
       "JOIN GuestNames ON GuestNames.GroupID = GroupIDs.GroupID",
@@ -103,8 +103,8 @@ TEST_F(Db, TruthIsStoredAsMinusOneAndUntypedExpressionsFollowTheirValues) {
   f.exec("UPDATE Events SET EventStartDate = '2024-06-01 12:00:00'");  // a date written as text
   open();
   Recordset rs;
-  rs.open("SELECT PrintJournal + 0 AS raw, 2.5 AS half, 'x' AS t, EventStartDate FROM Events",
-          conn);
+  rs.openNative("SELECT PrintJournal + 0 AS raw, 2.5 AS half, 'x' AS t, EventStartDate FROM Events",
+                conn);
   EXPECT_EQ(rs.value("raw").rawInt(), -1);
   EXPECT_EQ(rs.value("half").type(), VarType::Double);
   EXPECT_EQ(rs.value("t").type(), VarType::String);
@@ -179,17 +179,17 @@ TEST_F(Db, ErrorsNameWhatIsWrong) {
   f.event();
   open();
   Recordset rs;
-  DbError table = errorOf([&] { rs.open("SELECT * FROM Eventz", conn); });
+  DbError table = errorOf([&] { rs.openNative("SELECT * FROM Eventz", conn); });
   EXPECT_EQ(table.number(), kErrNoSuchObject);
   EXPECT_NE(table.description().find("'Eventz'"), std::string::npos);
   EXPECT_EQ(table.sqlWritten(), "SELECT * FROM Eventz");
   EXPECT_FALSE(table.sqlExecuted().empty());
 
-  DbError column = errorOf([&] { rs.open("SELECT Nonsense FROM Events", conn); });
+  DbError column = errorOf([&] { rs.openNative("SELECT Nonsense FROM Events", conn); });
   EXPECT_EQ(column.number(), kErrNoSuchColumn);
   EXPECT_NE(column.description().find("Nonsense"), std::string::npos);
 
-  DbError syntax = errorOf([&] { rs.open("SELECT EventName FROM Events WHERE", conn); });
+  DbError syntax = errorOf([&] { rs.openNative("SELECT EventName FROM Events WHERE", conn); });
   EXPECT_EQ(syntax.number(), kErrSyntax);
   EXPECT_FALSE(rs.isOpen());
 
@@ -223,7 +223,7 @@ TEST_F(Db, WorkTablesAreMadeDroppedAndRefusedWhenPresent) {
   rs.close();
   conn.execute("DROP TABLE VENDOR_SUMMARY");
   // The same text now has a different table behind it: no stale plan survives the drop.
-  conn.execute("CREATE TABLE VENDOR_SUMMARY (Other TEXT)");
+  conn.executeNative("CREATE TABLE VENDOR_SUMMARY (Other TEXT)");
   rs.open("SELECT * FROM VENDOR_SUMMARY", conn);
   EXPECT_EQ(rs.fields(0).name(), "Other");
 }
@@ -281,19 +281,19 @@ TEST_F(Db, StatementsRunTogetherOrNotAtAll) {
   f.event();
   open();
   Recordset action;
-  action.open("UPDATE Events SET EventName = 'Renamed'", conn);  // runs once, opens nothing
+  action.openNative("UPDATE Events SET EventName = 'Renamed'", conn);  // runs once, opens nothing
   EXPECT_FALSE(action.isOpen());
-  EXPECT_EQ(conn.execute("UPDATE Events SET EventName = 'Renamed'"), 1);
+  EXPECT_EQ(conn.executeNative("UPDATE Events SET EventName = 'Renamed'"), 1);
   DbError e = errorOf([&] {
-    conn.execute("CREATE TABLE BUDGET_REPORT (Item TEXT); INSERT INTO Nowhere VALUES (1)");
+    conn.executeNative("CREATE TABLE BUDGET_REPORT (Item TEXT); INSERT INTO Nowhere VALUES (1)");
   });
   EXPECT_EQ(e.number(), kErrNoSuchObject);
   Recordset rs;
   // The create was undone with the failed insert, so the work table can be made again.
   EXPECT_EQ(errorOf([&] { rs.open("SELECT * FROM BUDGET_REPORT", conn); }).number(),
             kErrNoSuchObject);
-  EXPECT_EQ(conn.execute("CREATE TABLE BUDGET_REPORT (Item TEXT); "
-                         "INSERT INTO BUDGET_REPORT SELECT EventName FROM Events"),
+  EXPECT_EQ(conn.executeNative("CREATE TABLE BUDGET_REPORT (Item TEXT); "
+                               "INSERT INTO BUDGET_REPORT SELECT EventName FROM Events"),
             1);
   rs.open("SELECT Item FROM BUDGET_REPORT", conn);
   EXPECT_EQ(rs.value("Item").rawString(), "Renamed");
