@@ -1,0 +1,40 @@
+// The "system" regional settings the platform's conversions and named formats read.
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+
+namespace galvix {
+
+struct RegionalSettings {
+  std::string name;  // "en-US"
+  std::string decimal = ".";
+  std::string thousands = ",";
+  std::string currencySymbol = "$";
+  int currencyDigits = 2;
+  // Positive currency order: 0 "$1", 1 "1$", 2 "$ 1", 3 "1 $".
+  int currencyPositive = 0;
+  // Negative currency order: 0 "($1)", 1 "-$1", 5 "-1$", 8 "-1 $".
+  int currencyNegative = 0;
+  // Date patterns in the host's notation (d dd ddd dddd M MM MMM MMMM yy yyyy).
+  std::string shortDate = "M/d/yyyy";
+  std::string longDate = "dddd, MMMM d, yyyy";
+  std::string mediumDate = "dd-MMM-yy";
+  // Time patterns (h hh H HH mm ss tt).
+  std::string longTime = "h:mm:ss tt";
+  std::string shortTime = "HH:mm";
+  std::string am = "AM", pm = "PM";
+  std::string dateSeparator = "/", timeSeparator = ":";
+  std::array<std::string, 12> months, monthsShort;
+  std::array<std::string, 7> days, daysShort;  // Sunday first
+  enum class Order { MDY, DMY, YMD } dateOrder = Order::MDY;
+};
+
+// The current settings: en-US unless GALVIX_LOCALE or setRegional chose another.
+const RegionalSettings& regional();
+// en-US, en-GB, de-DE (and "C" as en-US); an unknown name raises RuntimeError naming the known.
+void setRegional(std::string_view name);
+const RegionalSettings& regionalByName(std::string_view name);
+
+}  // namespace galvix
