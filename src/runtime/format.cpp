@@ -679,7 +679,7 @@ std::string formatText(const std::string& s, std::string_view p) {
   for (auto& it : items)
     if (it.first) ++holders;
   if (holders == 0) {
-    std::string out;
+    std::string out = text;
     for (auto& it : items) out += it.second;
     return out;
   }
@@ -814,8 +814,8 @@ std::string generalNumber(double v, int digits) {
   std::string dig = mant.substr(0, 1) + mant.substr(2);
   while (dig.size() > 1 && dig.back() == '0') dig.pop_back();
   std::string out;
-  // Beyond the digits it can show, or below 0.00001, the platform switches to E notation.
-  if (exp >= digits || exp < -5) {
+  // Beyond the digits it can show, or below 0.0001, the platform switches to E notation.
+  if (exp >= digits || exp < -4) {
     out = dig.substr(0, 1);
     if (dig.size() > 1) out += r.decimal + dig.substr(1);
     char eb[16];

@@ -1,0 +1,123 @@
+#include <gtest/gtest.h>
+
+#include "runtime/dates.h"
+#include "runtime/regional.h"
+#include "runtime/vb.h"
+
+namespace galvix {
+namespace {
+
+TEST(Variant, TextOfEachType) {
+  EXPECT_EQ(Variant::single(8.25f).toString(), "8.25");
+  EXPECT_EQ(Variant::single(0.15f).toString(), "0.15");
+  EXPECT_EQ("Tax (" + Variant::single(8.25f).toString() + "%):", "Tax (8.25%):");
+  EXPECT_EQ(Variant::dbl(0.1 + 0.2).toString(), "0.3");
+  EXPECT_EQ(Variant::dbl(1e20).toString(), "1E+20");
+  EXPECT_EQ(Variant::dbl(0.00001).toString(), "1E-05");
+  EXPECT_EQ(Variant::dbl(-2.5).toString(), "-2.5");
+  EXPECT_EQ(Variant::currency(Currency::fromDouble(12.5)).toString(), "12.5");
+  EXPECT_EQ(Variant::boolean(true).toString(), "True");
+  EXPECT_EQ(Variant::integer(-7).toString(), "-7");
+  EXPECT_EQ(Variant().toString(), "");
+  EXPECT_EQ(Variant::null().displayText(), "");
+  EXPECT_THROW(Variant::null().toString(), RuntimeError);
+}
+
+TEST(Variant, WholeNumbersRoundHalfToEvenAndOverflowAt16Bits) {
+  EXPECT_EQ(Variant(2.5).toInteger(), 2);
+  EXPECT_EQ(Variant(3.5).toInteger(), 4);
+  EXPECT_EQ(Variant(-2.5).toLong(), -2);
+  EXPECT_EQ(Variant("  42 ").toInteger(), 42);
+  try {
+    Variant(40000).toInteger();
+    FAIL();
+  } catch (const RuntimeError& e) {
+    EXPECT_EQ(e.number(), kErrOverflow);
+  }
+  EXPECT_THROW(checkedInteger(32767 + 1), RuntimeError);
+  EXPECT_EQ(checkedInteger(-32768), -32768);
+  // Variant arithmetic widens instead of overflowing.
+  Variant sum = opAdd(Variant::integer(32767), Variant::integer(1));
+  EXPECT_EQ(sum.type(), VarType::Long);
+  EXPECT_EQ(sum.toLong(), 32768);
+}
+
+TEST(Variant, ConversionErrorsSayWhat) {
+  try {
+    Variant("abc").toInteger();
+    FAIL();
+  } catch (const RuntimeError& e) {
+    EXPECT_EQ(e.number(), kErrTypeMismatch);
+    EXPECT_STREQ(e.what(), "type mismatch: cannot convert 'abc' to Integer");
+  }
+  EXPECT_THROW(Variant("x").toDate(), RuntimeError);
+  EXPECT_THROW(Variant::null().toLong(), RuntimeError);
+}
+
+TEST(Variant, CurrencyIsExact) {
+  Currency a = Currency::fromDouble(0.1), b = Currency::fromDouble(0.2);
+  EXPECT_EQ((a + b).units, 3000);
+  EXPECT_EQ((Currency::fromDouble(19.99) * Currency::fromDouble(3)).units, 599700);
+  Variant total;
+  for (int i = 0; i < 10; ++i)
+    total = opAdd(total.isEmpty() ? Variant(Currency{}) : total,
+                  Variant::currency(Currency::fromDouble(0.1)));
+  EXPECT_EQ(total.type(), VarType::Currency);
+  EXPECT_EQ(total.rawCurrency().units, 10000);
+  EXPECT_EQ(Variant::single(8.25f).toCurrency().units, 82500);
+}
+
+TEST(Variant, NullAndEmptyInOperators) {
+  EXPECT_TRUE(opAdd(Variant::null(), 1).isNull());
+  EXPECT_TRUE(opAdd("a", Variant::null()).isNull());
+  EXPECT_EQ(opConcat("a", Variant::null()).toString(), "a");
+  EXPECT_EQ(opAdd("a", "b").toString(), "ab");
+  EXPECT_EQ(opAdd("1", 2).toDouble(), 3);
+  EXPECT_EQ(opDiv(Variant::integer(1), Variant::integer(4)).toDouble(), 0.25);
+  EXPECT_TRUE(opEq(Variant::null(), Variant::null()).isNull());
+  EXPECT_EQ(compareValues("abc", "ABC", true), 0);
+  EXPECT_NE(compareValues("abc", "ABC", false), 0);
+}
+
+TEST(Dates, SerialsAndParsing) {
+  EXPECT_EQ(dateSerial(1899, 12, 30), 0);
+  EXPECT_EQ(dateSerial(2024, 6, 1), 45444);
+  EXPECT_EQ(dateSerial(1899, 12, 29), -1);
+  DateParts p = splitDate(-1.25);  // the fraction is the time whatever the sign
+  EXPECT_EQ(p.day, 29);
+  EXPECT_EQ(p.hour, 6);
+  EXPECT_EQ(*parseDateText("2024-06-01T14:05:00"), 45444 + timeSerial(14, 5, 0));
+  EXPECT_EQ(*parseDateText("6/1/2024 2:05 PM"), 45444 + timeSerial(14, 5, 0));
+  EXPECT_EQ(*parseDateText("June 1, 2024"), 45444);
+  EXPECT_FALSE(parseDateText("2/30/2024"));
+  EXPECT_FALSE(parseDateText("hello"));
+  setRegional("en-GB");
+  EXPECT_EQ(*parseDateText("01/06/2024"), 45444);
+  setRegional("en-US");
+}
+
+TEST(StringFunctions, PlatformSemantics) {
+  EXPECT_EQ(vb::Trim(" \ta b \n ").toString(), "\ta b \n");  // blanks only
+  EXPECT_TRUE(vb::Trim(Variant::null()).isNull());
+  EXPECT_EQ(vb::Left("Zoë Smith", 3).toString(), "Zoë");
+  EXPECT_EQ(vb::Mid("Zoë Smith", 5).toString(), "Smith");
+  EXPECT_EQ(vb::Mid("abc", 2, 1).toString(), "b");
+  EXPECT_EQ(vb::Len("Zoë").toLong(), 3);
+  EXPECT_EQ(vb::InStr("Hello", "l").toLong(), 3);
+  EXPECT_EQ(vb::InStr("Hello", "z").toLong(), 0);
+  EXPECT_EQ(vb::Replace("a.b.c", ".", "").toString(), "abc");
+  EXPECT_EQ(vb::UCase("josé").toString(), "JOSÉ");
+  EXPECT_EQ(vb::Chr(13).toString(), "\r");
+  EXPECT_EQ(vb::Chr(233).toString(), "é");
+  EXPECT_EQ(vb::Val(" 12 34abc").toDouble(), 1234);
+  EXPECT_EQ(vb::Val("abc").toDouble(), 0);
+  EXPECT_TRUE(vb::IsNumeric("$1,234.50"));
+  EXPECT_FALSE(vb::IsNumeric("12a"));
+  EXPECT_TRUE(vb::IsDate("6/1/2024"));
+  EXPECT_EQ(vb::compareTextNoCase("émile", "Emile") == 0, false);
+  EXPECT_LT(vb::compareTextNoCase("Émile", "Zoe"), 0);  // accents sort with their letter
+  EXPECT_THROW(vb::Left("a", -1), RuntimeError);
+}
+
+}  // namespace
+}  // namespace galvix
