@@ -1,5 +1,7 @@
 #include "db/sqlite_util.h"
 
+#include "runtime/vb.h"
+
 #include <cctype>
 #include <cstring>
 #include <filesystem>
@@ -7,38 +9,6 @@
 namespace galvix::db {
 
 namespace {
-
-// Next code point of UTF-8 text; a malformed byte stands for itself (as Latin-1).
-char32_t nextCodePoint(const unsigned char*& p, const unsigned char* end) {
-  unsigned char c = *p;
-  int len = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
-  if (len <= 1 || end - p < len) {
-    ++p;
-    return c;
-  }
-  char32_t cp = c & (0x7F >> len);
-  for (int i = 1; i < len; ++i) {
-    if ((p[i] & 0xC0) != 0x80) {
-      ++p;
-      return c;
-    }
-    cp = (cp << 6) | (p[i] & 0x3F);
-  }
-  p += len;
-  return cp;
-}
-
-// Simple case folding for the scripts event data holds: Latin, Greek, Cyrillic.
-char32_t foldCase(char32_t c) {
-  if (c < 0x80) return (c >= 'A' && c <= 'Z') ? c + 32 : c;
-  if (c >= 0xC0 && c <= 0xDE && c != 0xD7) return c + 32;
-  if ((c >= 0x100 && c <= 0x137) || (c >= 0x14A && c <= 0x177)) return c | 1;
-  if ((c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E)) return (c & 1) ? c + 1 : c;
-  if (c >= 0x391 && c <= 0x3A9) return c + 32;
-  if (c >= 0x410 && c <= 0x42F) return c + 32;
-  if (c >= 0x400 && c <= 0x40F) return c + 80;
-  return c;
-}
 
 int collate(void*, int n1, const void* s1, int n2, const void* s2) {
   return compareTextNoCase(std::string_view(static_cast<const char*>(s1), n1),
@@ -63,18 +33,7 @@ std::string afterColon(const std::string& msg) {
 }  // namespace
 
 int compareTextNoCase(std::string_view a, std::string_view b) {
-  auto pa = reinterpret_cast<const unsigned char*>(a.data());
-  auto ea = pa + a.size();
-  auto pb = reinterpret_cast<const unsigned char*>(b.data());
-  auto eb = pb + b.size();
-  while (pa < ea && pb < eb) {
-    char32_t ca = foldCase(nextCodePoint(pa, ea));
-    char32_t cb = foldCase(nextCodePoint(pb, eb));
-    if (ca != cb) return ca < cb ? -1 : 1;
-  }
-  if (pa < ea) return 1;
-  if (pb < eb) return -1;
-  return 0;
+  return vb::compareTextNoCase(a, b);
 }
 
 void registerTextCollation(sqlite3* db) {

@@ -19,7 +19,7 @@ inline constexpr const char* kTextCollation = "JETTEXT";
 // Safe to call more than once; the Jet function set may later replace it with its own.
 void registerTextCollation(sqlite3* db);
 
-// Case-insensitive three-way compare of two UTF-8 strings (ASCII and Latin-1 letters fold).
+// Case-insensitive three-way compare of two UTF-8 strings: the runtime's text order.
 int compareTextNoCase(std::string_view a, std::string_view b);
 
 // Opens a SQLite file (no implicit create unless `create`) with the text collation registered.
