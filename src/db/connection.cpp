@@ -47,7 +47,7 @@ bool endsWithNoCase(std::string_view s, std::string_view suffix) {
 }
 
 // The plan of a statement when no Jet translator is built in: the text runs unchanged.
-Plan passThroughPlan(std::string_view jetSql) {
+[[maybe_unused]] Plan passThroughPlan(std::string_view jetSql) {
   Plan p;
   p.sql = std::string(jetSql);
   std::string head = lowerAscii(trim(jetSql).substr(0, 16));
@@ -261,6 +261,10 @@ std::shared_ptr<const Plan> ConnectionImpl::plan(std::string_view jetSql) {
 #else
   *p = passThroughPlan(jetSql);
 #endif
+#ifdef GALVIX_HAVE_JET
+  // A crosstab's columns depend on the data: it is translated afresh each time.
+  if (!t.cacheable) return p;
+#endif
   if (plans_.size() >= kMaxPlans) plans_.clear();
   plans_.emplace(std::string(jetSql), p);
   return p;
@@ -269,6 +273,10 @@ std::shared_ptr<const Plan> ConnectionImpl::plan(std::string_view jetSql) {
 void ConnectionImpl::schemaChanged() {
   plans_.clear();
   statements_->clear();
+#ifdef GALVIX_HAVE_JET
+  if constexpr (requires(jet::Translator & x) { x.schemaChanged(); })
+    translator_->translator.schemaChanged();
+#endif
 }
 
 long ConnectionImpl::execute(std::string_view jetSql) {
