@@ -1,0 +1,1035 @@
+#include "db/jet/translator.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <set>
+#include <unordered_map>
+
+#include "db/connection.h"
+#include "db/jet/ast.h"
+#include "runtime/vb.h"
+
+namespace galvix::db::jet {
+namespace {
+
+std::string lower(std::string_view s) {
+  std::string o(s);
+  for (auto& c : o) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return o;
+}
+
+std::string ident(std::string_view n) {
+  std::string o = "[";
+  for (char c : n) o += c == ']' ? ' ' : c;  // a ']' cannot appear inside brackets
+  return o + "]";
+}
+
+std::string quote(std::string_view s) {
+  std::string o = "'";
+  for (char c : s) {
+    if (c == '\'') o += '\'';
+    o += c;
+  }
+  return o + "'";
+}
+
+std::string numberLiteral(double d) {
+  char b[40];
+  if (d == std::trunc(d) && std::fabs(d) < 9e15)
+    std::snprintf(b, sizeof b, "%.0f", d);
+  else
+    std::snprintf(b, sizeof b, "%.17g", d);
+  return b;
+}
+
+VarType typeFromDecl(std::string_view decl) {
+  std::string d = lower(decl);
+  auto has = [&](const char* k) { return d.find(k) != std::string::npos; };
+  if (d.empty()) return VarType::Empty;
+  if (has("currency") || has("money")) return VarType::Currency;
+  if (has("date") || has("time")) return VarType::Date;
+  if (has("bit") || has("bool") || has("yesno")) return VarType::Boolean;
+  if (has("smallint") || has("short") || has("tinyint") || has("byte")) return VarType::Integer;
+  if (has("int") || has("long") || has("counter")) return VarType::Long;
+  if (has("single") || d == "real") return VarType::Single;
+  if (has("double") || has("float") || has("numeric") || has("decimal")) return VarType::Double;
+  if (has("char") || has("text") || has("memo") || has("clob")) return VarType::String;
+  if (has("blob") || has("binary") || has("image")) return VarType::Binary;
+  return VarType::Empty;
+}
+
+std::string declFromType(VarType t) {
+  switch (t) {
+    case VarType::Boolean:
+      return "BIT";
+    case VarType::Integer:
+      return "SMALLINT";
+    case VarType::Long:
+      return "INTEGER";
+    case VarType::Single:
+      return "SINGLE";
+    case VarType::Double:
+      return "DOUBLE";
+    case VarType::Currency:
+      return "CURRENCY";
+    case VarType::Date:
+      return "DATETIME";
+    case VarType::String:
+      return "TEXT COLLATE JETTEXT";
+    case VarType::Binary:
+      return "BLOB";
+    default:
+      return "";
+  }
+}
+
+struct TableInfo {
+  bool exists = false;
+  bool isView = false;
+  std::vector<std::pair<std::string, VarType>> columns;
+  const std::pair<std::string, VarType>* find(std::string_view c) const {
+    for (const auto& col : columns)
+      if (vb::compareTextNoCase(col.first, c) == 0) return &col;
+    return nullptr;
+  }
+};
+
+// One table (or derived table) visible in a FROM clause.
+struct Source {
+  std::string name;   // as written
+  std::string alias;  // the name to qualify with
+  const TableInfo* info = nullptr;
+  std::vector<std::pair<std::string, VarType>> derived;  // subquery output columns
+  bool rowid = true;
+};
+
+struct Scope {
+  std::vector<Source> sources;
+  const Scope* parent = nullptr;
+  // Earlier select-list aliases, for reuse later in the same list.
+  std::vector<std::pair<std::string, std::pair<std::string, VarType>>> aliases;
+
+  const Source* find(std::string_view t) const {
+    for (const auto& s : sources)
+      if (vb::compareTextNoCase(s.alias, t) == 0) return &s;
+    for (const auto& s : sources)
+      if (vb::compareTextNoCase(s.name, t) == 0) return &s;
+    return parent ? parent->find(t) : nullptr;
+  }
+};
+
+struct Out {
+  std::string sql;
+  VarType type = VarType::Empty;
+  bool boolean = false;  // a SQLite truth expression (1/0)
+};
+
+struct SelectOut {
+  std::string sql;
+  std::vector<std::string> names;
+  std::vector<VarType> types;
+  bool star = false;
+};
+
+}  // namespace
+
+struct Translator::Impl {
+  sqlite3* db;
+  sqlite3_stmt* schemaVersion = nullptr;
+  long long knownVersion = -1;
+  std::unordered_map<std::string, TableInfo> tables;
+
+  struct CacheEntry {
+    Translation t;
+    std::vector<int> lifted;                                // token indices, in parameter order
+    std::vector<std::pair<int, std::string>> fixedNumbers;  // other number tokens
+  };
+  std::unordered_map<std::string, CacheEntry> cache;
+
+  // Per translation.
+  std::string_view sql;
+  const std::vector<Token>* tokens = nullptr;
+  std::vector<Variant> params;
+  std::vector<int> liftedTokens;
+  bool lift = false;
+  int exprCounter = 0;
+
+  explicit Impl(sqlite3* d) : db(d) {
+    sqlite3_prepare_v2(db, "PRAGMA schema_version", -1, &schemaVersion, nullptr);
+  }
+  ~Impl() { sqlite3_finalize(schemaVersion); }
+
+  void checkSchema() {
+    if (!schemaVersion) return;
+    long long v = -1;
+    if (sqlite3_step(schemaVersion) == SQLITE_ROW) v = sqlite3_column_int64(schemaVersion, 0);
+    sqlite3_reset(schemaVersion);
+    if (v != knownVersion) {
+      knownVersion = v;
+      tables.clear();
+      cache.clear();
+    }
+  }
+
+  const TableInfo& table(std::string_view name) {
+    std::string key = lower(name);
+    auto it = tables.find(key);
+    if (it != tables.end()) return it->second;
+    TableInfo info;
+    sqlite3_stmt* st = nullptr;
+    std::string q =
+        "SELECT type FROM sqlite_schema WHERE name = ?1 COLLATE NOCASE AND type IN "
+        "('table','view')";
+    if (sqlite3_prepare_v2(db, q.c_str(), -1, &st, nullptr) == SQLITE_OK) {
+      sqlite3_bind_text(st, 1, std::string(name).c_str(), -1, SQLITE_TRANSIENT);
+      if (sqlite3_step(st) == SQLITE_ROW) {
+        info.exists = true;
+        info.isView =
+            std::string(reinterpret_cast<const char*>(sqlite3_column_text(st, 0))) == "view";
+      }
+    }
+    sqlite3_finalize(st);
+    if (info.exists) {
+      std::string p = "PRAGMA table_info(" + ident(name) + ")";
+      if (sqlite3_prepare_v2(db, p.c_str(), -1, &st, nullptr) == SQLITE_OK) {
+        while (sqlite3_step(st) == SQLITE_ROW) {
+          const char* n = reinterpret_cast<const char*>(sqlite3_column_text(st, 1));
+          const char* t = reinterpret_cast<const char*>(sqlite3_column_text(st, 2));
+          info.columns.push_back({n ? n : "", typeFromDecl(t ? t : "")});
+        }
+      }
+      sqlite3_finalize(st);
+    }
+    return tables.emplace(key, std::move(info)).first->second;
+  }
+
+  [[noreturn]] void error(std::uint32_t number, const std::string& msg, int pos = -1) {
+    throw DbError(number, msg, std::string(sql), {}, pos);
+  }
+
+  // ---- Expressions ----
+
+  static std::string value(const Out& o) { return o.boolean ? "(-(" + o.sql + "))" : o.sql; }
+  static std::string cond(const Out& o) { return o.boolean ? o.sql : "(" + o.sql + ")"; }
+  // An argument of a Jet function: dates, money and truth values keep their kind.
+  static std::string typedValue(const Out& o) {
+    if (o.boolean) return "jet_typed(" + value(o) + ", 66)";
+    switch (o.type) {
+      case VarType::Date:
+        return "jet_typed(" + o.sql + ", 68)";
+      case VarType::Currency:
+        return "jet_typed(" + o.sql + ", 67)";
+      case VarType::Boolean:
+        return "jet_typed(" + o.sql + ", 66)";
+      default:
+        return o.sql;
+    }
+  }
+
+  static bool isNumericType(VarType t) {
+    return t == VarType::Integer || t == VarType::Long || t == VarType::Single ||
+           t == VarType::Double || t == VarType::Currency || t == VarType::Boolean;
+  }
+
+  static VarType arithType(VarType a, VarType b, const std::string& op) {
+    if (a == VarType::Empty || b == VarType::Empty) return VarType::Empty;
+    if (!isNumericType(a) && a != VarType::Date) return VarType::Empty;
+    if (!isNumericType(b) && b != VarType::Date) return VarType::Empty;
+    if ((a == VarType::Date || b == VarType::Date) && (op == "+" || op == "-"))
+      return VarType::Date;
+    if (op == "/") return VarType::Double;
+    if (a == VarType::Currency || b == VarType::Currency) {
+      VarType o = a == VarType::Currency ? b : a;
+      if (o == VarType::Double || o == VarType::Single) return VarType::Double;
+      return VarType::Currency;
+    }
+    auto rank = [](VarType t) {
+      return t == VarType::Boolean   ? 0
+             : t == VarType::Integer ? 1
+             : t == VarType::Long    ? 2
+             : t == VarType::Single  ? 3
+                                     : 4;
+    };
+    int r = std::max(rank(a), rank(b));
+    return r <= 1   ? VarType::Integer
+           : r == 2 ? VarType::Long
+           : r == 3 ? VarType::Single
+                    : VarType::Double;
+  }
+
+  Out column(const Expr& e, const Scope& scope) {
+    std::string table = e.table, col = e.text;
+    if (e.bracketedDot) {
+      // [Table.Column]: a column of that name if one exists, else Table.Column.
+      auto dot = col.find('.');
+      std::string t = col.substr(0, dot), c = col.substr(dot + 1);
+      if (scope.find(t)) {
+        table = t;
+        col = c;
+      }
+    }
+    if (!table.empty()) {
+      const Source* s = scope.find(table);
+      if (!s)
+        error(kErrNoSuchColumn,
+              "Unknown table or alias '" + table + "' in '" + table + "." + col + "'.", e.pos);
+      VarType t = VarType::Empty;
+      bool found = false;
+      if (s->info) {
+        if (auto* c = s->info->find(col)) {
+          t = c->second;
+          found = true;
+        }
+      } else {
+        for (auto& d : s->derived)
+          if (vb::compareTextNoCase(d.first, col) == 0) {
+            t = d.second;
+            found = true;
+          }
+      }
+      if (!found) error(kErrNoSuchColumn, "Unknown column '" + table + "." + col + "'.", e.pos);
+      return {ident(s->alias) + "." + ident(col), t, false};
+    }
+    // Unqualified: a column of a table in scope, else an earlier alias of the select list.
+    for (const Scope* sc = &scope; sc; sc = sc->parent) {
+      for (const auto& s : sc->sources) {
+        if (s.info) {
+          if (auto* c = s.info->find(col)) return {ident(col), c->second, false};
+        } else {
+          for (auto& d : s.derived)
+            if (vb::compareTextNoCase(d.first, col) == 0) return {ident(col), d.second, false};
+        }
+      }
+      for (const auto& a : sc->aliases)
+        if (vb::compareTextNoCase(a.first, col) == 0)
+          return {"(" + a.second.first + ")", a.second.second, false};
+    }
+    if (scope.sources.empty() && !scope.parent)
+      error(kErrNoSuchColumn, "Unknown column '" + col + "'.", e.pos);
+    error(kErrNoSuchColumn, "Unknown column '" + col + "'.", e.pos);
+  }
+
+  Out number(const Expr& e) {
+    bool integral = e.text.find_first_of(".eE") == std::string::npos;
+    VarType t = integral && e.num <= 2147483647.0
+                    ? (e.num <= 32767 ? VarType::Integer : VarType::Long)
+                    : VarType::Double;
+    if (lift && e.tokenIndex >= 0) {
+      params.push_back(t == VarType::Double ? Variant::dbl(e.num)
+                                            : Variant::longInt(static_cast<std::int32_t>(e.num)));
+      liftedTokens.push_back(e.tokenIndex);
+      return {"?", t, false};
+    }
+    return {integral ? e.text : numberLiteral(e.num), t, false};
+  }
+
+  Out func(const Expr& e, const Scope& scope) {
+    const std::string& n = e.text;
+    auto a = [&](size_t i) { return expr(*e.args[i], scope); };
+    auto need = [&](size_t lo, size_t hi) {
+      if (e.args.size() < lo || e.args.size() > hi)
+        error(kErrSyntax,
+              "Wrong number of arguments used with function '" + n + "' in query expression.",
+              e.pos);
+    };
+    if (isAggregateName(n)) {
+      need(1, 1);
+      bool star = e.args[0]->kind == Expr::Star;
+      Out x = star ? Out{"*", VarType::Empty, false} : a(0);
+      std::string arg = (e.negated ? "DISTINCT " : std::string()) + value(x);
+      if (n == "count") return {"count(" + arg + ")", VarType::Long, false};
+      if (n == "sum")
+        return {"sum(" + arg + ")",
+                x.type == VarType::Boolean || x.type == VarType::Integer ? VarType::Long : x.type,
+                false};
+      if (n == "avg")
+        return {"avg(" + arg + ")",
+                x.type == VarType::Currency ? VarType::Currency : VarType::Double, false};
+      if (n == "min" || n == "max") return {n + "(" + arg + ")", x.type, false};
+      if (n == "first" || n == "last") return {"jet_" + n + "(" + arg + ")", x.type, false};
+      error(kErrSyntax, "Undefined function '" + n + "' in expression.", e.pos);
+    }
+    if (n == "iif") {
+      need(3, 3);
+      Out c = a(0), t = a(1), f = a(2);
+      VarType type = t.type == f.type                                            ? t.type
+                     : f.type == VarType::Empty && e.args[2]->kind == Expr::Null ? t.type
+                     : t.type == VarType::Empty && e.args[1]->kind == Expr::Null ? f.type
+                                                                                 : VarType::Empty;
+      return {"(CASE WHEN " + cond(c) + " THEN " + value(t) + " ELSE " + value(f) + " END)", type,
+              false};
+    }
+    if (n == "isnull") {
+      need(1, 1);
+      return {"(" + value(a(0)) + " IS NULL)", VarType::Boolean, true};
+    }
+    if (n == "nz") {
+      need(1, 2);
+      Out x = a(0);
+      std::string other = e.args.size() > 1 ? value(a(1)) : "''";
+      return {"coalesce(" + value(x) + ", " + other + ")", x.type, false};
+    }
+    static const std::map<std::string, std::pair<int, VarType>> known = {
+        {"trim", {1, VarType::String}},     {"ltrim", {1, VarType::String}},
+        {"rtrim", {1, VarType::String}},    {"left", {2, VarType::String}},
+        {"right", {2, VarType::String}},    {"mid", {-1, VarType::String}},
+        {"len", {1, VarType::Long}},        {"ucase", {1, VarType::String}},
+        {"lcase", {1, VarType::String}},    {"chr", {1, VarType::String}},
+        {"asc", {1, VarType::Integer}},     {"space", {1, VarType::String}},
+        {"instr", {-1, VarType::Long}},     {"replace", {3, VarType::String}},
+        {"cstr", {1, VarType::String}},     {"str", {1, VarType::String}},
+        {"val", {1, VarType::Double}},      {"format", {-1, VarType::String}},
+        {"cint", {1, VarType::Integer}},    {"clng", {1, VarType::Long}},
+        {"csng", {1, VarType::Single}},     {"cdbl", {1, VarType::Double}},
+        {"ccur", {1, VarType::Currency}},   {"cdate", {1, VarType::Date}},
+        {"cbool", {1, VarType::Boolean}},   {"int", {1, VarType::Double}},
+        {"fix", {1, VarType::Double}},      {"abs", {1, VarType::Double}},
+        {"round", {2, VarType::Double}},    {"isnumeric", {1, VarType::Boolean}},
+        {"isdate", {1, VarType::Boolean}},  {"year", {1, VarType::Integer}},
+        {"month", {1, VarType::Integer}},   {"day", {1, VarType::Integer}},
+        {"hour", {1, VarType::Integer}},    {"minute", {1, VarType::Integer}},
+        {"second", {1, VarType::Integer}},  {"weekday", {1, VarType::Integer}},
+        {"dateserial", {3, VarType::Date}}, {"datevalue", {1, VarType::Date}},
+        {"now", {0, VarType::Date}},        {"date", {0, VarType::Date}},
+    };
+    auto it = known.find(n);
+    if (it == known.end())
+      error(kErrSyntax, "Undefined function '" + n + "' in expression.", e.pos);
+    int arity = it->second.first;
+    if (arity >= 0) need(static_cast<size_t>(arity), static_cast<size_t>(arity));
+    if (n == "mid") need(2, 3);
+    if (n == "instr") need(2, 3);
+    if (n == "format") need(1, 2);
+    std::string s = "jet_" + n + "(";
+    for (size_t i = 0; i < e.args.size(); ++i) s += (i ? ", " : "") + typedValue(a(i));
+    return {s + ")", it->second.second, it->second.second == VarType::Boolean};
+  }
+
+  Out expr(const Expr& e, const Scope& scope) {
+    switch (e.kind) {
+      case Expr::Number:
+        return number(e);
+      case Expr::String:
+        return {quote(e.text), VarType::String, false};
+      case Expr::DateLit:
+        return {numberLiteral(e.num), VarType::Date, false};
+      case Expr::Bool:
+        return {e.num != 0 ? "-1" : "0", VarType::Boolean, false};
+      case Expr::Null:
+        return {"NULL", VarType::Empty, false};
+      case Expr::Column:
+        return column(e, scope);
+      case Expr::Star:
+        error(kErrSyntax, "'*' is not allowed here.", e.pos);
+      case Expr::Func:
+        return func(e, scope);
+      case Expr::Unary: {
+        Out x = expr(*e.args[0], scope);
+        if (e.text == "not") {
+          // NOT of a number is its bitwise complement in Jet; on -1/0 truth values both agree.
+          if (!x.boolean && x.type != VarType::Boolean && x.type != VarType::Empty)
+            return {"(~(" + x.sql + "))", x.type, false};
+          return {"(NOT " + cond(x) + ")", VarType::Boolean, true};
+        }
+        return {"(-" + value(x) + ")", x.type, false};
+      }
+      case Expr::Binary:
+        return binary(e, scope);
+      case Expr::Between: {
+        Out x = expr(*e.args[0], scope), lo = expr(*e.args[1], scope), hi = expr(*e.args[2], scope);
+        return {"(" + value(x) + " COLLATE JETTEXT " + (e.negated ? "NOT " : "") + "BETWEEN " +
+                    value(lo) + " AND " + value(hi) + ")",
+                VarType::Boolean, true};
+      }
+      case Expr::InList: {
+        Out x = expr(*e.args[0], scope);
+        std::string s = "(" + value(x) + " COLLATE JETTEXT " + (e.negated ? "NOT " : "") + "IN (";
+        for (size_t i = 1; i < e.args.size(); ++i)
+          s += (i > 1 ? ", " : "") + value(expr(*e.args[i], scope));
+        return {s + "))", VarType::Boolean, true};
+      }
+      case Expr::InSelect: {
+        Out x = expr(*e.args[0], scope);
+        SelectOut sub = select(*e.sub, &scope, false);
+        return {"(" + value(x) + (e.negated ? " NOT" : "") + " IN (" + sub.sql + "))",
+                VarType::Boolean, true};
+      }
+      case Expr::IsNull: {
+        Out x = expr(*e.args[0], scope);
+        return {"(" + value(x) + (e.negated ? " IS NOT NULL)" : " IS NULL)"), VarType::Boolean,
+                true};
+      }
+      case Expr::Exists: {
+        SelectOut sub = select(*e.sub, &scope, false);
+        return {"(EXISTS (" + sub.sql + "))", VarType::Boolean, true};
+      }
+      case Expr::SubQuery: {
+        SelectOut sub = select(*e.sub, &scope, false);
+        return {"(" + sub.sql + ")", sub.types.empty() ? VarType::Empty : sub.types[0], false};
+      }
+    }
+    error(kErrSyntax, "Unsupported expression.", e.pos);
+  }
+
+  Out binary(const Expr& e, const Scope& scope) {
+    const std::string& op = e.text;
+    Out a = expr(*e.args[0], scope), b = expr(*e.args[1], scope);
+    if (op == "and" || op == "or")
+      return {"(" + cond(a) + (op == "and" ? " AND " : " OR ") + cond(b) + ")", VarType::Boolean,
+              true};
+    if (op == "xor") return {"(" + cond(a) + " <> " + cond(b) + ")", VarType::Boolean, true};
+    if (op == "eqv") return {"(" + cond(a) + " = " + cond(b) + ")", VarType::Boolean, true};
+    if (op == "imp") return {"((NOT " + cond(a) + ") OR " + cond(b) + ")", VarType::Boolean, true};
+    if (op == "&")
+      return {"jet_cat(" + typedValue(a) + ", " + typedValue(b) + ")", VarType::String, false};
+    if (op == "+") {
+      VarType t = a.type == VarType::String && b.type == VarType::String
+                      ? VarType::String
+                      : arithType(a.type, b.type, op);
+      // Numbers known on both sides add natively; otherwise Jet decides at run time.
+      if (isNumericType(a.type) && isNumericType(b.type) && !a.boolean && !b.boolean)
+        return {"(" + a.sql + " + " + b.sql + ")", t, false};
+      return {"jet_add(" + typedValue(a) + ", " + typedValue(b) + ")", t, false};
+    }
+    if (op == "-" || op == "*")
+      return {"(" + value(a) + " " + op + " " + value(b) + ")", arithType(a.type, b.type, op),
+              false};
+    if (op == "/") return {"(1.0 * " + value(a) + " / " + value(b) + ")", VarType::Double, false};
+    if (op == "\\") return {"jet_intdiv(" + value(a) + ", " + value(b) + ")", VarType::Long, false};
+    if (op == "mod") return {"jet_mod(" + value(a) + ", " + value(b) + ")", VarType::Long, false};
+    if (op == "^") return {"jet_pow(" + value(a) + ", " + value(b) + ")", VarType::Double, false};
+    if (op == "like")
+      return {"(" + value(a) + (e.negated ? " NOT LIKE " : " LIKE ") + value(b) + ")",
+              VarType::Boolean, true};
+    // Comparisons: text compares without regard to case, whatever the operands' origin.
+    return {"(" + value(a) + " " + op + " " + value(b) + " COLLATE JETTEXT)", VarType::Boolean,
+            true};
+  }
+
+  Out condition(const Expr& e, const Scope& scope) {
+    bool saved = lift;
+    lift = true;
+    Out o = expr(e, scope);
+    lift = saved;
+    return o;
+  }
+
+  // ---- FROM ----
+
+  void collect(const TableRef& t, Scope& scope, const Scope* outer) {
+    if (t.kind == TableRef::Join) {
+      collect(*t.left, scope, outer);
+      collect(*t.right, scope, outer);
+      return;
+    }
+    Source s;
+    s.name = t.kind == TableRef::Table ? t.name : t.alias;
+    s.alias = t.alias.empty() ? t.name : t.alias;
+    if (t.kind == TableRef::Table) {
+      const TableInfo& info = table(t.name);
+      if (!info.exists) error(kErrNoSuchObject, "Unknown table or query '" + t.name + "'.", t.pos);
+      s.info = &info;
+      s.rowid = !info.isView;
+    } else {
+      // Only the names are wanted here; from() translates the subquery for real.
+      std::vector<Variant> savedParams = params;
+      std::vector<int> savedLifted = liftedTokens;
+      SelectOut sub = select(*t.sub, outer, false);
+      params = std::move(savedParams);
+      liftedTokens = std::move(savedLifted);
+      for (size_t i = 0; i < sub.names.size(); ++i)
+        s.derived.push_back({sub.names[i], i < sub.types.size() ? sub.types[i] : VarType::Empty});
+      s.rowid = false;
+    }
+    scope.sources.push_back(std::move(s));
+  }
+
+  std::string from(const TableRef& t, const Scope& scope, bool nested) {
+    switch (t.kind) {
+      case TableRef::Table:
+        return ident(t.name) + (t.alias.empty() ? "" : " AS " + ident(t.alias));
+      case TableRef::SubQuery: {
+        SelectOut sub = select(*t.sub, scope.parent, false);
+        return "(" + sub.sql + ")" + (t.alias.empty() ? "" : " AS " + ident(t.alias));
+      }
+      case TableRef::Join: {
+        std::string l = from(*t.left, scope, false);
+        std::string r = from(*t.right, scope, true);
+        std::string kw = t.joinType == "left"    ? " LEFT JOIN "
+                         : t.joinType == "right" ? " RIGHT JOIN "
+                                                 : " INNER JOIN ";
+        std::string s = l + kw + r + " ON " + cond(condition(*t.on, scope));
+        return nested ? "(" + s + ")" : s;
+      }
+    }
+    return {};
+  }
+
+  // ---- SELECT ----
+
+  static bool hasAggregate(const Expr& e) {
+    if (e.kind == Expr::Func && isAggregateName(e.text)) return true;
+    if (e.kind == Expr::InSelect || e.kind == Expr::Exists || e.kind == Expr::SubQuery) {
+      for (auto& a : e.args)
+        if (hasAggregate(*a)) return true;
+      return false;
+    }
+    for (auto& a : e.args)
+      if (hasAggregate(*a)) return true;
+    return false;
+  }
+
+  // Tables whose columns an expression reads (by alias).
+  static void tablesOf(const Expr& e, const Scope& scope, std::set<std::string>& out) {
+    if (e.kind == Expr::Column) {
+      if (!e.table.empty()) {
+        if (const Source* s = scope.find(e.table)) out.insert(lower(s->alias));
+      } else {
+        for (const auto& s : scope.sources) {
+          bool has = s.info ? s.info->find(e.text) != nullptr : false;
+          if (has) {
+            out.insert(lower(s.alias));
+            break;
+          }
+        }
+      }
+    }
+    if (e.kind == Expr::Star) {
+      for (const auto& s : scope.sources)
+        if (e.table.empty() || vb::compareTextNoCase(s.alias, e.table) == 0)
+          out.insert(lower(s.alias));
+    }
+    for (auto& a : e.args) tablesOf(*a, scope, out);
+  }
+
+  std::string outputName(const Expr& e, const SelectItem& it, int& exprNo) {
+    if (!it.alias.empty()) return it.alias;
+    if (e.kind == Expr::Column) {
+      if (e.bracketedDot) return e.text;
+      return e.text;
+    }
+    if (e.kind == Expr::Func && isAggregateName(e.text) && !e.args.empty() &&
+        e.args[0]->kind == Expr::Column) {
+      std::string f = e.text;
+      f[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(f[0])));
+      return f + "Of" + e.args[0]->text;
+    }
+    return "Expr" + std::to_string(1000 + exprNo++);
+  }
+
+  struct Parts {
+    SelectOut out;
+    std::string fromSql, whereSql, groupSql, havingSql, orderSql;
+    bool aggregate = false;
+    bool distinctFallback = false;  // DISTINCTROW over a view: plain DISTINCT instead
+    std::vector<std::string> itemSql;
+    Scope scope;
+  };
+
+  Parts selectParts(const Select& s, const Scope* outer, bool withOrder) {
+    Parts p;
+    p.scope.parent = outer;
+    for (const auto& t : s.from) collect(*t, p.scope, outer);
+    for (const auto& it : s.items)
+      if (hasAggregate(*it.expr)) p.aggregate = true;
+    if (!s.groupBy.empty()) p.aggregate = true;
+
+    // Select list (its literals stay in the text: it does not change between side queries).
+    int exprNo = 0;
+    std::vector<std::string> names;
+    for (const auto& it : s.items) {
+      if (it.expr->kind == Expr::Star) {
+        p.out.star = true;
+        if (it.expr->table.empty()) {
+          p.itemSql.push_back("*");
+        } else {
+          const Source* src = p.scope.find(it.expr->table);
+          if (!src)
+            error(kErrNoSuchObject, "Unknown table '" + it.expr->table + "'.", it.expr->pos);
+          p.itemSql.push_back(ident(src->alias) + ".*");
+        }
+        names.emplace_back();
+        p.out.types.push_back(VarType::Empty);
+        continue;
+      }
+      Out o = expr(*it.expr, p.scope);
+      std::string name = outputName(*it.expr, it, exprNo);
+      names.push_back(name);
+      p.out.types.push_back(o.boolean ? VarType::Boolean : o.type);
+      p.itemSql.push_back(value(o));
+      if (!it.alias.empty()) p.scope.aliases.push_back({it.alias, {value(o), o.type}});
+    }
+    // Two columns of the same name from different tables are told apart as Table.Column.
+    std::vector<std::string> plain = names;
+    for (size_t i = 0; i < names.size(); ++i) {
+      const Expr& e = *s.items[i].expr;
+      if (!s.items[i].alias.empty() || e.kind != Expr::Column || e.table.empty()) continue;
+      for (size_t j = 0; j < plain.size(); ++j) {
+        if (i != j && vb::compareTextNoCase(plain[i], plain[j]) == 0) {
+          names[i] = e.table + "." + e.text;
+          break;
+        }
+      }
+    }
+    p.out.names = names;
+
+    for (size_t i = 0; i < s.from.size(); ++i)
+      p.fromSql += (i ? ", " : "") + from(*s.from[i], p.scope, false);
+    if (s.where) p.whereSql = cond(condition(*s.where, p.scope));
+    std::string groupSql;
+    for (size_t i = 0; i < s.groupBy.size(); ++i)
+      groupSql += (i ? ", " : "") + value(expr(*s.groupBy[i], p.scope)) + " COLLATE JETTEXT";
+    // DISTINCTROW: one row per combination of the rows of the tables that supply output
+    // columns; it does nothing for one table or an aggregate query.
+    if (s.distinctRow && !p.aggregate && !s.distinct) {
+      std::set<std::string> used;
+      for (const auto& it : s.items) tablesOf(*it.expr, p.scope, used);
+      if (p.scope.sources.size() > 1 && used.size() < p.scope.sources.size()) {
+        bool rowids = true;
+        for (const auto& src : p.scope.sources)
+          if (used.count(lower(src.alias)) && !src.rowid) rowids = false;
+        if (rowids) {
+          for (const auto& src : p.scope.sources)
+            if (used.count(lower(src.alias)))
+              groupSql += (groupSql.empty() ? "" : ", ") + ident(src.alias) + ".rowid";
+        } else {
+          p.distinctFallback = true;
+        }
+      }
+    }
+    p.groupSql = groupSql;
+    if (s.having) p.havingSql = cond(condition(*s.having, p.scope));
+    if (withOrder) p.orderSql = orderBy(s, p);
+    return p;
+  }
+
+  std::string orderBy(const Select& s, Parts& p) {
+    std::string o;
+    for (size_t i = 0; i < s.orderBy.size(); ++i) {
+      const Expr& e = *s.orderBy[i].expr;
+      std::string term;
+      if (e.kind == Expr::Number && e.text.find('.') == std::string::npos) {
+        term = e.text;
+      } else if (e.kind == Expr::Column && e.table.empty() && !e.bracketedDot) {
+        bool isAlias = false;
+        for (size_t k = 0; k < s.items.size(); ++k)
+          if (!s.items[k].alias.empty() && vb::compareTextNoCase(s.items[k].alias, e.text) == 0)
+            isAlias = true;
+        term = isAlias ? ident(e.text) : value(expr(e, p.scope));
+      } else {
+        term = value(expr(e, p.scope));
+      }
+      o += (i ? ", " : "") + term + " COLLATE JETTEXT" + (s.orderBy[i].desc ? " DESC" : "");
+    }
+    return o;
+  }
+
+  SelectOut assemble(const Select& s, Parts& p) {
+    SelectOut out = p.out;
+    std::string sql = "SELECT ";
+    if (s.distinct || p.distinctFallback) sql += "DISTINCT ";
+    for (size_t i = 0; i < p.itemSql.size(); ++i) {
+      sql += (i ? ", " : "") + p.itemSql[i];
+      if (p.itemSql[i] != "*" && p.itemSql[i].find(".*") == std::string::npos)
+        sql += " AS " + ident(out.names[i]);
+    }
+    if (!p.fromSql.empty()) sql += " FROM " + p.fromSql;
+    if (!p.whereSql.empty()) sql += " WHERE " + p.whereSql;
+    if (!p.groupSql.empty()) sql += " GROUP BY " + p.groupSql;
+    if (!p.havingSql.empty()) sql += " HAVING " + p.havingSql;
+    if (!p.orderSql.empty()) sql += " ORDER BY " + p.orderSql;
+    if (s.top >= 0 && !s.topPercent) sql += " LIMIT " + std::to_string(s.top);
+    out.sql = sql;
+    return out;
+  }
+
+  SelectOut select(const Select& s, const Scope* outer, bool topLevel) {
+    (void)topLevel;
+    Parts p = selectParts(s, outer, true);
+    return assemble(s, p);
+  }
+
+  // ---- Statements ----
+
+  Translation unionOf(const Statement& st) {
+    Translation t;
+    std::string sql;
+    SelectOut first;
+    for (size_t i = 0; i < st.selects.size(); ++i) {
+      Parts p = selectParts(*st.selects[i], nullptr, false);
+      SelectOut o = assemble(*st.selects[i], p);
+      if (i == 0) first = o;
+      if (i) sql += st.unionAll[i - 1] ? " UNION ALL " : " UNION ";
+      sql += o.sql;
+    }
+    // The last member's ORDER BY orders the whole union, by output column.
+    const Select& last = *st.selects.back();
+    std::string order;
+    for (size_t i = 0; i < last.orderBy.size(); ++i) {
+      const Expr& e = *last.orderBy[i].expr;
+      int ordinal = -1;
+      if (e.kind == Expr::Number) ordinal = static_cast<int>(e.num);
+      for (size_t k = 0; ordinal < 0 && k < last.items.size(); ++k) {
+        const SelectItem& it = last.items[k];
+        const Expr& x = *it.expr;
+        if (e.kind == Expr::Column &&
+            ((!it.alias.empty() && e.table.empty() &&
+              vb::compareTextNoCase(it.alias, e.text) == 0) ||
+             (x.kind == Expr::Column && vb::compareTextNoCase(x.text, e.text) == 0 &&
+              (e.table.empty() || vb::compareTextNoCase(x.table, e.table) == 0))))
+          ordinal = static_cast<int>(k) + 1;
+      }
+      for (size_t k = 0; ordinal < 0 && k < first.names.size(); ++k)
+        if (e.kind == Expr::Column && vb::compareTextNoCase(first.names[k], e.text) == 0)
+          ordinal = static_cast<int>(k) + 1;
+      if (ordinal < 1 || ordinal > static_cast<int>(first.names.size()))
+        error(kErrSyntax, "The ORDER BY expression of a union must name one of its output columns.",
+              e.pos);
+      order += (i ? ", " : "") + std::to_string(ordinal) + " COLLATE JETTEXT" +
+               (last.orderBy[i].desc ? " DESC" : "");
+    }
+    if (!order.empty()) sql += " ORDER BY " + order;
+    t.sql = sql;
+    if (!first.star) {
+      t.columnNames = first.names;
+      t.columnTypes = first.types;
+    }
+    return t;
+  }
+
+  std::vector<Variant> pivotValues(const Select& s, const Expr& pivot) {
+    bool saved = lift;
+    Scope scope;
+    for (const auto& t : s.from) collect(*t, scope, nullptr);
+    std::vector<Variant> savedParams = params;
+    std::vector<int> savedLifted = liftedTokens;
+    params.clear();
+    liftedTokens.clear();
+    std::string fromSql;
+    for (size_t i = 0; i < s.from.size(); ++i)
+      fromSql += (i ? ", " : "") + from(*s.from[i], scope, false);
+    std::string q = "SELECT DISTINCT " + value(expr(pivot, scope)) + " FROM " + fromSql;
+    if (s.where) q += " WHERE " + cond(condition(*s.where, scope));
+    std::vector<Variant> qparams = params;
+    params = savedParams;
+    liftedTokens = savedLifted;
+    lift = saved;
+    sqlite3_stmt* st = nullptr;
+    if (sqlite3_prepare_v2(db, q.c_str(), -1, &st, nullptr) != SQLITE_OK) {
+      std::string m = sqlite3_errmsg(db);
+      sqlite3_finalize(st);
+      throw DbError(kErrSyntax, m, std::string(sql), q);
+    }
+    for (size_t i = 0; i < qparams.size(); ++i) {
+      const Variant& v = qparams[i];
+      if (v.type() == VarType::Double)
+        sqlite3_bind_double(st, static_cast<int>(i) + 1, v.rawDouble());
+      else
+        sqlite3_bind_int64(st, static_cast<int>(i) + 1, v.rawInt());
+    }
+    std::vector<Variant> vals;
+    int rc;
+    while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
+      switch (sqlite3_column_type(st, 0)) {
+        case SQLITE_NULL:
+          vals.push_back(Variant::null());
+          break;
+        case SQLITE_INTEGER:
+          vals.push_back(Variant::longInt(static_cast<std::int32_t>(sqlite3_column_int64(st, 0))));
+          break;
+        case SQLITE_FLOAT:
+          vals.push_back(Variant::dbl(sqlite3_column_double(st, 0)));
+          break;
+        default:
+          vals.push_back(
+              Variant::string(reinterpret_cast<const char*>(sqlite3_column_text(st, 0))));
+      }
+    }
+    std::string err = rc == SQLITE_DONE ? "" : sqlite3_errmsg(db);
+    sqlite3_finalize(st);
+    if (!err.empty()) throw DbError(kErrSyntax, err, std::string(sql), q);
+    // Column headings ascending, text without regard to case; Null first.
+    std::stable_sort(vals.begin(), vals.end(), [](const Variant& a, const Variant& b) {
+      if (a.isNull() || b.isNull()) return a.isNull() && !b.isNull();
+      return compareValues(a, b, true) < 0;
+    });
+    // Values equal without regard to case make one column.
+    vals.erase(std::unique(vals.begin(), vals.end(),
+                           [](const Variant& a, const Variant& b) {
+                             if (a.isNull() || b.isNull()) return a.isNull() && b.isNull();
+                             return compareValues(a, b, true) == 0;
+                           }),
+               vals.end());
+    return vals;
+  }
+
+  Translation crosstab(const Statement& st) {
+    const Select& s = *st.selects[0];
+    const Expr& agg = *st.transformValue;
+    if (agg.kind != Expr::Func || !isAggregateName(agg.text) || agg.args.size() != 1)
+      error(kErrSyntax, "TRANSFORM needs an aggregate function such as Sum(x).", agg.pos);
+    std::vector<Variant> vals;
+    if (!st.pivotIn.empty()) {
+      for (const auto& e : st.pivotIn) {
+        if (e->kind == Expr::String)
+          vals.push_back(Variant::string(e->text));
+        else if (e->kind == Expr::Number)
+          vals.push_back(Variant::dbl(e->num));
+        else
+          error(kErrSyntax, "PIVOT ... IN takes constants.", e->pos);
+      }
+    } else {
+      vals = pivotValues(s, *st.pivot);
+    }
+    Parts p = selectParts(s, nullptr, true);
+    Out pivot = expr(*st.pivot, p.scope);
+    bool star = agg.args[0]->kind == Expr::Star;
+    Out x = star ? Out{"1", VarType::Long, false} : expr(*agg.args[0], p.scope);
+    std::string fn = agg.text == "first" || agg.text == "last" ? "jet_" + agg.text : agg.text;
+    VarType cellType = agg.text == "count" ? VarType::Long : x.type;
+    for (const Variant& v : vals) {
+      std::string match;
+      std::string name;
+      if (v.isNull()) {
+        match = "(" + value(pivot) + ") IS NULL";
+        name = "<>";
+      } else {
+        std::string lit =
+            v.type() == VarType::String ? quote(v.rawString()) : numberLiteral(v.toDouble());
+        match = "(" + value(pivot) + ") = " + lit + " COLLATE JETTEXT";
+        name = v.toString();
+      }
+      // A cell with no rows is Null, even for Count.
+      std::string cell = "(CASE WHEN count(CASE WHEN " + match +
+                         " THEN 1 END) = 0 THEN NULL ELSE " + fn + "(CASE WHEN " + match +
+                         " THEN " + value(x) + " END) END)";
+      p.itemSql.push_back(cell);
+      p.out.names.push_back(name);
+      p.out.types.push_back(cellType);
+    }
+    if (p.orderSql.empty() && !s.groupBy.empty()) {
+      std::string o;
+      for (size_t i = 0; i < s.groupBy.size(); ++i)
+        o += (i ? ", " : "") + value(expr(*s.groupBy[i], p.scope)) + " COLLATE JETTEXT";
+      p.orderSql = o;
+    }
+    SelectOut out = assemble(s, p);
+    Translation t;
+    t.sql = out.sql;
+    t.columnNames = out.names;
+    t.columnTypes = out.types;
+    t.cacheable = false;
+    return t;
+  }
+
+  Translation makeTable(const Statement& st) {
+    const Select& s = *st.selects[0];
+    Parts p = selectParts(s, nullptr, true);
+    if (p.out.star) error(kErrSyntax, "SELECT * INTO is not supported; name the columns.");
+    SelectOut o = assemble(s, p);
+    std::string create = "CREATE TABLE " + ident(s.into) + " (";
+    for (size_t i = 0; i < o.names.size(); ++i)
+      create += (i ? ", " : "") + ident(o.names[i]) +
+                (declFromType(o.types[i]).empty() ? "" : " " + declFromType(o.types[i]));
+    create += ")";
+    Translation t;
+    t.kind = StatementKind::MakeTable;
+    t.targetTable = s.into;
+    t.sql = create + "; INSERT INTO " + ident(s.into) + " " + o.sql;
+    return t;
+  }
+
+  Translation translateTree(const Statement& st) {
+    if (st.kind == Statement::Drop) {
+      Translation t;
+      t.kind = StatementKind::DropTable;
+      t.targetTable = st.dropTable;
+      if (!table(st.dropTable).exists)
+        error(kErrNoSuchObject, "Table '" + st.dropTable + "' does not exist.");
+      t.sql = "DROP TABLE " + ident(st.dropTable);
+      return t;
+    }
+    if (st.transformValue) return crosstab(st);
+    if (st.selects.size() > 1) return unionOf(st);
+    if (!st.selects[0]->into.empty()) return makeTable(st);
+    Parts p = selectParts(*st.selects[0], nullptr, true);
+    SelectOut o = assemble(*st.selects[0], p);
+    Translation t;
+    t.sql = o.sql;
+    if (!o.star) {
+      t.columnNames = o.names;
+      t.columnTypes = o.types;
+    }
+    return t;
+  }
+};
+
+Translator::Translator(sqlite3* db) : impl_(std::make_unique<Impl>(db)) {}
+Translator::~Translator() = default;
+
+void Translator::schemaChanged() {
+  impl_->tables.clear();
+  impl_->cache.clear();
+}
+
+Translation Translator::translate(std::string_view jetSql) {
+  Impl& m = *impl_;
+  m.checkSchema();
+  std::vector<Token> tokens = lex(jetSql);
+  // Statements that differ only in numeric literals share one translation.
+  std::string key;
+  std::vector<int> numberTokens;
+  for (size_t i = 0; i < tokens.size(); ++i) {
+    const Token& t = tokens[i];
+    key += static_cast<char>('A' + t.kind);
+    if (t.kind == Token::Number) {
+      numberTokens.push_back(static_cast<int>(i));
+      key += '#';
+    } else {
+      key += t.kind == Token::Ident ? lower(t.text) : t.text;
+    }
+    key += '\x1f';
+  }
+  auto paramOf = [&](int idx) {
+    const std::string& text = tokens[static_cast<size_t>(idx)].text;
+    double d = std::strtod(text.c_str(), nullptr);
+    bool integral = text.find_first_of(".eE") == std::string::npos && d <= 2147483647.0;
+    return integral ? Variant::longInt(static_cast<std::int32_t>(d)) : Variant::dbl(d);
+  };
+  if (auto it = m.cache.find(key); it != m.cache.end()) {
+    bool same = true;
+    for (const auto& [idx, text] : it->second.fixedNumbers)
+      if (tokens[static_cast<size_t>(idx)].text != text) same = false;
+    if (same) {
+      Translation t = it->second.t;
+      t.params.clear();
+      for (int idx : it->second.lifted) t.params.push_back(paramOf(idx));
+      return t;
+    }
+  }
+  m.sql = jetSql;
+  m.tokens = &tokens;
+  m.params.clear();
+  m.liftedTokens.clear();
+  m.lift = false;
+  Statement st = parse(jetSql, tokens);
+  Translation t = m.translateTree(st);
+  t.params = m.params;
+  if (t.cacheable) {
+    Impl::CacheEntry e;
+    e.t = t;
+    e.lifted = m.liftedTokens;
+    std::set<int> lifted(m.liftedTokens.begin(), m.liftedTokens.end());
+    for (int idx : numberTokens)
+      if (!lifted.count(idx))
+        e.fixedNumbers.push_back({idx, tokens[static_cast<size_t>(idx)].text});
+    if (m.cache.size() > 4096) m.cache.clear();
+    m.cache[key] = std::move(e);
+  }
+  return t;
+}
+
+}  // namespace galvix::db::jet

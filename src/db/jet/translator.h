@@ -1,0 +1,53 @@
+// The Access database engine's SQL dialect (Jet SQL) as the reports send it, translated to SQLite:
+// parsed into a tree, names resolved against the live schema, and written out with Jet's
+// semantics kept (null-safe &, run-time +, True = -1, comparisons as -1/0, case-insensitive text,
+// DISTINCTROW, TRANSFORM ... PIVOT, SELECT ... INTO, unions ordered as a whole).
+//
+// Text columns use the collation JETTEXT, registered by registerJetFunctions together with the
+// Jet functions (jet_*) the translations call.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "galvix/variant.h"
+
+namespace galvix::db::jet {
+
+enum class StatementKind { Select, MakeTable, DropTable, Other };
+
+struct Translation {
+  std::string sql;              // SQLite SQL, with ? for params (several statements for INTO)
+  std::vector<Variant> params;  // bound in order (numeric literals lifted out for plan reuse)
+  StatementKind kind = StatementKind::Select;
+  std::string targetTable;               // make-table / drop target
+  std::vector<std::string> columnNames;  // result names as Jet names them (empty: SQLite's)
+  std::vector<VarType> columnTypes;      // Empty where unknown
+  bool cacheable = true;  // false when the translation depends on the data (crosstabs)
+};
+
+class Translator {
+ public:
+  explicit Translator(sqlite3* db);
+  ~Translator();
+  Translator(const Translator&) = delete;
+  Translator& operator=(const Translator&) = delete;
+
+  // Throws galvix::db::DbError: kErrSyntax with the position and token for bad SQL.
+  Translation translate(std::string_view jetSql);
+  // Drops what the translator knows of the schema (after CREATE/DROP).
+  void schemaChanged();
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+void registerJetFunctions(sqlite3* db);
+
+}  // namespace galvix::db::jet
