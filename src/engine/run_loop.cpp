@@ -332,8 +332,8 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
                 rnd(st.left + st.width),
                 true};
   }
-  // With pushDown, a control starting at or below the bottom of a control that grew, and
-  // overlapping it across, moves down by that growth (and by what moved the grown one).
+  // With pushDown, a control starting at or below the bottom of a control that grew moves down
+  // by that growth (and by what moved the grown one), so labels stay beside their fields.
   std::vector<std::int32_t> shift(boxes.size(), 0);
   if (s.pushDown()) {
     std::vector<std::size_t> order;
@@ -347,7 +347,6 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
         const Box& above = boxes[order[j]];
         const std::int32_t growth = above.grown - above.height;
         if (above.top + above.height > me.top) continue;
-        if (above.right <= me.left || me.right <= above.left) continue;
         shift[order[k]] = std::max(shift[order[k]], shift[order[j]] + std::max(0, growth));
       }
     }
