@@ -1,0 +1,203 @@
+// galvix list / render / render-all: the catalogue reports from the command line.
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <iostream>
+#include <map>
+
+#include "cli/command.h"
+#include "db/connection.h"
+#include "frame/catalogue.h"
+#include "galvix/report.h"
+#include "runtime/regional.h"
+
+namespace galvix::cli {
+namespace {
+namespace fs = std::filesystem;
+
+// A bare path must exist; anything with '=' is taken as a connection string.
+std::string connectionFor(const std::string& db) {
+  if (db.find('=') != std::string::npos) return db;
+  if (!fs::exists(db)) throw Exit{1, "galvix: database file not found: " + db};
+  return db;
+}
+
+std::string substitute(std::string v, const std::map<std::string, std::string>& vars) {
+  for (const auto& [k, val] : vars)
+    for (size_t p = v.find(k); p != std::string::npos; p = v.find(k, p + val.size()))
+      v.replace(p, k.size(), val);
+  return v;
+}
+
+// The event and party the examples refer to: the first event, and its party with the most
+// invited guests.
+std::map<std::string, std::string> exampleIds(const std::string& conn) {
+  std::map<std::string, std::string> ids = {{"{EventID}", "1"}, {"{PartyID}", "1"}};
+  db::Connection c;
+  c.open(conn);
+  db::Recordset rs;
+  rs.open("SELECT Events.EventID, Events.EventName FROM Events ORDER BY Events.EventID", c);
+  if (!rs.EOF_()) {
+    ids["{EventID}"] = rs.value("EventID").toString();
+    ids["{EventName}"] = rs.value("EventName").displayText();
+  }
+  rs.close();
+  rs.open(
+      "SELECT Invitees.PartyID, Count(1) AS N FROM Invitees INNER JOIN Parties ON "
+      "Invitees.PartyID = Parties.PartyID WHERE Parties.EventID = " +
+          ids["{EventID}"] + " GROUP BY Invitees.PartyID ORDER BY Count(1) DESC",
+      c);
+  if (!rs.EOF_()) ids["{PartyID}"] = rs.value("PartyID").toString();
+  rs.close();
+  rs.open(
+      "SELECT SubEvents.SubEventName FROM Parties INNER JOIN SubEvents ON "
+      "Parties.SubEventID = SubEvents.SubEventID WHERE Parties.PartyID = " +
+          ids["{PartyID}"],
+      c);
+  if (!rs.EOF_()) ids["{PartyName}"] = rs.value("SubEventName").displayText();
+  rs.close();
+  return ids;
+}
+
+std::string fileStem(const std::string& name) {
+  std::string s;
+  for (char ch : name) {
+    if (std::isalnum(static_cast<unsigned char>(ch)) || ch == '-' || ch == '_')
+      s += ch;
+    else if (!s.empty() && s.back() != '_')
+      s += '_';
+  }
+  while (!s.empty() && s.back() == '_') s.pop_back();
+  return s;
+}
+
+std::unique_ptr<ReportObject> newOrExit(const std::string& name) {
+  Report factory;
+  auto r = factory.GetNewReport(name);
+  if (r) return r;
+  std::string msg = "galvix: no report named \"" + name + "\"";
+  for (const auto& e : frame::catalogue())
+    if (e.name == name) msg = "galvix: \"" + name + "\" is in the catalogue but not available yet";
+  auto close = frame::closeNames(name);
+  if (!close.empty()) {
+    msg += "; did you mean";
+    for (size_t i = 0; i < close.size(); ++i) msg += (i ? ", \"" : " \"") + close[i] + "\"";
+    msg += "?";
+  }
+  throw Exit{2, msg + "\n(`galvix list` shows the catalogue)"};
+}
+
+// Writes the document; nothing is left behind when writing fails.
+std::vector<std::string> write(const doc::Document& d, const std::string& out,
+                               const std::string& format) {
+  if (format == "pdf") {
+    writePdf(d, out);
+    return {out};
+  }
+  std::string prefix = out;
+  if (auto dot = prefix.rfind('.'); dot != std::string::npos && dot > prefix.rfind('/'))
+    prefix.erase(dot);
+  return format == "png" ? writePng(d, prefix, 150) : writeSvg(d, prefix);
+}
+
+void renderOne(ReportObject& r, const std::string& out, const std::string& format) {
+  bool cancelled = false;
+  doc::Document d = r.run(&cancelled);
+  if (cancelled) {
+    std::cerr << "galvix: \"" << r.catalogueName() << "\" ended without pages; nothing written\n";
+    return;
+  }
+  for (const auto& f : write(d, out, format)) std::cout << f << "\n";
+}
+
+std::string examplesHelp() {
+  std::string s = "\nExamples of property sets (SQLWhere as each report expects it):\n";
+  for (const auto& e : frame::catalogue()) {
+    if (!e.built() || e.example.empty()) continue;
+    s += "  galvix render \"" + e.name + "\" --db events.sqlite";
+    for (const auto& [k, v] : e.example) s += " \\\n      --set \"" + k + "=" + v + "\"";
+    s += "\n";
+  }
+  return s + "({PartyID} and {EventID} stand for keys of your database.)\n";
+}
+
+Registration list([](CLI::App& app) {
+  auto* cmd = app.add_subcommand("list", "List the catalogue reports");
+  cmd->callback([] {
+    for (const auto& e : frame::catalogue()) {
+      std::string name = "\"" + e.name + "\"";
+      std::cout << name << std::string(name.size() < 36 ? 36 - name.size() : 1, ' ')
+                << (e.designer.empty() ? "-" : e.designer)
+                << std::string(e.designer.size() < 20 ? 20 - e.designer.size() : 1, ' ')
+                << (e.built() ? "" : "(not available) ") << e.about << "\n";
+    }
+  });
+});
+
+Registration render([](CLI::App& app) {
+  auto* cmd = app.add_subcommand("render", "Run one catalogue report into PDF, PNG or SVG");
+  auto name = std::make_shared<std::string>();
+  auto database = std::make_shared<std::string>();
+  auto sets = std::make_shared<std::vector<std::string>>();
+  auto out = std::make_shared<std::string>();
+  auto format = std::make_shared<std::string>("pdf");
+  auto locale = std::make_shared<std::string>();
+  cmd->add_option("name", *name, "Catalogue name, e.g. \"Guest List - with notes\"")->required();
+  cmd->add_option("--db", *database, "Database file (.sqlite, .mdb, .accdb) or connection string")
+      ->required();
+  cmd->add_option("--set", *sets, "Property=Value (repeatable)");
+  cmd->add_option("-o,--output", *out, "Output file (default: the report's name)");
+  cmd->add_option("--format", *format, "pdf, png or svg")
+      ->check(CLI::IsMember({"pdf", "png", "svg"}));
+  cmd->add_option("--locale", *locale, "Regional settings: en-US, en-GB, de-DE");
+  cmd->footer(examplesHelp());
+  cmd->callback([=] {
+    if (!locale->empty()) setRegional(*locale);
+    auto r = newOrExit(*name);
+    r->set("ConnectionString", connectionFor(*database));
+    for (const auto& s : *sets) {
+      auto eq = s.find('=');
+      if (eq == std::string::npos) throw Exit{2, "galvix: --set wants Property=Value, got " + s};
+      r->set(s.substr(0, eq), Variant(s.substr(eq + 1)));
+    }
+    std::string file = out->empty() ? fileStem(*name) + "." + *format : *out;
+    renderOne(*r, file, *format);
+  });
+});
+
+Registration renderAll([](CLI::App& app) {
+  auto* cmd = app.add_subcommand("render-all",
+                                 "Render every available catalogue report with example properties");
+  auto database = std::make_shared<std::string>();
+  auto dir = std::make_shared<std::string>("out");
+  cmd->add_option("--db", *database, "Database file or connection string")->required();
+  cmd->add_option("-o,--output", *dir, "Output folder");
+  cmd->callback([=] {
+    std::string conn = connectionFor(*database);
+    auto ids = exampleIds(conn);
+    fs::create_directories(*dir);
+    int failed = 0;
+    for (const auto& e : frame::catalogue()) {
+      if (!e.built()) continue;
+      try {
+        auto r = newOrExit(e.name);
+        r->set("ConnectionString", conn);
+        auto setIf = [&](const char* prop, const std::string& v) {
+          if (r->hasProperty(prop)) r->set(prop, Variant(v));
+        };
+        setIf("Title", ids.count("{EventName}") ? ids["{EventName}"] : e.name);
+        setIf("ReportName", e.name);
+        setIf("Criteria", "");
+        for (const auto& [k, v] : e.example) r->set(k, Variant(substitute(v, ids)));
+        renderOne(*r, *dir + "/" + fileStem(e.name) + ".pdf", "pdf");
+      } catch (const std::exception& ex) {
+        ++failed;
+        std::cerr << ex.what() << "\n";
+      }
+    }
+    if (failed) throw Exit{1, "galvix: " + std::to_string(failed) + " report(s) failed"};
+  });
+});
+
+}  // namespace
+}  // namespace galvix::cli

@@ -1,0 +1,140 @@
+#include "frame/catalogue.h"
+
+#include <algorithm>
+#include <cctype>
+#include <map>
+
+namespace galvix::frame {
+namespace {
+std::map<std::string, DesignerFactory, std::less<>>& designers() {
+  static std::map<std::string, DesignerFactory, std::less<>> d;
+  return d;
+}
+
+std::function<void(FrameReport&)> setProp(std::string name, Variant v) {
+  return [name, v](FrameReport& r) { r.set(name, v); };
+}
+
+// The guest list's counts drop "Parties." from the clause, so it names one party.
+const std::vector<std::pair<std::string, std::string>> kGuestListExample = {
+    {"SQLWhere", "WHERE Parties.PartyID = {PartyID}"},
+    {"SQLOrderBy", "ORDER BY Parties.PartyID, PartyDetails.FormalLabel"},
+    {"Criteria", "Party: {PartyName}"}};
+
+std::vector<CatalogueEntry> makeCatalogue() {
+  std::vector<CatalogueEntry> c = {
+      {"Master Budget Summary", "rptMasterBudget", "amounts kept per expense category", {}},
+      {"Budget Summary", "rptBudgetSummary", "budget, actual and difference per category", {}},
+      {"Budget Worksheets", "rptBudgetDetail", "worksheet items by expense category",
+       setProp("WorkSheetType", Variant(std::int16_t{0}))},
+      {"Checklist - Calendar", "", "(not available)", {}},
+      {"Checklist - Tabular", "rptChecklist", "the host's task query as a table", {}},
+      {"Master Guest List", "rptFamilyAndFriends", "directory of the event's guest groups", {}},
+      {"Guest Arrival Information", "rptGuestADInfo", "arrivals per party",
+       setProp("Mode", Variant(std::int16_t{0}))},
+      {"Guest Departure Information", "rptGuestADInfo", "departures per party",
+       setProp("Mode", Variant(std::int16_t{1}))},
+      {"Guest Hotel Information", "rptGuestHotel", "lodging per guest group", {}},
+      {"Guest List - with notes", "rptGuestList", "guest groups per party, with notes",
+       setProp("DisplayNotes", Variant(true)), kGuestListExample},
+      {"Guest List - without notes", "rptGuestList", "guest groups per party",
+       setProp("DisplayNotes", Variant(false)), kGuestListExample},
+      {"Guest Party Attendance", "rptPartyAttendance", "who attends which party (crosstab)", {}},
+      {"Guest Menu Selections", "rptMenuSelections", "meal choices per party", {}},
+      {"Table Assignments By Guest", "rptGuestTables", "each attending guest's table and seat", {}},
+      {"Table Assignments By Table", "rptTableAssign", "guests per table with seat counts", {}},
+      {"Guest Travel Summary", "rptTravelSummary", "arrival, stay and departure per group", {}},
+      {"Sub-Event Timelines", "rptMusic", "each party's timeline", {}},
+      {"Party Statistics", "rptPartyStats", "one party's counts and summaries", {}},
+      {"RSVPs - One-line", "rptRSVP", "one line per invited group with its reply", {}},
+      {"RSVPs - Detailed", "rptRSVPDetail", "each group's reply with its guests", {}},
+      {"Stationery", "rptStationery", "rich-text stationery merged per guest", {}},
+      {"Guests with Roles", "rptWeddingParty", "guests who hold a role", {}},
+      {"Event Pros - Estimates", "rptWPDetail", "vendor estimates with contacts and items",
+       setProp("WorkSheetType", Variant(std::int16_t{2}))},
+      {"Event Pros - Contact Information", "rptWPDetail", "vendor contact information",
+       [](FrameReport& r) {
+         for (const char* s : {"ghDetail", "Detail", "gfDetail", "gfCompanyInfo"})
+           r.section(s).setVisible(false);
+       }},
+      {"Event Pros - Payment Schedule", "rptPayment", "scheduled payments by due date", {}},
+      {"Event Pros - Quote Comparison", "rptVendorSummary", "items against vendor quotes", {}},
+      {"rptLabels", "rptLabels", "mailing labels and envelopes", {}},
+      {"Invoice", "rptInvoice", "an invoice with items and payments", {}},
+      {"SummaryOfEventsWithOutPics", "rptEvents", "events with sub-events and contacts", {}},
+      {"SummaryOfEventsWithPics", "rptEventsWithPic", "events with contacts and pictures", {}},
+      {"EventInfo", "rptEventInfo", "one event with contacts, parties and journal", {}},
+      {"PieChart", "rptPieChart", "the event budget as a pie", {}},
+      {"VendorPhoneBook", "rptVendorPhoneBook", "vendor phone book", {}},
+      {"Event Pros - One Line Report", "rptVendorOneLine", "one line per vendor", {}},
+      {"GuestTables2", "rptGuestTables2", "guests with room-plan seats", {}},
+      {"TableAssign2", "rptTableAssign2", "the room plan table by table", {}},
+  };
+  return c;
+}
+
+size_t editDistance(std::string_view a, std::string_view b) {
+  std::vector<size_t> prev(b.size() + 1), cur(b.size() + 1);
+  for (size_t j = 0; j <= b.size(); ++j) prev[j] = j;
+  for (size_t i = 1; i <= a.size(); ++i) {
+    cur[0] = i;
+    for (size_t j = 1; j <= b.size(); ++j) {
+      bool same = std::tolower(static_cast<unsigned char>(a[i - 1])) ==
+                  std::tolower(static_cast<unsigned char>(b[j - 1]));
+      cur[j] = std::min({prev[j] + 1, cur[j - 1] + 1, prev[j - 1] + (same ? 0 : 1)});
+    }
+    std::swap(prev, cur);
+  }
+  return prev[b.size()];
+}
+}  // namespace
+
+void registerDesigner(std::string designer, DesignerFactory make) {
+  designers()[std::move(designer)] = std::move(make);
+}
+
+bool designerBuilt(std::string_view designer) {
+  return designers().find(designer) != designers().end();
+}
+
+const std::vector<CatalogueEntry>& catalogue() {
+  static const std::vector<CatalogueEntry> c = makeCatalogue();
+  return c;
+}
+
+std::unique_ptr<FrameReport> newReport(std::string_view name) {
+  for (const auto& e : catalogue()) {
+    if (e.name != name) continue;
+    if (e.designer.empty()) return nullptr;
+    auto it = designers().find(e.designer);
+    if (it == designers().end()) return nullptr;
+    auto r = it->second();
+    r->setCatalogueName(e.name);
+    if (e.presets) e.presets(*r);
+    return r;
+  }
+  return nullptr;
+}
+
+std::vector<std::string> closeNames(std::string_view name, size_t max) {
+  std::vector<std::pair<size_t, std::string>> scored;
+  for (const auto& e : catalogue()) {
+    size_t d = editDistance(name, e.name);
+    // Substring matches ("guest list") count as close whatever their length difference.
+    std::string lowName(name), lowEntry(e.name);
+    for (auto& ch : lowName) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    for (auto& ch : lowEntry) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    if (!lowName.empty() && lowEntry.find(lowName) != std::string::npos) d = std::min<size_t>(d, 2);
+    if (d <= std::max<size_t>(3, e.name.size() / 3)) scored.emplace_back(d, e.name);
+  }
+  std::stable_sort(scored.begin(), scored.end(),
+                   [](auto& a, auto& b) { return a.first < b.first; });
+  std::vector<std::string> out;
+  for (auto& s : scored) {
+    if (out.size() >= max) break;
+    out.push_back(s.second);
+  }
+  return out;
+}
+
+}  // namespace galvix::frame

@@ -1,0 +1,91 @@
+#include <mutex>
+
+#include "db/connection.h"
+#include "engine/run.h"
+#include "frame/catalogue.h"
+#include "frame/frame_report.h"
+#include "galvix/report.h"
+#include "render/render.h"
+#include "runtime/format.h"
+
+namespace galvix {
+namespace {
+void installFormatter() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    engine::setValueFormatter([](const Variant& v, const std::string& f) { return Format(v, f); });
+  });
+}
+
+engine::TextMeasurer& measurer() {
+  static std::unique_ptr<engine::TextMeasurer> m = render::makePangoMeasurer();
+  return *m;
+}
+
+std::string who(const frame::FrameReport& r) {
+  if (r.catalogueName().empty() || r.catalogueName() == r.name()) return r.name();
+  return "\"" + r.catalogueName() + "\" (" + r.name() + ")";
+}
+}  // namespace
+
+ReportObject::ReportObject(std::unique_ptr<frame::FrameReport> r) : report_(std::move(r)) {}
+ReportObject::~ReportObject() = default;
+ReportObject::ReportObject(ReportObject&&) noexcept = default;
+ReportObject& ReportObject::operator=(ReportObject&&) noexcept = default;
+
+const std::string& ReportObject::catalogueName() const {
+  return report_->catalogueName();
+}
+const std::string& ReportObject::designer() const {
+  return report_->name();
+}
+
+void ReportObject::set(std::string_view property, const Variant& value) {
+  report_->set(property, value);
+}
+std::vector<std::string> ReportObject::properties() const {
+  return report_->propertyNames();
+}
+bool ReportObject::hasProperty(std::string_view property) const {
+  return report_->hasProperty(property);
+}
+
+doc::Document ReportObject::run(bool* cancelled, std::shared_ptr<engine::HostServices> host) {
+  installFormatter();
+  engine::RunOptions opt;
+  opt.measurer = &measurer();
+  opt.host = std::move(host);
+  try {
+    engine::RunResult res = engine::runReport(*report_, opt);
+    if (cancelled) *cancelled = res.cancelled;
+    res.document.title =
+        report_->catalogueName().empty() ? report_->name() : report_->catalogueName();
+    return std::move(res.document);
+  } catch (const db::DbError& e) {
+    std::string msg = who(*report_) + ": " + e.description();
+    if (!e.sqlWritten().empty()) msg += "\n  SQL as written:  " + e.sqlWritten();
+    if (!e.sqlExecuted().empty() && e.sqlExecuted() != e.sqlWritten())
+      msg += "\n  SQL as executed: " + e.sqlExecuted();
+    throw ReportRunError(msg);
+  } catch (const std::exception& e) {
+    throw ReportRunError(who(*report_) + ": " + e.what());
+  }
+}
+
+std::unique_ptr<ReportObject> Report::GetNewReport(std::string_view name) const {
+  auto r = frame::newReport(name);
+  if (!r) return nullptr;
+  return std::make_unique<ReportObject>(std::move(r));
+}
+
+void writePdf(const doc::Document& d, const std::string& path) {
+  render::writePdf(d, path);
+}
+std::vector<std::string> writePng(const doc::Document& d, const std::string& prefix, double dpi) {
+  return render::writePng(d, prefix, dpi);
+}
+std::vector<std::string> writeSvg(const doc::Document& d, const std::string& prefix) {
+  return render::writeSvg(d, prefix);
+}
+
+}  // namespace galvix

@@ -1,0 +1,134 @@
+#include <gmock/gmock.h>
+
+#include "frame/catalogue.h"
+#include "report_test_util.h"
+
+namespace galvix::testing {
+namespace {
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+TEST(Catalogue, HoldsEveryNameInOrderAndMatchesExactly) {
+  const auto& c = frame::catalogue();
+  ASSERT_EQ(c.size(), 36u);
+  EXPECT_EQ(c.front().name, "Master Budget Summary");
+  EXPECT_EQ(c[9].name, "Guest List - with notes");
+  EXPECT_EQ(c.back().name, "TableAssign2");
+
+  Report factory;
+  EXPECT_TRUE(factory.GetNewReport("Guest List - with notes"));
+  for (const char* bad : {"Checklist - Calendar", "guest list - with notes",
+                          " Guest List - with notes", "Guest List - with notes ", ""})
+    EXPECT_FALSE(factory.GetNewReport(bad)) << "'" << bad << "'";
+}
+
+TEST(Catalogue, EachCallMakesANewObjectWithItsPresets) {
+  Report factory;
+  factory.setSQLWhere("WHERE nonsense");  // stored only: has no effect on created reports
+  auto a = factory.GetNewReport("Guest List - with notes");
+  auto b = factory.GetNewReport("Guest List - without notes");
+  ASSERT_TRUE(a && b);
+  EXPECT_NE(&a->designerObject(), &b->designerObject());
+  EXPECT_EQ(a->designer(), "rptGuestList");
+  EXPECT_EQ(b->designer(), "rptGuestList");
+  EXPECT_EQ(a->catalogueName(), "Guest List - with notes");
+}
+
+TEST(Catalogue, SuggestsCloseNames) {
+  auto close = frame::closeNames("Guest List - with note");
+  ASSERT_FALSE(close.empty());
+  EXPECT_EQ(close.front(), "Guest List - with notes");
+  EXPECT_THAT(frame::closeNames("xyzzy plugh quux"), ::testing::IsEmpty());
+}
+
+TEST(Properties, UnknownNameListsTheReportsProperties) {
+  Report factory;
+  auto r = factory.GetNewReport("Guest List - without notes");
+  try {
+    r->set("DisplayNote", Variant(true));
+    FAIL() << "no error";
+  } catch (const std::exception& e) {
+    EXPECT_THAT(e.what(), HasSubstr("rptGuestList"));
+    EXPECT_THAT(e.what(), HasSubstr("DisplayNote'"));
+    EXPECT_THAT(e.what(), HasSubstr("TimeFormat, DateFormat, ConnectionString, SQLWhere, "
+                                    "SQLOrderBy, Title, ReportName, Criteria, DisplayNotes, "
+                                    "EventID"));
+  }
+  EXPECT_THROW(r->set("EventID", Variant("abc")), std::exception);
+  r->set("eventid", Variant("12"));  // names are not case-sensitive; text converts
+}
+
+class FrameRun : public ReportTest {
+ protected:
+  // One party with one primary guest: the smallest guest list.
+  void SetUp() override {
+    ReportTest::SetUp();
+    long e = db().event({.name = "Smith Wedding"});
+    party_ = db().party(
+        e, {.name = "Reception", .date = data::date(2024, 6, 1), .time = data::time(14, 5)});
+    long g = db().group(e, {.label = "The Smiths"});
+    db().invitation(party_, g, {.formalLabel = "Mr. and Mrs. Smith"});
+    db().invite(db().guest(g, {.first = "Ann", .last = "Smith"}), party_, {.primary = true});
+  }
+  std::unique_ptr<ReportObject> guestList() {
+    auto r = report("Guest List - with notes");
+    r->set("SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_)));
+    return r;
+  }
+  long party_ = 0;
+};
+
+TEST_F(FrameRun, DefaultCaptionsAndDatePrinted) {
+  auto d = run(*guestList());
+  EXPECT_THAT(texts(d, "lblTitle"), ElementsAre("Wedding name"));
+  EXPECT_THAT(texts(d, "lblReportName"), ElementsAre("Report Name"));
+  EXPECT_THAT(texts(d, "lblCriteria"), ElementsAre("Criteria"));
+  EXPECT_THAT(texts(d, "lblDatePrinted"), ElementsAre("Date Printed: 6/1/2024"));
+  EXPECT_THAT(texts(d, "Field3"), ElementsAre("1"));
+  EXPECT_THAT(texts(d, "txtPageTtl"), ElementsAre("1"));
+}
+
+TEST_F(FrameRun, TimeFormatApBecomesTheDesignator) {
+  auto r = guestList();
+  r->set("TimeFormat", Variant("h:nn AP"));
+  r->set("DateFormat", Variant("mmmm d, yyyy"));
+  auto d = run(*r);
+  EXPECT_THAT(texts(d, "txtTime"), ElementsAre("2:05 PM"));
+  EXPECT_THAT(texts(d, "txtDate"), ElementsAre("June 1, 2024"));
+
+  auto lower = guestList();  // a pattern already holding "AMPM" holds no "AP" and is kept
+  lower->set("TimeFormat", Variant("hh:nn AMPM"));
+  EXPECT_THAT(texts(run(*lower), "txtTime"), ElementsAre("02:05 PM"));
+}
+
+TEST_F(FrameRun, CompanyFooterFromTheOwnCompanyRow) {
+  // None: the design stays.
+  auto d = run(*guestList());
+  const doc::Text* f = firstText(d, "txtCompanyFooter");
+  ASSERT_TRUE(f);
+  EXPECT_EQ(f->text, "");
+  EXPECT_EQ(f->font.name, "Arial");
+
+  db().vendor({.company = "Not us"});
+  db().vendor({.company = "Us",
+               .myCompany = true,
+               .reportFooter = "Plans by Ana",
+               .fontName = "Brush Script MT",
+               .fontColor = 0x0000FF,
+               .fontItalic = true,
+               .fontBold = true,
+               .fontSize = 14});
+  db().vendor({.company = "Also us", .myCompany = true, .reportFooter = "Second"});
+  d = run(*guestList());
+  f = firstText(d, "txtCompanyFooter");
+  ASSERT_TRUE(f);
+  EXPECT_EQ(f->text, "Plans by Ana");
+  EXPECT_EQ(f->font.name, "Brush Script MT");
+  EXPECT_EQ(f->foreColor, 0x0000FFu);  // packed as stored: red
+  EXPECT_TRUE(f->font.italic);
+  EXPECT_TRUE(f->font.bold);
+  EXPECT_EQ(f->font.size, 14);
+}
+
+}  // namespace
+}  // namespace galvix::testing
