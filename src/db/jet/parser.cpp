@@ -46,6 +46,11 @@ class Parser {
     if (isWord("transform")) {
       next();
       st.transformValue = expr();
+      // The value's own name is not used: its columns are named by the pivot values.
+      if (isWord("as")) {
+        next();
+        name("a column alias");
+      }
     }
     st.selects.push_back(select());
     while (isWord("union")) {

@@ -156,6 +156,8 @@ struct Translator::Impl {
   std::vector<int> liftedTokens;
   bool lift = false;
   int exprCounter = 0;
+  // Inside a crosstab cell: aggregates see only the rows of that cell's column.
+  const std::string* pivotMatch = nullptr;
 
   explicit Impl(sqlite3* d) : db(d) {
     sqlite3_prepare_v2(db, "PRAGMA schema_version", -1, &schemaVersion, nullptr);
@@ -216,7 +218,6 @@ struct Translator::Impl {
   static std::string cond(const Out& o) { return o.boolean ? o.sql : "(" + o.sql + ")"; }
   // An argument of a Jet function: dates, money and truth values keep their kind.
   static std::string typedValue(const Out& o) {
-    if (o.boolean) return "jet_typed(" + value(o) + ", 66)";
     switch (o.type) {
       case VarType::Date:
         return "jet_typed(" + o.sql + ", 68)";
@@ -339,7 +340,10 @@ struct Translator::Impl {
       need(1, 1);
       bool star = e.args[0]->kind == Expr::Star;
       Out x = star ? Out{"*", VarType::Empty, false} : a(0);
-      std::string arg = (e.negated ? "DISTINCT " : std::string()) + value(x);
+      if (pivotMatch)
+        x.sql =
+            "CASE WHEN " + *pivotMatch + " THEN " + (star ? std::string("1") : value(x)) + " END";
+      std::string arg = (e.negated ? "DISTINCT " : std::string()) + (pivotMatch ? x.sql : value(x));
       if (n == "count") return {"count(" + arg + ")", VarType::Long, false};
       if (n == "sum")
         return {"sum(" + arg + ")",
@@ -417,7 +421,7 @@ struct Translator::Impl {
       case Expr::DateLit:
         return {numberLiteral(e.num), VarType::Date, false};
       case Expr::Bool:
-        return {e.num != 0 ? "-1" : "0", VarType::Boolean, false};
+        return {e.num != 0 ? "-1" : "0", VarType::Long, false};
       case Expr::Null:
         return {"NULL", VarType::Empty, false};
       case Expr::Column:
@@ -658,7 +662,8 @@ struct Translator::Impl {
       Out o = expr(*it.expr, p.scope);
       std::string name = outputName(*it.expr, it, exprNo);
       names.push_back(name);
-      p.out.types.push_back(o.boolean ? VarType::Boolean : o.type);
+      // A comparison or True used as a value is the number -1 or 0.
+      p.out.types.push_back(o.boolean ? VarType::Long : o.type);
       p.itemSql.push_back(value(o));
       if (!it.alias.empty()) p.scope.aliases.push_back({it.alias, {value(o), o.type}});
     }
@@ -869,7 +874,7 @@ struct Translator::Impl {
   Translation crosstab(const Statement& st) {
     const Select& s = *st.selects[0];
     const Expr& agg = *st.transformValue;
-    if (agg.kind != Expr::Func || !isAggregateName(agg.text) || agg.args.size() != 1)
+    if (!hasAggregate(agg))
       error(kErrSyntax, "TRANSFORM needs an aggregate function such as Sum(x).", agg.pos);
     std::vector<Variant> vals;
     if (!st.pivotIn.empty()) {
@@ -884,12 +889,22 @@ struct Translator::Impl {
     } else {
       vals = pivotValues(s, *st.pivot);
     }
-    Parts p = selectParts(s, nullptr, true);
+    Parts p = selectParts(s, nullptr, false);
     Out pivot = expr(*st.pivot, p.scope);
-    bool star = agg.args[0]->kind == Expr::Star;
-    Out x = star ? Out{"1", VarType::Long, false} : expr(*agg.args[0], p.scope);
-    std::string fn = agg.text == "first" || agg.text == "last" ? "jet_" + agg.text : agg.text;
-    VarType cellType = agg.text == "count" ? VarType::Long : x.type;
+    // Rows are ordered by the ORDER BY terms other than the pivot expression (which orders the
+    // columns), then by the row headings.
+    std::string order;
+    for (const auto& o : s.orderBy) {
+      std::string term = value(expr(*o.expr, p.scope));
+      if (term == value(pivot)) {
+        if (o.desc) std::reverse(vals.begin(), vals.end());
+        continue;
+      }
+      order += (order.empty() ? "" : ", ") + term + " COLLATE JETTEXT" + (o.desc ? " DESC" : "");
+    }
+    for (const auto& g : s.groupBy)
+      order += (order.empty() ? "" : ", ") + value(expr(*g, p.scope)) + " COLLATE JETTEXT";
+    p.orderSql = order;
     for (const Variant& v : vals) {
       std::string match;
       std::string name;
@@ -902,19 +917,21 @@ struct Translator::Impl {
         match = "(" + value(pivot) + ") = " + lit + " COLLATE JETTEXT";
         name = v.toString();
       }
-      // A cell with no rows is Null, even for Count.
+      pivotMatch = &match;
+      Out cellValue;
+      try {
+        cellValue = expr(agg, p.scope);
+      } catch (...) {
+        pivotMatch = nullptr;
+        throw;
+      }
+      pivotMatch = nullptr;
+      // A cell with no rows is Null, whatever the aggregate.
       std::string cell = "(CASE WHEN count(CASE WHEN " + match +
-                         " THEN 1 END) = 0 THEN NULL ELSE " + fn + "(CASE WHEN " + match +
-                         " THEN " + value(x) + " END) END)";
+                         " THEN 1 END) = 0 THEN NULL ELSE " + value(cellValue) + " END)";
       p.itemSql.push_back(cell);
       p.out.names.push_back(name);
-      p.out.types.push_back(cellType);
-    }
-    if (p.orderSql.empty() && !s.groupBy.empty()) {
-      std::string o;
-      for (size_t i = 0; i < s.groupBy.size(); ++i)
-        o += (i ? ", " : "") + value(expr(*s.groupBy[i], p.scope)) + " COLLATE JETTEXT";
-      p.orderSql = o;
+      p.out.types.push_back(cellValue.boolean ? VarType::Boolean : cellValue.type);
     }
     SelectOut out = assemble(s, p);
     Translation t;
