@@ -39,7 +39,12 @@ std::vector<CatalogueEntry> makeCatalogue() {
        setProp("DisplayNotes", Variant(true)), kGuestListExample},
       {"Guest List - without notes", "rptGuestList", "guest groups per party",
        setProp("DisplayNotes", Variant(false)), kGuestListExample},
-      {"Guest Party Attendance", "rptPartyAttendance", "who attends which party (crosstab)", {}},
+      {"Guest Party Attendance",
+       "rptPartyAttendance",
+       "who attends which party (crosstab)",
+       {},
+       // The event comes first: setting the where clause composes it with the event.
+       {{"EventID", "{EventID}"}, {"SQLWhere", ""}}},
       {"Guest Menu Selections", "rptMenuSelections", "meal choices per party", {}},
       {"Table Assignments By Guest", "rptGuestTables", "each attending guest's table and seat", {}},
       {"Table Assignments By Table", "rptTableAssign", "guests per table with seat counts", {}},

@@ -1,0 +1,79 @@
+#include <gmock/gmock.h>
+
+#include "report_test_util.h"
+
+namespace galvix::testing {
+namespace {
+using ::testing::ElementsAre;
+
+class PartyAttendance : public ReportTest {
+ protected:
+  // `parties` parties, each attended by one guest of one group; `unnamed` adds a party with no
+  // sub-event (its column is "<>").
+  doc::Document grid(int parties, bool unnamed = false) {
+    long e = db().event();
+    long g = db().group(e, {.label = "G", .category = "Family"});
+    long ann = db().guest(g, {.first = "Ann", .last = "Lee"});
+    for (int i = 0; i < parties; ++i) {
+      char name[8];
+      std::snprintf(name, sizeof name, "P%02d", i + 1);
+      db().invite(ann, db().party(e, {.name = name}));
+    }
+    if (unnamed) db().invite(ann, db().party(e, {.name = ""}));
+    db().party(e, {.name = "Nobody comes"});
+    auto r = report("Guest Party Attendance");
+    r->set("EventID", Variant(static_cast<int>(e)));
+    r->set("SQLWhere", Variant(""));
+    return run(*r);
+  }
+  static std::vector<int> labelLefts(const doc::Document& d) {
+    std::vector<int> out;
+    for (const auto& it : d.pages[0].items)
+      if (it.control.find("lblPartyName") != std::string::npos)
+        out.push_back(std::get<doc::Text>(it.content).box.left);
+    return out;
+  }
+  static const doc::Text& item(const doc::Document& d, const std::string& name) {
+    return *firstText(d, name);
+  }
+};
+
+TEST_F(PartyAttendance, NineColumnsStayPortrait) {
+  auto d = grid(9);
+  EXPECT_FALSE(d.pages[0].landscape);
+  auto lefts = labelLefts(d);
+  ASSERT_EQ(lefts.size(), 9u);
+  // Columns start beside the count column and are 790 twips apart.
+  for (size_t i = 0; i < lefts.size(); ++i)
+    EXPECT_EQ(lefts[i] - lefts[0], 790 * static_cast<int>(i));
+  EXPECT_TRUE(host_->messages.empty());
+  EXPECT_THAT(texts(d, "0lblPartyName"), ElementsAre("P01"));  // parties nobody attends: no column
+}
+
+TEST_F(PartyAttendance, TenColumnsTurnTheLandscapeWithoutAMessage) {
+  auto d = grid(10);
+  EXPECT_TRUE(d.pages[0].landscape);
+  EXPECT_EQ(item(d, "lblTitle").box.width, 14400);
+  EXPECT_EQ(labelLefts(d).size(), 10u);
+  EXPECT_TRUE(host_->messages.empty());
+}
+
+TEST_F(PartyAttendance, SixteenColumnsShowFourteenAndWarnOnce) {
+  auto d = grid(16);
+  EXPECT_EQ(labelLefts(d).size(), 14u);
+  ASSERT_EQ(host_->messages.size(), 1u);
+  EXPECT_EQ(host_->messages[0].text,
+            "You have more parties than can be displyed on the report.  Some parties will not "
+            "be shown.");
+  EXPECT_EQ(host_->messages[0].caption, "Galvo Pro Reports");
+}
+
+TEST_F(PartyAttendance, UnnamedPartyColumnGetsNoCheckBox) {
+  auto d = grid(2, true);
+  EXPECT_THAT(texts(d, "0lblPartyName"), ElementsAre());
+  EXPECT_THAT(texts(d, "1lblPartyName"), ElementsAre("P01"));
+  EXPECT_THAT(texts(d, "txtTotalAttending"), ElementsAre("3"));
+}
+
+}  // namespace
+}  // namespace galvix::testing
