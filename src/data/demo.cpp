@@ -557,7 +557,7 @@ class Builder {
     // The venue: budget worksheet, actual items and an estimate, a schedule and an invoice.
     long venue = vendor("Lakeview Grand Hotel", "Reception Site", catIds[0], 8.25, 18,
                         {"Grace", "Okafor", "Director of Catering"});
-    long a = assign(e, catIds[0], venue, 1, true, 8.25, 18);
+    long a = assign(e, catIds[0], venue, 2, true, 8.25, 18);
     f_.item(a, {.item = "Ballroom rental",
                 .description = "Saturday evening, 6 pm to midnight",
                 .price = money(6500),
@@ -572,8 +572,13 @@ class Builder {
     schedule(a, {{"Deposit", 6000, date(2026, 11, 15), true},
                  {"Second payment", 3000, date(2027, 3, 1), false},
                  {"Final payment", 3500, date(2027, 6, 1), false}});
-    long budget0 = assign(e, catIds[0], venue, 0, true, 8.25, 0);
-    f_.item(budget0, {.item = "Venue (budgeted)", .price = money(12000), .qty = 1});
+    // The budget worksheet: one budgeted line per category.
+    for (size_t i = 0; i < cats.size(); ++i) {
+      long b = assign(e, catIds[i], own, 0, true, 0, 0);
+      f_.item(b, {.item = std::string(cats[i].name) + " (budgeted)",
+                  .price = money(cats[i].budget),
+                  .qty = 1});
+    }
 
     // Catering: several quotes for the same category (the quote comparison), one selected.
     const std::array<std::pair<const char*, double>, 3> caterers = {
@@ -583,7 +588,16 @@ class Builder {
     for (size_t i = 0; i < caterers.size(); ++i) {
       long v = vendor(caterers[i].first, "Catering", catIds[1], 10.25, 20,
                       {i == 0 ? "Marco" : "Priya", i == 0 ? "Bellini" : "Shah", "Owner"});
-      long q = assign(e, catIds[1], v, 2, i == 0, 10.25, 20);
+      // The gala compares three catering quotes; the wedding holds the chosen caterer's only.
+      long q = assign(i == 0 ? e : sum_.galaEventId, catIds[1], v, 2, i == 0, 10.25, 20);
+      if (i == 0) {
+        long galaQuote = assign(sum_.galaEventId, catIds[1], v, 2, true, 10.25, 20);
+        f_.item(galaQuote, {.item = "Plated dinner",
+                            .price = money(caterers[i].second),
+                            .qty = 50,
+                            .tax = true,
+                            .tip = true});
+      }
       f_.item(q, {.item = "Plated dinner",
                   .price = money(caterers[i].second),
                   .qty = 150,
@@ -611,7 +625,7 @@ class Builder {
     // Flowers: two florists quoting.
     for (const char* fl : {"Petals & Stems", "Bloom Room Florals"}) {
       long v = vendor(fl, "Flowers", catIds[2], 10.25, 0, {"Lucía", "Fernández", "Designer"});
-      long q = assign(e, catIds[2], v, 2, fl[0] == 'P', 10.25, 0);
+      long q = assign(fl[0] == 'P' ? e : sum_.galaEventId, catIds[2], v, 2, fl[0] == 'P', 10.25, 0);
       f_.item(q, {.item = "Bridal bouquet",
                   .price = money(fl[0] == 'P' ? 285 : 310),
                   .qty = 1,
@@ -623,18 +637,29 @@ class Builder {
     }
     long photo = vendor("Søren Lindqvist Photography", "Photography", catIds[3], 0, 0,
                         {"Søren", "Lindqvist", "Photographer"});
-    long ph = assign(e, catIds[3], photo, 1, true, 0, 0);
+    long ph = assign(e, catIds[3], photo, 2, true, 0, 0);
     f_.item(ph, {.item = "Full-day coverage", .price = money(3200), .qty = 1});
     f_.item(ph, {.item = "Engagement session", .price = money(650), .qty = 1});
     schedule(ph, {{"Deposit", 1000, date(2026, 10, 20), true},
                   {"Final payment", 2850, date(2027, 6, 12), false}});
     long dj = vendor("DJ Marco Entertainment", "Music", catIds[4], 0, 15, {"Marco", "Ruiz", "DJ"});
-    long dja = assign(e, catIds[4], dj, 1, true, 0, 15);
+    long dja = assign(e, catIds[4], dj, 2, true, 0, 15);
     f_.item(dja, {.item = "DJ and MC, five hours", .price = money(1900), .qty = 1, .tip = true});
     long cake = vendor("Sweet Layers Bakery", "Cake", catIds[5], 10.25, 0,
                        {"Chloé", "Dubois", "Pastry chef"});
-    long ca = assign(e, catIds[5], cake, 1, true, 10.25, 0);
+    long ca = assign(e, catIds[5], cake, 2, true, 10.25, 0);
     f_.item(ca, {.item = "Four-tier cake", .price = money(5.25), .qty = 150, .tax = true});
+    // Categories without an event professional keep their actual amounts as worksheet lines.
+    long boutique = vendor("Maison Blanche Bridal", "Attire", catIds[6], 10.25, 0,
+                           {"Renée", "Laurent", "Stylist"});
+    long at = assign(e, catIds[6], boutique, 1, true, 10.25, 0);
+    f_.item(
+        at,
+        {.item = "Wedding gown", .price = money(3400), .qty = 1, .tax = true, .paidBy = "Bride"});
+    f_.item(at, {.item = "Alterations", .price = money(320), .qty = 1});
+    long inv1 = assign(e, catIds[7], own, 1, true, 10.25, 0);
+    f_.item(inv1,
+            {.item = "Invitations and RSVP cards", .price = money(4.6), .qty = 140, .tax = true});
     vendor("Lakeshore Limousine", "Transportation", catIds[8], 0, 18,
            {"Tom", "Baker", "Dispatcher"});
 

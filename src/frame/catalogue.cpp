@@ -24,7 +24,11 @@ const std::vector<std::pair<std::string, std::string>> kGuestListExample = {
 std::vector<CatalogueEntry> makeCatalogue() {
   std::vector<CatalogueEntry> c = {
       {"Master Budget Summary", "rptMasterBudget", "amounts kept per expense category", {}},
-      {"Budget Summary", "rptBudgetSummary", "budget, actual and difference per category", {}},
+      {"Budget Summary",
+       "rptBudgetSummary",
+       "budget, actual and difference per category",
+       {},
+       {{"EventID", "{EventID}"}}},
       {"Budget Worksheets", "rptBudgetDetail", "worksheet items by expense category",
        setProp("WorkSheetType", Variant(std::int16_t{0}))},
       {"Checklist - Calendar", "", "(not available)", {}},
