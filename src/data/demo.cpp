@@ -72,7 +72,7 @@ const std::array<City, 10> kCities = {{{"Springfield", "IL", "62701", ""},
                                        {"Kraków", "", "31-001", "Poland"}}};
 
 std::string phone(Rng& r) {
-  char b[20];
+  char b[40];
   std::snprintf(b, sizeof b, "(%03d) 555-%04d", 200 + r.below(700), r.below(10000));
   return b;
 }

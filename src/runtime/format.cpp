@@ -417,7 +417,7 @@ bool looksLikeDatePattern(std::string_view sec) {
 }
 
 std::string pad2(int v) {
-  char b[16];
+  char b[32];
   std::snprintf(b, sizeof b, "%02d", v);
   return b;
 }
@@ -447,7 +447,7 @@ std::string hostPattern(double serial, std::string_view p) {
                         : r.months[static_cast<size_t>(d.month - 1)];
         break;
       case 'y': {
-        char b[16];
+        char b[32];
         if (n <= 2)
           std::snprintf(b, sizeof b, "%02d", d.year % 100);
         else
@@ -595,7 +595,7 @@ std::string formatDatePattern(double serial, std::string_view p) {
                 static_cast<int>(dateSerial(d.year, d.month, d.day) - dateSerial(d.year, 1, 1)) +
                 1);
         } else {
-          char b[16];
+          char b[32];
           std::snprintf(b, sizeof b, "%04d", d.year);
           out += b;
         }

@@ -379,7 +379,7 @@ std::string Variant::toString() const {
       std::string s = std::to_string(a / 10000);
       std::uint64_t frac = a % 10000;
       if (frac) {
-        char b[8];
+        char b[32];
         std::snprintf(b, sizeof b, "%04u", static_cast<unsigned>(frac));
         std::string f = b;
         while (!f.empty() && f.back() == '0') f.pop_back();
