@@ -49,7 +49,8 @@ std::vector<CatalogueEntry> makeCatalogue() {
        {},
        // The event comes first: setting the where clause composes it with the event.
        {{"EventID", "{EventID}"}, {"SQLWhere", ""}}},
-      {"Guest Menu Selections", "rptMenuSelections", "meal choices per party", {}},
+      {"Guest Menu Selections", "rptMenuSelections", "meal choices per party", {},
+       {{"SQLWhere", "WHERE Parties.PartyID = {PartyID}"}, {"Criteria", "Party: {PartyName}"}}},
       {"Table Assignments By Guest", "rptGuestTables", "each attending guest's table and seat", {}},
       {"Table Assignments By Table", "rptTableAssign", "guests per table with seat counts", {}},
       {"Guest Travel Summary", "rptTravelSummary", "arrival, stay and departure per group", {}},

@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <string>
 
 #include "report_test_util.h"
 
@@ -15,8 +16,7 @@ class PartyAttendance : public ReportTest {
     long g = db().group(e, {.label = "G", .category = "Family"});
     long ann = db().guest(g, {.first = "Ann", .last = "Lee"});
     for (int i = 0; i < parties; ++i) {
-      char name[8];
-      std::snprintf(name, sizeof name, "P%02d", i + 1);
+      std::string name = (i + 1 < 10 ? "P0" : "P") + std::to_string(i + 1);
       db().invite(ann, db().party(e, {.name = name}));
     }
     if (unnamed) db().invite(ann, db().party(e, {.name = ""}));

@@ -1,0 +1,82 @@
+#include <gmock/gmock.h>
+
+#include "report_test_util.h"
+
+namespace galvix::testing {
+namespace {
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class MenuSelections : public ReportTest {
+ protected:
+  void SetUp() override {
+    ReportTest::SetUp();
+    event_ = db().event();
+    party_ = db().party(event_, {.name = "Dinner"});
+    group_ = db().group(event_);
+  }
+  doc::Document runMenu() {
+    auto r = report("Guest Menu Selections");
+    r->set("SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_)));
+    return run(*r);
+  }
+  long guest(const std::string& first, int type = 0) {
+    return db().guest(group_, {.first = first, .last = "Lee", .type = type});
+  }
+  long event_ = 0, party_ = 0, group_ = 0;
+};
+
+TEST_F(MenuSelections, CountsAttendingAdultsAndChildrenAndSummarisesChoices) {
+  long fish = db().menu(party_, "Fish");
+  long beef = db().menu(party_, "Beef");
+  db().invite(guest("Ann"), party_, {.menuId = fish});
+  db().invite(guest("Bob", 1), party_, {.menuId = fish});
+  db().invite(guest("Cy", 2), party_, {.menuId = beef});
+  db().invite(guest("Dee"), party_, {});                                       // undecided
+  db().invite(guest("Eve", 2), party_, {.attending = false, .menuId = beef});  // declined
+  // Another party's choices must not leak into this one's summary.
+  long other = db().party(event_, {.name = "Brunch"});
+  db().invite(guest("Fay"), other, {.menuId = db().menu(other, "Fish")});
+
+  auto d = runMenu();
+  EXPECT_THAT(texts(d, "txtName"),
+              ElementsAre("Ann Lee ", "Bob Lee ", "Cy Lee ", "Dee Lee "));  // suffix blank kept
+  EXPECT_THAT(texts(d, "txtMenuSelections"), ElementsAre("Fish", "Fish", "Beef", "Undecided"));
+  EXPECT_THAT(texts(d, "txtNumInvitees"), ElementsAre("4"));
+  EXPECT_THAT(texts(d, "txtAdults"), ElementsAre("3"));
+  EXPECT_THAT(texts(d, "txtChildren"), ElementsAre("1"));
+  EXPECT_THAT(texts(d, "txtMeal"), ElementsAre("Beef", "Fish"));
+  EXPECT_THAT(texts(d, "txtCount"), ElementsAre("1", "2"));
+}
+
+TEST_F(MenuSelections, NobodyChoseAnythingLeavesTheSummaryEmpty) {
+  db().menu(party_, "Fish");
+  db().invite(guest("Ann"), party_, {});
+  db().invite(guest("Cy", 2), party_, {});
+  auto d = runMenu();
+  EXPECT_THAT(texts(d, "txtMenuSelections"), ElementsAre("Undecided", "Undecided"));
+  EXPECT_THAT(texts(d, "txtChildren"), ElementsAre("1"));
+  EXPECT_THAT(texts(d, "txtMeal"), IsEmpty());
+}
+
+TEST_F(MenuSelections, NoAttendingGuestPrintsNoParty) {
+  db().invite(guest("Ann"), party_, {.attending = false});
+  auto d = runMenu();
+  EXPECT_THAT(texts(d, "txtName"), IsEmpty());
+  EXPECT_THAT(texts(d, "txtNumInvitees"), IsEmpty());
+}
+
+// The attendance condition lands in the last join's ON clause, which Jet accepts for an inner
+// join: every party with attending guests is listed.
+TEST_F(MenuSelections, EmptyWhereListsEveryParty) {
+  db().invite(guest("Ann"), party_, {});
+  long other = db().party(event_, {.name = "Brunch"});
+  db().invite(guest("Bob"), other, {});
+  db().invite(guest("Cy"), other, {.attending = false});
+  auto r = report("Guest Menu Selections");
+  auto d = run(*r);
+  EXPECT_THAT(texts(d, "txtNumInvitees"), ElementsAre("1", "1"));
+}
+
+}  // namespace
+}  // namespace galvix::testing
