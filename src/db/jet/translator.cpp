@@ -90,6 +90,9 @@ struct TableInfo {
   bool exists = false;
   bool isView = false;
   std::vector<std::pair<std::string, VarType>> columns;
+  // What tells its rows apart: the primary key columns, else every column. (rowid cannot be
+  // used: SQLite hides it for tables inside a parenthesised join.)
+  std::vector<std::string> rowKey;
   const std::pair<std::string, VarType>* find(std::string_view c) const {
     for (const auto& col : columns)
       if (vb::compareTextNoCase(col.first, c) == 0) return &col;
@@ -201,9 +204,12 @@ struct Translator::Impl {
           const char* n = reinterpret_cast<const char*>(sqlite3_column_text(st, 1));
           const char* t = reinterpret_cast<const char*>(sqlite3_column_text(st, 2));
           info.columns.push_back({n ? n : "", typeFromDecl(t ? t : "")});
+          if (sqlite3_column_int(st, 5) > 0) info.rowKey.push_back(n ? n : "");
         }
       }
       sqlite3_finalize(st);
+      if (info.rowKey.empty())
+        for (const auto& c : info.columns) info.rowKey.push_back(c.first);
     }
     return tables.emplace(key, std::move(info)).first->second;
   }
@@ -667,13 +673,20 @@ struct Translator::Impl {
       p.itemSql.push_back(value(o));
       if (!it.alias.empty()) p.scope.aliases.push_back({it.alias, {value(o), o.type}});
     }
-    // Two columns of the same name from different tables are told apart as Table.Column.
+    // Two columns of the same name from different tables are told apart as Table.Column; the
+    // same column selected twice keeps its plain name (the first one is found by it).
     std::vector<std::string> plain = names;
+    auto sameColumn = [&](const Expr& a, size_t j) {
+      const Expr& b = *s.items[j].expr;
+      return s.items[j].alias.empty() && b.kind == Expr::Column &&
+             vb::compareTextNoCase(a.table, b.table) == 0 &&
+             vb::compareTextNoCase(a.text, b.text) == 0;
+    };
     for (size_t i = 0; i < names.size(); ++i) {
       const Expr& e = *s.items[i].expr;
       if (!s.items[i].alias.empty() || e.kind != Expr::Column || e.table.empty()) continue;
       for (size_t j = 0; j < plain.size(); ++j) {
-        if (i != j && vb::compareTextNoCase(plain[i], plain[j]) == 0) {
+        if (i != j && vb::compareTextNoCase(plain[i], plain[j]) == 0 && !sameColumn(e, j)) {
           names[i] = e.table + "." + e.text;
           break;
         }
@@ -699,7 +712,8 @@ struct Translator::Impl {
         if (rowids) {
           for (const auto& src : p.scope.sources)
             if (used.count(lower(src.alias)))
-              groupSql += (groupSql.empty() ? "" : ", ") + ident(src.alias) + ".rowid";
+              for (const auto& k : src.info->rowKey)
+                groupSql += (groupSql.empty() ? "" : ", ") + ident(src.alias) + "." + ident(k);
         } else {
           p.distinctFallback = true;
         }
