@@ -1,0 +1,28 @@
+// The party counts the guest and seating reports print in their party headers: invitations
+// sent, invitees, attendees and RSVPs received.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+namespace galvix::reports {
+
+struct PartyCount {
+  const char* field;   // the unbound field that shows it
+  std::string sql;     // the count query for the party
+  const char* column;  // the count column of its result
+};
+
+// In the order the reports run them: invitations, invitees, attendees, RSVPs.
+std::array<PartyCount, 4> partyCounts(std::int32_t partyId);
+
+// The two PartyDetails counts on their own (invitations sent, RSVPs received).
+std::string invitationsCountSql(std::int32_t partyId);
+std::string rsvpsCountSql(std::int32_t partyId);
+
+// The party's location on up to three lines (street; city, state and postal code; country),
+// as a select-list term ending in "as Address, ".
+extern const char* const kPartyLocationSql;
+
+}  // namespace galvix::reports
