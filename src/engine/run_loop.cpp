@@ -633,7 +633,14 @@ void RunLoop::body() {
       if (groupHeaders_[k]->groupKeepTogether() == GroupKeepTogether::All)
         queue_[headerAt[k]].keepUntil = static_cast<int>(queue_.size()) - 1;
     }
-    if (G == 0 || end[0]) flush();
+    // Placing bands fires their BeforePrint. A group's bands go out when it ends, so its
+    // header's BeforePrint sees the state its details left, not the next group's; an outer group
+    // kept together as a whole holds everything until its own end.
+    bool wholeGroupOpen = false;
+    for (std::size_t l = 0; l < G; ++l)
+      if (!end[l] && groupHeaders_[l]->groupKeepTogether() == GroupKeepTogether::All)
+        wholeGroupOpen = true;
+    if (G == 0 || end[0] || (end[G - 1] && !wholeGroupOpen)) flush();
     prevKeys.swap(keys);
     keys.swap(nextKeys);
     last = cur;
