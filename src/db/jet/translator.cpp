@@ -810,7 +810,9 @@ struct Translator::Impl {
       order += (i ? ", " : "") + std::to_string(ordinal) + " COLLATE JETTEXT" +
                (last.orderBy[i].desc ? " DESC" : "");
     }
-    if (!order.empty()) sql += " ORDER BY " + order;
+    // Ordered from outside: SQLite 3.40 fails to resolve columns of a RIGHT JOIN in a grouped
+    // compound that carries its own ORDER BY.
+    if (!order.empty()) sql = "SELECT * FROM (" + sql + ") ORDER BY " + order;
     t.sql = sql;
     if (!first.star) {
       t.columnNames = first.names;
