@@ -334,6 +334,7 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
   }
   // With pushDown, a control starting at or below the bottom of a control that grew moves down
   // by that growth (and by what moved the grown one), so labels stay beside their fields.
+  // Controls entirely to the right of the grown one are another column and stay.
   std::vector<std::int32_t> shift(boxes.size(), 0);
   if (s.pushDown()) {
     std::vector<std::size_t> order;
@@ -346,7 +347,7 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
       for (std::size_t j = 0; j < k; ++j) {
         const Box& above = boxes[order[j]];
         const std::int32_t growth = above.grown - above.height;
-        if (above.top + above.height > me.top) continue;
+        if (above.top + above.height > me.top || me.left >= above.right) continue;
         shift[order[k]] = std::max(shift[order[k]], shift[order[j]] + std::max(0, growth));
       }
     }
