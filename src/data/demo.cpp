@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <map>
 #include <stdexcept>
+#include <tuple>
 #include <vector>
 
 #include "data/fixture.h"
@@ -182,8 +183,12 @@ class Builder {
       gs.last = (kind >= 8 && i == 1) ? r_.pick(kLast) : last;
       gs.type = people[i].second;
       gs.age = people[i].second == 2 ? 3 + r_.below(10) : 0;
-      gs.title = people[i].second == 2 ? "" : (i == 0 && kind != 8 ? "Mr." : "Ms.");
-      g.guests.push_back({f_.guest(g.id, gs), gs.type});
+      const bool man = std::find(std::begin(kMale), std::end(kMale), gs.first) != std::end(kMale);
+      gs.title = people[i].second == 2 ? "" : (man ? "Mr." : "Ms.");
+      long guestId = f_.guest(g.id, gs);
+      // The planning application stores a blank title, not Null, for children.
+      if (gs.title.empty()) f_.set("GuestNames", guestId, "GTitle", Variant(""));
+      g.guests.push_back({guestId, gs.type});
     }
     sum_.guests += static_cast<int>(people.size());
     ++sum_.groups;
@@ -192,16 +197,16 @@ class Builder {
 
   // The awkward groups every demo holds whatever the seed.
   void awkwardGroups(long eventId, std::vector<Group>& groups) {
-    auto add = [&](const GroupSpec& s, const std::vector<std::pair<std::string, std::string>>& p,
-                   const std::string& casual) {
+    using Person = std::tuple<std::string, std::string, std::string>;  // title, first, last
+    auto add = [&](const GroupSpec& s, const std::vector<Person>& p, const std::string& casual) {
       Group g{};
       g.id = f_.group(eventId, s);
       g.formal = s.label;
       g.casual = casual;
       g.family = false;
       g.outOfTown = true;
-      for (const auto& [first, last] : p)
-        g.guests.push_back({f_.guest(g.id, {.first = first, .last = last}), 0});
+      for (const auto& [title, first, last] : p)
+        g.guests.push_back({f_.guest(g.id, {.first = first, .last = last, .title = title}), 0});
       sum_.guests += static_cast<int>(p.size());
       ++sum_.groups;
       groups.push_back(g);
@@ -209,7 +214,7 @@ class Builder {
     };
     // Only an e-mail address, no category.
     add({.label = "Dr. Zoë Ødegård-Łukaszewicz", .category = "", .email = "zoe.odegard@example.no"},
-        {{"Zoë", "Ødegård-Łukaszewicz"}}, "Zoë");
+        {{"Dr.", "Zoë", "Ødegård-Łukaszewicz"}}, "Zoë");
     // A long name that wraps, blank address parts, a phone of blanks and one with leading blanks.
     long id = add({.label = "The Honorable Maximilian Alexander Fitzgerald-Worthington III and "
                             "Dr. Anastasia Konstantinovna Worthington",
@@ -217,7 +222,8 @@ class Builder {
                    .address = "1 Lakeshore Drive",
                    .hPhone = "x",
                    .mPhone = "  (312) 555-0100"},
-                  {{"Maximilian", "Fitzgerald-Worthington"}, {"Anastasia", "Worthington"}},
+                  {{"The Honorable", "Maximilian", "Fitzgerald-Worthington"},
+                   {"Dr.", "Anastasia", "Worthington"}},
                   "Max and Ana");
     f_.set("GroupIDs", id, "HPhone", Variant("   "));
     f_.set("GroupIDs", id, "City", Variant("  "));
@@ -230,7 +236,7 @@ class Builder {
          .country = "Mexico",
          .hPhone = "+52 33 5555 0123",
          .notes = "Speaks Spanish; seat near the García family."},
-        {{"José", "Núñez"}, {"Renée", "Núñez"}}, "José and Renée");
+        {{"Señor", "José", "Núñez"}, {"Señora", "Renée", "Núñez"}}, "José and Renée");
   }
 
   void invite(const Group& g, const Party& p, bool rsvpd, bool attending, long menuParty = 0) {
