@@ -55,11 +55,12 @@ std::vector<CatalogueEntry> makeCatalogue() {
        {},
        {{"SQLWhere", "WHERE Parties.PartyID = {PartyID}"}, {"Criteria", "Party: {PartyName}"}}},
       {"Table Assignments By Guest", "rptGuestTables", "each attending guest's table and seat", {}},
+      // The party is read back from the clause: the number must be followed by a blank.
       {"Table Assignments By Table",
        "rptTableAssign",
        "guests per table with seat counts",
        {},
-       {{"SQLWhere", "WHERE Parties.PartyID = {PartyID}"}, {"Criteria", "Party: {PartyName}"}}},
+       {{"SQLWhere", "WHERE Parties.PartyID = {PartyID} "}, {"Criteria", "Party: {PartyName}"}}},
       {"Guest Travel Summary", "rptTravelSummary", "arrival, stay and departure per group", {}},
       {"Sub-Event Timelines", "rptMusic", "each party's timeline", {}},
       {"Party Statistics",
