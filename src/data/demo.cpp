@@ -118,6 +118,8 @@ class Builder {
     gala();
     vendorsAndBudget();
     labelsAndStationery();
+    // A guest who has not chosen a meal has no menu at all (a table of 0 means "not seated").
+    f_.exec("UPDATE Invitees SET MenuID = NULL WHERE MenuID = 0");
     return sum_;
   }
 
