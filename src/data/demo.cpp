@@ -1,5 +1,6 @@
 #include "data/demo.h"
 
+#include <glib.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -85,7 +86,11 @@ std::string lower(std::string s) {
 }
 
 // ASCII-only e-mail local part from a name (accents dropped).
-std::string mailName(const std::string& s) {
+std::string mailName(const std::string& name) {
+  // "Pérez" gives "perez", "Łukasz" "lukasz".
+  gchar* ascii = g_str_to_ascii(name.c_str(), "C");
+  const std::string s = ascii;
+  g_free(ascii);
   std::string out;
   for (unsigned char c : s)
     if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')) out += static_cast<char>(c);
