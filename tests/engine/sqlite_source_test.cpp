@@ -1,6 +1,5 @@
 // Rows from a real database through the data control: the query opened at ReportStart is the
 // one the run reads, and subreports created per row share the parent's connection.
-#ifdef GALVIX_ENGINE_TEST_SQLITE
 
 #include <sqlite3.h>
 #include <unistd.h>
@@ -91,5 +90,3 @@ TEST_F(SqliteSource, BadSqlFailsTheRunWithTheDatabaseError) {
 
 }  // namespace
 }  // namespace galvix::engine
-
-#endif
