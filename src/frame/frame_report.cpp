@@ -166,6 +166,11 @@ void FrameReport::formatPartyDateTime(std::string_view timeField, std::string_vi
   d.setText(Format(d.value(), dateFormat_));
 }
 
+bool FrameReport::hasRows() {
+  auto& rs = data().recordset();
+  return !(rs.BOF() && rs.EOF_());
+}
+
 std::int32_t FrameReport::fieldLong(std::string_view fieldName) {
   Variant v = field(fieldName).value();
   if (v.isNull() || v.isEmpty()) return 0;

@@ -77,6 +77,9 @@ class FrameReport : public engine::Report {
   // Runs `sql` and hands the open recordset to `read`; always closes it.
   void sideQuery(const std::string& sql, const std::function<void(db::Recordset&)>& read);
 
+  // The report's recordset has rows (it is not both before the first and past the last).
+  bool hasRows();
+
   // A field's current value as a 32-bit integer (0 when Null or empty).
   std::int32_t fieldLong(std::string_view fieldName);
 

@@ -80,7 +80,7 @@ class RptBudgetSummary : public frame::FrameReport {
 
   void formatCategory() {
     auto& rs = data().recordset();
-    if (rs.BOF() && rs.EOF_()) return;
+    if (!hasRows()) return;
     Variant required = rs.value("VendorRequired");
     bool vendorRequired = !required.isNull() && required.toBool();
     double budget = cell(rs, "0");

@@ -7,27 +7,27 @@
 #include "frame/catalogue.h"
 #include "frame/frame_report.h"
 #include "reports/common/contact_text.h"
+#include "reports/common/party_header.h"
 
 GALVIX_USE_LAYOUT(rptGuestList);
 
 namespace galvix::reports {
 namespace {
 
-const char* const kSelect =
-    "SELECT Parties.PartyID, SubEvents.SubEventName, Parties.GivenBy, Parties.Date, "
-    "Parties.Time, IIF(Trim(Parties.Address & '') = '', '',Parties.Address + chr(13)) + "
-    "IIF(Trim(Parties.City & '') = '', '',Parties.City + ', ') + IIF(Trim(Parties.State & '') = "
-    "'', '',Parties.State + '  ') + IIF(Trim(Parties.PostalCode & '') = '', "
-    "'',Parties.PostalCode) + IIF(Trim(Parties.Country & '') = '', '', chr(13) + "
-    "Parties.Country) as Address, Parties.Notes, PartyDetails.FormalLabel, "
-    "PartyDetails.CasualLabel, GroupIDs.HPhone, GroupIDs.WPhone, GroupIDs.MPhone, "
-    "GroupIDs.FPhone, GroupIDs.[E-Mail], GroupIDs.Notes, GuestCategories.Category, "
-    "PartyDetails.GroupID FROM (SubEvents INNER JOIN (Parties INNER JOIN (((GroupIDs INNER JOIN "
-    "GuestNames ON GroupIDs.GroupID = GuestNames.GroupID) INNER JOIN PartyDetails ON "
-    "GroupIDs.GroupID = PartyDetails.GroupID) INNER JOIN Invitees ON GuestNames.GuestID = "
-    "Invitees.GuestID) ON (Parties.PartyID = PartyDetails.PartyID) AND (Parties.PartyID = "
-    "Invitees.PartyID)) ON SubEvents.SubEventID = Parties.SubEventID) LEFT JOIN "
-    "GuestCategories ON GroupIDs.CategoryID = GuestCategories.CategoryID ";
+std::string selectText() {
+  return std::string(
+             "SELECT Parties.PartyID, SubEvents.SubEventName, Parties.GivenBy, Parties.Date, "
+             "Parties.Time, ") +
+         kPartyLocationSql +
+         "Parties.Notes, PartyDetails.FormalLabel, PartyDetails.CasualLabel, GroupIDs.HPhone, "
+         "GroupIDs.WPhone, GroupIDs.MPhone, GroupIDs.FPhone, GroupIDs.[E-Mail], GroupIDs.Notes, "
+         "GuestCategories.Category, PartyDetails.GroupID FROM (SubEvents INNER JOIN (Parties "
+         "INNER JOIN (((GroupIDs INNER JOIN GuestNames ON GroupIDs.GroupID = GuestNames.GroupID) "
+         "INNER JOIN PartyDetails ON GroupIDs.GroupID = PartyDetails.GroupID) INNER JOIN Invitees "
+         "ON GuestNames.GuestID = Invitees.GuestID) ON (Parties.PartyID = PartyDetails.PartyID) "
+         "AND (Parties.PartyID = Invitees.PartyID)) ON SubEvents.SubEventID = Parties.SubEventID) "
+         "LEFT JOIN GuestCategories ON GroupIDs.CategoryID = GuestCategories.CategoryID ";
+}
 
 const char* const kCountFrom =
     "FROM (GroupIDs INNER JOIN GuestNames ON GroupIDs.GroupID = GuestNames.GroupID) INNER JOIN "
@@ -65,7 +65,7 @@ class RptGuestList : public frame::FrameReport {
     std::string where = sqlWhere();
     where += containsNoCase(where, "WHERE") ? " and Invitees.Primary = True"
                                             : " Where Invitees.Primary = True";
-    data().setSource(kSelect + where + " " + sqlOrderBy());
+    data().setSource(selectText() + where + " " + sqlOrderBy());
     // The counts run without the parties table, so its prefix goes from the caller's clause.
     mutableSqlWhere() = removeAll(sqlWhere(), "Parties.");
   }
@@ -90,7 +90,7 @@ class RptGuestList : public frame::FrameReport {
 
   void formatGroup() {
     auto& rs = data().recordset();
-    if (rs.BOF() && rs.EOF_()) return;
+    if (!hasRows()) return;
     field("txtNumber")
         .setText(sideCount("Select Count(1) as NumGuests from GuestNames INNER JOIN Invitees ON "
                            "GuestNames.GuestID = Invitees.GuestID where GroupID = " +

@@ -3,6 +3,7 @@
 #include "engine/layout_embed.h"
 #include "frame/catalogue.h"
 #include "frame/frame_report.h"
+#include "reports/common/party_header.h"
 #include "reports/guests/srptMenuSelectionsSummary.h"
 
 GALVIX_USE_LAYOUT(rptMenuSelections);
@@ -10,22 +11,22 @@ GALVIX_USE_LAYOUT(rptMenuSelections);
 namespace galvix::reports {
 namespace {
 
-const char* const kSelect =
-    "SELECT Parties.PartyID, SubEvents.SubEventName, Parties.Date, Parties.Time, "
-    "Parties.GivenBy, IIF(Trim(Parties.Address & '') = '', '',Parties.Address + chr(13)) + "
-    "IIF(Trim(Parties.City & '') = '', '',Parties.City + ', ') + IIF(Trim(Parties.State & '') = "
-    "'', '',Parties.State + '  ') + IIF(Trim(Parties.PostalCode & '') = '', "
-    "'',Parties.PostalCode) + IIF(Trim(Parties.Country & '') = '', '', chr(13) + "
-    "Parties.Country) as Address, Parties.Style, Parties.FoodService, Parties.Notes, "
-    "IIF(Trim(GuestNames.GTitle & '') = '', '',GuestNames.GTitle + ' ') + "
-    "IIF(Trim(GuestNames.GFName & '') = '', '',GuestNames.GFName + ' ') + "
-    "IIF(Trim(GuestNames.GLName & '') = '', '',GuestNames.GLName + ' ') + "
-    "IIF(Trim(GuestNames.GSuffix & '') = '', '',GuestNames.GSuffix) as GuestName, + "
-    "IIF(Trim(Menu.MenuItem & '') = '', 'Undecided',Menu.MenuItem) as MenuItem FROM SubEvents "
-    "INNER JOIN (Parties INNER JOIN (GuestNames INNER JOIN (Invitees LEFT JOIN Menu ON "
-    "(Invitees.MenuID = Menu.MenuID) AND (Invitees.PartyID = Menu.PartyID)) ON "
-    "GuestNames.GuestID = Invitees.GuestID) ON Parties.PartyID = Invitees.PartyID) ON "
-    "SubEvents.SubEventID = Parties.SubEventID ";
+std::string selectText() {
+  return std::string(
+             "SELECT Parties.PartyID, SubEvents.SubEventName, Parties.Date, Parties.Time, "
+             "Parties.GivenBy, ") +
+         kPartyLocationSql +
+         "Parties.Style, Parties.FoodService, Parties.Notes, "
+         "IIF(Trim(GuestNames.GTitle & '') = '', '',GuestNames.GTitle + ' ') + "
+         "IIF(Trim(GuestNames.GFName & '') = '', '',GuestNames.GFName + ' ') + "
+         "IIF(Trim(GuestNames.GLName & '') = '', '',GuestNames.GLName + ' ') + "
+         "IIF(Trim(GuestNames.GSuffix & '') = '', '',GuestNames.GSuffix) as GuestName, + "
+         "IIF(Trim(Menu.MenuItem & '') = '', 'Undecided',Menu.MenuItem) as MenuItem FROM "
+         "SubEvents INNER JOIN (Parties INNER JOIN (GuestNames INNER JOIN (Invitees LEFT JOIN "
+         "Menu ON (Invitees.MenuID = Menu.MenuID) AND (Invitees.PartyID = Menu.PartyID)) ON "
+         "GuestNames.GuestID = Invitees.GuestID) ON Parties.PartyID = Invitees.PartyID) ON "
+         "SubEvents.SubEventID = Parties.SubEventID ";
+}
 
 class RptMenuSelections : public frame::FrameReport {
  public:
@@ -39,7 +40,7 @@ class RptMenuSelections : public frame::FrameReport {
     startFrame(true);
     summary_ = std::make_shared<SrptMenuSelectionsSummary>();
     subReport("srptSummary").setReport(summary_);
-    data().setSource(kSelect + sqlWhere() + " and Invitees.Attending=True " +
+    data().setSource(selectText() + sqlWhere() + " and Invitees.Attending=True " +
                      "Order By GuestNames.GLName, GuestNames.GSuffix, GuestNames.GFName");
   }
 
@@ -47,9 +48,8 @@ class RptMenuSelections : public frame::FrameReport {
 
  private:
   void formatParty() {
-    auto& rs = data().recordset();
-    if (!(rs.BOF() && rs.EOF_())) {
-      partyId_ = rs.value("PartyID").toLong();
+    if (hasRows()) {
+      partyId_ = data().recordset().value("PartyID").toLong();
       const std::string id = std::to_string(partyId_);
       field("txtNumInvitees")
           .setText(sideCount("Select Count(1) as NumInvitees from Invitees Where PartyID = " + id +

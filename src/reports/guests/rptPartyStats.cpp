@@ -3,7 +3,7 @@
 #include "engine/layout_embed.h"
 #include "frame/catalogue.h"
 #include "frame/frame_report.h"
-#include "reports/common/party_counts.h"
+#include "reports/common/party_header.h"
 #include "reports/guests/srptGuestCtgrySummary.h"
 #include "reports/guests/srptMenuSelectionsSummary.h"
 
@@ -43,11 +43,6 @@ class RptPartyStats : public frame::FrameReport {
   }
 
  private:
-  bool hasRows() {
-    auto& rs = data().recordset();
-    return !(rs.BOF() && rs.EOF_());
-  }
-
   void formatReplies() {
     if (!hasRows()) return;
     field("txtNumInvitations").setText(sideCount(invitationsCountSql(partyId_), "CountOfGroupID"));

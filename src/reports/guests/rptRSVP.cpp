@@ -3,7 +3,7 @@
 #include "engine/layout_embed.h"
 #include "frame/catalogue.h"
 #include "frame/frame_report.h"
-#include "reports/common/party_counts.h"
+#include "reports/common/party_header.h"
 
 GALVIX_USE_LAYOUT(rptRSVP);
 
@@ -41,11 +41,6 @@ class RptRSVP : public frame::FrameReport {
   }
 
  private:
-  bool hasRows() {
-    auto& rs = data().recordset();
-    return !(rs.BOF() && rs.EOF_());
-  }
-
   void formatParty() {
     if (!hasRows()) return;
     partyId_ = data().recordset().value("PartyID").toLong();

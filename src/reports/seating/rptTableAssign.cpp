@@ -3,7 +3,7 @@
 #include "engine/layout_embed.h"
 #include "frame/catalogue.h"
 #include "frame/frame_report.h"
-#include "reports/common/party_counts.h"
+#include "reports/common/party_header.h"
 #include "runtime/format.h"
 #include "runtime/vb.h"
 
@@ -91,8 +91,7 @@ class RptTableAssign : public frame::FrameReport {
  private:
   void formatParty() {
     auto& rs = data().recordset();
-    if (rs.BOF() && rs.EOF_()) return;
-    if (rs.value("PartyID").isNull()) return;
+    if (!hasRows() || rs.value("PartyID").isNull()) return;
     if (partyHeaders_ > 0) {
       section("ghPartyName").setVisible(false);
       return;

@@ -1,4 +1,4 @@
-#include "reports/common/party_counts.h"
+#include "reports/common/party_header.h"
 
 namespace galvix::reports {
 

@@ -1,5 +1,5 @@
-// The party counts the guest and seating reports print in their party headers: invitations
-// sent, invitees, attendees and RSVPs received.
+// What the party headers of the guest and seating reports share: the party counts (invitations
+// sent, invitees, attendees, RSVPs received) and the location text.
 #pragma once
 
 #include <array>
