@@ -236,6 +236,16 @@ struct Translator::Impl {
     }
   }
 
+  static bool isNotText(const Out& o) {
+    return o.boolean || isNumericType(o.type) || o.type == VarType::Date;
+  }
+  // " COLLATE JETTEXT" unless every operand is known to be a number, date or truth value.
+  static std::string collateFor(std::initializer_list<const Out*> operands) {
+    for (const Out* o : operands)
+      if (!isNotText(*o)) return " COLLATE JETTEXT";
+    return "";
+  }
+
   static bool isNumericType(VarType t) {
     return t == VarType::Integer || t == VarType::Long || t == VarType::Single ||
            t == VarType::Double || t == VarType::Currency || t == VarType::Boolean;
@@ -450,15 +460,22 @@ struct Translator::Impl {
         return binary(e, scope);
       case Expr::Between: {
         Out x = expr(*e.args[0], scope), lo = expr(*e.args[1], scope), hi = expr(*e.args[2], scope);
-        return {"(" + value(x) + " COLLATE JETTEXT " + (e.negated ? "NOT " : "") + "BETWEEN " +
+        return {"(" + value(x) + collateFor({&x, &lo, &hi}) + " " + (e.negated ? "NOT " : "") +
+                    "BETWEEN " +
                     value(lo) + " AND " + value(hi) + ")",
                 VarType::Boolean, true};
       }
       case Expr::InList: {
         Out x = expr(*e.args[0], scope);
-        std::string s = "(" + value(x) + " COLLATE JETTEXT " + (e.negated ? "NOT " : "") + "IN (";
-        for (size_t i = 1; i < e.args.size(); ++i)
-          s += (i > 1 ? ", " : "") + value(expr(*e.args[i], scope));
+        std::vector<Out> items;
+        bool text = !isNotText(x);
+        for (size_t i = 1; i < e.args.size(); ++i) {
+          items.push_back(expr(*e.args[i], scope));
+          text = text || !isNotText(items.back());
+        }
+        std::string s = "(" + value(x) + (text ? " COLLATE JETTEXT " : " ") +
+                        (e.negated ? "NOT " : "") + "IN (";
+        for (size_t i = 0; i < items.size(); ++i) s += (i ? ", " : "") + value(items[i]);
         return {s + "))", VarType::Boolean, true};
       }
       case Expr::InSelect: {
@@ -514,9 +531,11 @@ struct Translator::Impl {
     if (op == "like")
       return {"(" + value(a) + (e.negated ? " NOT LIKE " : " LIKE ") + value(b) + ")",
               VarType::Boolean, true};
-    // Comparisons: text compares without regard to case, whatever the operands' origin.
-    return {"(" + value(a) + " " + op + " " + value(b) + " COLLATE JETTEXT)", VarType::Boolean,
-            true};
+    // Comparisons: text compares without regard to case, whatever the operands' origin. Numbers
+    // and dates known on both sides compare plainly, so an index on the column can serve (a
+    // collation the index does not have rules it out: keys and counts by id would scan).
+    return {"(" + value(a) + " " + op + " " + value(b) + collateFor({&a, &b}) + ")",
+            VarType::Boolean, true};
   }
 
   Out condition(const Expr& e, const Scope& scope) {
