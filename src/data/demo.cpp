@@ -409,7 +409,7 @@ class Builder {
       int seat = static_cast<int>(seatIdx % 9) + 1;
       f_.exec("UPDATE Invitees SET TableID = " + std::to_string(table) +
               ", Seat = " + std::to_string(seat) + " WHERE GuestID = " + std::to_string(people[i]) +
-              " AND PartyID = " + std::to_string(p.id));
+              " AND +PartyID = " + std::to_string(p.id));  // by the guest's index
       ++seatIdx;
     }
   }
@@ -836,6 +836,9 @@ DemoSummary writeDemoDatabase(const std::string& path, const DemoOptions& option
     f.exec("BEGIN");
     s = Builder(f, options).build();
     f.exec("COMMIT");
+    // Statistics let SQLite pick the selective index for the per-row side queries (a group's
+    // guests, not a whole party's invitees); without them large events slow down quadratically.
+    f.exec("ANALYZE");
   } catch (...) {
     std::error_code ec;
     fs::remove(tmp, ec);
