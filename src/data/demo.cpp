@@ -153,6 +153,7 @@ class Builder {
       std::string names;
       for (int i = 0; i < kids; ++i) {
         std::string k = r_.pick(kKids);
+        while (i > 0 && k == people.back().first) k = r_.pick(kKids);  // no twins of one name
         people.push_back({k, 2});
         names += ", " + k;
       }
