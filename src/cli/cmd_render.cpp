@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <optional>
 
 #include "cli/command.h"
 #include "db/connection.h"
@@ -57,6 +58,20 @@ std::map<std::string, std::string> exampleIds(const std::string& conn) {
   if (!rs.EOF_()) ids["{PartyName}"] = rs.value("SubEventName").displayText();
   rs.close();
   return ids;
+}
+
+// The event's name when the database holds exactly one event.
+std::optional<std::string> onlyEventName(const std::string& conn) {
+  db::Connection c;
+  c.open(conn);
+  db::Recordset rs;
+  rs.open("SELECT Events.EventName FROM Events", c);
+  std::optional<std::string> name;
+  if (!rs.EOF_()) name = rs.value("EventName").displayText();
+  rs.moveNext();
+  if (!rs.EOF_()) name.reset();
+  rs.close();
+  return name;
 }
 
 std::string fileStem(const std::string& name) {
@@ -154,7 +169,16 @@ Registration render([](CLI::App& app) {
   cmd->callback([=] {
     if (!locale->empty()) setRegional(*locale);
     auto r = newOrExit(*name);
-    r->set("ConnectionString", connectionFor(*database));
+    const std::string conn = connectionFor(*database);
+    r->set("ConnectionString", conn);
+    // Captions a host would set, so a bare run does not print the layout's placeholders;
+    // --set overrides them.
+    auto setIf = [&](const char* prop, const std::string& v) {
+      if (r->hasProperty(prop)) r->set(prop, Variant(v));
+    };
+    setIf("Title", onlyEventName(conn).value_or(""));
+    setIf("ReportName", *name);
+    setIf("Criteria", "");
     for (const auto& s : *sets) {
       auto eq = s.find('=');
       if (eq == std::string::npos) throw Exit{2, "galvix: --set wants Property=Value, got " + s};
