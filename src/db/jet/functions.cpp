@@ -146,6 +146,84 @@ void pickFinal(sqlite3_context* c) {
   }
 }
 
+// Code points of UTF-8 text; a byte that starts no valid sequence stands for itself.
+std::u32string codePoints(std::string_view s) {
+  std::u32string out;
+  for (size_t i = 0; i < s.size();) {
+    auto b = static_cast<unsigned char>(s[i]);
+    int n = b < 0x80 ? 0 : (b >> 5) == 6 ? 1 : (b >> 4) == 14 ? 2 : (b >> 3) == 30 ? 3 : -1;
+    char32_t c = n <= 0 ? b : b & (0x3F >> n);
+    bool ok = n >= 0 && i + static_cast<size_t>(std::max(n, 0)) < s.size();
+    for (int k = 1; ok && k <= n; ++k) {
+      auto x = static_cast<unsigned char>(s[i + static_cast<size_t>(k)]);
+      ok = (x & 0xC0) == 0x80;
+      c = (c << 6) | (x & 0x3F);
+    }
+    if (!ok || n < 0) {
+      out += b;
+      ++i;
+    } else {
+      out += c;
+      i += static_cast<size_t>(n) + 1;
+    }
+  }
+  return out;
+}
+
+// One pattern element at p[pi] against c: '_', a [set] (with '!' for "not in", and a-z ranges),
+// or a character. Advances pi past the element.
+bool likeOne(const std::u32string& p, size_t& pi, char32_t c) {
+  if (p[pi] == U'_') {
+    ++pi;
+    return true;
+  }
+  if (p[pi] == U'[') {
+    size_t close = p.find(U']', pi + 2);
+    if (close != std::u32string::npos) {
+      size_t i = pi + 1;
+      bool negate = p[i] == U'!' && i + 1 < close;
+      if (negate) ++i;
+      bool in = false;
+      for (; i < close; ++i) {
+        if (i + 2 < close && p[i + 1] == U'-') {
+          in = in || (c >= p[i] && c <= p[i + 2]);
+          i += 2;
+        } else {
+          in = in || c == p[i];
+        }
+      }
+      pi = close + 1;
+      return in != negate;
+    }
+  }
+  return p[pi++] == c;
+}
+
+// Like as the provider reads it: % any run, _ one character, [set]; without regard to case.
+bool likeMatch(std::string_view text, std::string_view pattern) {
+  std::u32string s = codePoints(vb::upper(text)), p = codePoints(vb::upper(pattern));
+  size_t si = 0, pi = 0, starP = std::u32string::npos, starS = 0;
+  while (si < s.size()) {
+    if (pi < p.size() && p[pi] == U'%') {
+      starP = pi++;
+      starS = si;
+      continue;
+    }
+    size_t next = pi;
+    if (pi < p.size() && likeOne(p, next, s[si])) {
+      pi = next;
+      ++si;
+    } else if (starP != std::u32string::npos) {
+      pi = starP + 1;
+      si = ++starS;
+    } else {
+      return false;
+    }
+  }
+  while (pi < p.size() && p[pi] == U'%') ++pi;
+  return pi == p.size();
+}
+
 }  // namespace
 
 void registerJetFunctions(sqlite3* db) {
@@ -168,6 +246,12 @@ void registerJetFunctions(sqlite3* db) {
   add(db, "jet_pow", 2, [](auto& a) {
     if (a[0].isNull() || a[1].isNull()) return Variant::null();
     return Variant::dbl(std::pow(a[0].toDouble(), a[1].toDouble()));
+  });
+
+  // 1/0 (Null with a Null side): the translation turns it into Jet's -1/0 where used as a value.
+  add(db, "jet_like", 2, [](auto& a) {
+    if (a[0].isNull() || a[1].isNull()) return Variant::null();
+    return Variant::longInt(likeMatch(a[0].toString(), a[1].toString()) ? 1 : 0);
   });
 
   add(db, "jet_trim", 1, [](auto& a) { return vb::Trim(a[0]); });

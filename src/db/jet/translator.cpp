@@ -461,8 +461,7 @@ struct Translator::Impl {
       case Expr::Between: {
         Out x = expr(*e.args[0], scope), lo = expr(*e.args[1], scope), hi = expr(*e.args[2], scope);
         return {"(" + value(x) + collateFor({&x, &lo, &hi}) + " " + (e.negated ? "NOT " : "") +
-                    "BETWEEN " +
-                    value(lo) + " AND " + value(hi) + ")",
+                    "BETWEEN " + value(lo) + " AND " + value(hi) + ")",
                 VarType::Boolean, true};
       }
       case Expr::InList: {
@@ -528,9 +527,11 @@ struct Translator::Impl {
     if (op == "\\") return {"jet_intdiv(" + value(a) + ", " + value(b) + ")", VarType::Long, false};
     if (op == "mod") return {"jet_mod(" + value(a) + ", " + value(b) + ")", VarType::Long, false};
     if (op == "^") return {"jet_pow(" + value(a) + ", " + value(b) + ")", VarType::Double, false};
-    if (op == "like")
-      return {"(" + value(a) + (e.negated ? " NOT LIKE " : " LIKE ") + value(b) + ")",
-              VarType::Boolean, true};
+    if (op == "like") {
+      // SQLite's own LIKE folds ASCII letters only.
+      std::string m = "jet_like(" + typedValue(a) + ", " + typedValue(b) + ")";
+      return {e.negated ? "(NOT " + m + ")" : m, VarType::Boolean, true};
+    }
     // Comparisons: text compares without regard to case, whatever the operands' origin. Numbers
     // and dates known on both sides compare plainly, so an index on the column can serve (a
     // collation the index does not have rules it out: keys and counts by id would scan).
@@ -634,10 +635,13 @@ struct Translator::Impl {
     for (auto& a : e.args) tablesOf(*a, scope, out);
   }
 
-  std::string outputName(const Expr& e, const SelectItem& it, int& exprNo) {
+  std::string outputName(const Expr& e, const SelectItem& it, int& exprNo, const Scope& scope) {
     if (!it.alias.empty()) return it.alias;
     if (e.kind == Expr::Column) {
-      if (e.bracketedDot) return e.text;
+      // [Table.Column] read as Table.Column is named by its column, like Table.Column.
+      if (auto dot = e.text.find('.');
+          e.bracketedDot && dot != std::string::npos && scope.find(e.text.substr(0, dot)))
+        return e.text.substr(dot + 1);
       return e.text;
     }
     if (e.kind == Expr::Func && isAggregateName(e.text) && !e.args.empty() &&
@@ -685,7 +689,7 @@ struct Translator::Impl {
         continue;
       }
       Out o = expr(*it.expr, p.scope);
-      std::string name = outputName(*it.expr, it, exprNo);
+      std::string name = outputName(*it.expr, it, exprNo, p.scope);
       names.push_back(name);
       // A comparison or True used as a value is the number -1 or 0.
       p.out.types.push_back(o.boolean ? VarType::Long : o.type);

@@ -80,6 +80,14 @@ TEST_F(Jet, TextComparesGroupsAndSortsWithoutCase) {
               ElementsAre("Alpha|2", "beta|1", "Émile|1", "zed|1"));
   EXPECT_THAT(rows("SELECT Label FROM GroupIDs WHERE Label Like 'AL%'"),
               ElementsAre("Alpha", "ALPHA"));
+  // Like folds letters beyond ASCII too, and knows the provider's _ and [sets].
+  EXPECT_THAT(rows("SELECT Label FROM GroupIDs WHERE Label Like 'é%' OR Label Like '_ET_'"),
+              ElementsAre("beta", "Émile"));
+  EXPECT_THAT(rows("SELECT Label FROM GroupIDs WHERE Label Like '[!a-c]%' AND Label NOT Like "
+                   "'%d'"),
+              ElementsAre("Émile"));
+  EXPECT_THAT(rows("SELECT Label Like 'z%', Null Like 'z' FROM GroupIDs WHERE Label = 'ZED'"),
+              ElementsAre("-1|<null>"));
 }
 
 TEST_F(Jet, DistinctRowGivesOneRowPerGroupOfTheOutputTables) {

@@ -52,6 +52,7 @@ class ReportSql : public ::testing::Test {
   // items in all three worksheets.
   void build() {
     data::Fixture& f = *f_;
+    f.exec("BEGIN");
     ids_["EventID"] = e_ = f.event({.name = "Lee Wedding"});
     f.event({.name = "other event"});
     rec_ = f.party(e_, {.name = "Reception", .city = "Oslo", .country = "Norway"});
@@ -65,6 +66,7 @@ class ReportSql : public ::testing::Test {
     cid_ = f.guest(lees, {.first = "Cid", .last = "Lee", .type = 2, .age = 6});
     dee_ = f.guest(moe, {.first = "Dee", .last = "Moe", .role = "Usher"});
     ids_["GuestID"] = ann_;
+    f.exec("UPDATE GuestNames SET GTitle = '', GSuffix = ''");  // as the application stores them
     long pg = f.invitation(rec_, lees,
                            {.formalLabel = "The Lees",
                             .rsvpd = true,
@@ -110,14 +112,18 @@ class ReportSql : public ::testing::Test {
     f.item(actual, {.item = "Lilies", .price = data::money(50), .qty = 1, .invoiceId = inv});
     long budget = f.assignment(e_, music, band, {.worksheetType = 0});
     f.item(budget, {.item = "Roses", .price = data::money(30), .qty = 1});
+    long gig = f.assignment(e_, music, band, {.worksheetType = 1});
+    f.item(gig, {.item = "Drums", .price = data::money(20), .qty = 1});
     f.payment(est, {.amount = data::money(40), .due = data::date(2024, 5, 1), .invoiceId = inv});
     ids_["PaperSetupID"] = 1;
     ids_["StationeryID"] = 1;
+    f.exec("COMMIT");
   }
 
-  std::string sql(const std::string& name) const {
+  std::string sql(const std::string& name, std::map<std::string, long> with = {}) const {
     std::string s = sql_.at(name);
-    for (auto& [k, v] : ids_)
+    with.insert(ids_.begin(), ids_.end());
+    for (auto& [k, v] : with)
       for (size_t p; (p = s.find("{" + k + "}")) != std::string::npos;)
         s.replace(p, k.size() + 2, std::to_string(v));
     return s;
@@ -143,16 +149,23 @@ class ReportSql : public ::testing::Test {
     }
     return out;
   }
-  // One column of every row.
-  std::vector<std::string> column(const std::string& text, const std::string& col) {
+  // The named columns of every row, as "a|b".
+  std::vector<std::string> columns(const std::string& text, std::vector<std::string> cols) {
     Recordset rs;
     rs.open(text, c_);
     std::vector<std::string> out;
     for (; !rs.EOF_(); rs.moveNext()) {
-      Variant v = rs.value(col);
-      out.push_back(v.isNull() ? "<null>" : v.toString());
+      std::string r;
+      for (size_t i = 0; i < cols.size(); ++i) {
+        Variant v = rs.value(cols[i]);
+        r += (i ? "|" : "") + (v.isNull() ? std::string("<null>") : v.toString());
+      }
+      out.push_back(r);
     }
     return out;
+  }
+  std::vector<std::string> column(const std::string& text, const std::string& col) {
+    return columns(text, {col});
   }
 
   std::string path_;
@@ -183,6 +196,108 @@ TEST_F(ReportSql, EveryStatementRuns) {
     }
   }
   EXPECT_THAT(failed, ElementsAre());
+}
+
+TEST_F(ReportSql, RsvpListsGiveOneRowPerInvitedGroupAndTheirCounts) {
+  // The Lees have three invitees at the reception, still one line.
+  EXPECT_THAT(column(sql("rsvp.rows"), "FormalLabel"), ElementsAre("The Lees", "Mr Moe"));
+  EXPECT_THAT(column(sql("rsvp.rows"), "Address"), ElementsAre("Oslo, \rNorway", "Oslo, \rNorway"));
+  // A location without city, postal code and country keeps only the parts it has.
+  EXPECT_THAT(column(sql("rsvp.rows", {{"PartyID", cer_}}), "Address"),
+              ElementsAre("1 Church Rd\rOS  "));
+  for (auto [name, n] : {std::pair{"rsvp.invitations", "2"},
+                         {"rsvp.invitees", "4"},
+                         {"rsvp.attendees", "3"},
+                         {"rsvp.rsvps", "1"},
+                         {"rsvp.attending", "3"},
+                         {"guestlist.invitees", "4"},
+                         {"guestlist.adults", "3"},
+                         {"guestlist.children", "1"},
+                         {"guestlist.group", "3"},
+                         {"stats.invitedAdults", "3"},
+                         {"stats.attendingAdults", "2"},
+                         {"stats.attendingChildren", "1"},
+                         {"menu.attending", "3"},
+                         {"tables.count", "3"},
+                         {"tables.seats", "18"},
+                         {"tables.seatsUsed", "2"},
+                         {"roomplan.tables", "1"},
+                         {"roomplan.chairs", "2"},
+                         {"roomplan.chairsUsed", "1"}})
+    EXPECT_THAT(rows(sql(name)), ElementsAre(n)) << name;
+  // A count of a party nobody answered has no row at all.
+  EXPECT_THAT(rows(sql("rsvp.rsvps", {{"PartyID", cer_ + 100}})), ElementsAre());
+  // Primary invitees only, in the caller's order.
+  EXPECT_THAT(column(sql("guestlist.rows"), "FormalLabel"), ElementsAre("Mr Moe", "The Lees"));
+}
+
+TEST_F(ReportSql, CrosstabsNameOrderAndFillTheirColumns) {
+  long none = f_->party(e_, {.name = ""});
+  f_->invite(dee_, none);
+  std::vector<std::string> names;
+  auto r = rows(sql("attendance.crosstab"), &names);
+  EXPECT_THAT(names,
+              ElementsAre("Category", "Name", "TotalOfAttending", "<>", "Ceremony", "Reception"));
+  // Names sort without regard to case: "bob lee" between "Ann Lee" and "Cid Lee".
+  EXPECT_THAT(r,
+              ElementsAre("Family|Ann Lee|2|<null>|1|1", "Family|bob lee|1|<null>|<null>|1",
+                          "Family|Cid Lee|1|<null>|<null>|1", "<null>|Dee Moe|1|1|<null>|<null>"));
+
+  c_.execute(sql("budget.make"));
+  r = rows(sql("budget.crosstab"), &names);
+  EXPECT_THAT(names,
+              ElementsAre("VendorRequired", "Category", "Total Of GrandTotal", "0", "1", "2"));
+  EXPECT_THAT(r, ElementsAre("True|Flowers|246|<null>|<null>|246", "False|Music|50|30|20|<null>"));
+  c_.execute(sql("budget.drop"));
+
+  c_.execute(sql("quote.make"));
+  EXPECT_THAT(rows("SELECT Item, Amount, TotalTax, TotalTip, GrandTotal FROM VENDOR_SUMMARY"),
+              ElementsAre("Roses|200|16|30|246", "Drums|20|0|0|20", "Lilies|50|0|0|50"));
+  try {
+    c_.execute(sql("quote.make"));
+    ADD_FAILURE() << "the work table was made twice";
+  } catch (const DbError& e) {
+    EXPECT_EQ(e.number(), kErrSyntax);
+    EXPECT_EQ(e.description(), "Table 'VENDOR_SUMMARY' already exists.");
+  }
+  r = rows(sql("quote.crosstab"), &names);
+  EXPECT_THAT(names, ElementsAre("Item", "1-Band", "1-Flower Shop", "2-Flower Shop"));
+  EXPECT_THAT(r, ElementsAre("Drums|20|<null>|<null>", "Lilies|<null>|50|<null>",
+                             "Roses|<null>|<null>|246"));
+  c_.execute(sql("quote.drop"));
+}
+
+TEST_F(ReportSql, SeatingUnionsAreOrderedAsAWhole) {
+  EXPECT_THAT(columns(sql("tables.byTable"), {"TableName", "FormatSeats", "FullName"}),
+              ElementsAre(" Not Seated|<null>|Cid Lee ", "Head Table|01|Ann Lee ",
+                          "table 2|02|bob lee ", "Table 3|<null>|<null>"));
+  EXPECT_THAT(
+      columns(sql("tables.byGuest"), {"TableName", "FormatSeats", "FullName"}),
+      ElementsAre("Head Table|01|Ann Lee ", "table 2|02|bob lee ", "Not Seated|00|Cid Lee "));
+  EXPECT_THAT(
+      columns(sql("roomplan.guests"), {"FullName", "RoomName", "TableSum"}),
+      ElementsAre("Ann Lee |Hall|#1: Round / 1", "bob lee ||Not Seated", "Cid Lee ||Not Seated"));
+  auto byLabel = columns(sql("roomplan.byLabel"), {"RoomName", "TableSum", "ChairNumber"});
+  EXPECT_THAT(byLabel, ElementsAre("|Not Seated|0", "|Not Seated|0", "Hall|Round (#1)|1"));
+  EXPECT_THAT(column(sql("roomplan.byNumber"), "TableSum"),
+              ElementsAre("Not Seated", "Not Seated", "#1 (Round)"));
+}
+
+TEST_F(ReportSql, BracketedNamesAndCallerClausesWithoutCase) {
+  std::vector<std::string> names;
+  auto r = rows(sql("hotel.rows"), &names);
+  ASSERT_FALSE(names.empty());
+  EXPECT_EQ(names[0], "SubEventName");
+  EXPECT_THAT(columns(sql("hotel.rows"), {"SubEventName", "Hotel", "FormalLabel"}),
+              ElementsAre("Reception|Grand|The Lees"));
+  EXPECT_THAT(columns(sql("arrival.rows"), {"SubEventName", "TCarrier", "Ride"}),
+              ElementsAre("Reception|SAS|False"));
+  EXPECT_THAT(rows(sql("departure.rows")), ElementsAre());
+  // Clauses a caller adds compare text without regard to case.
+  EXPECT_THAT(rows(sql("guestlist.invitees") + " and GuestNames.GLName = 'LEE'"), ElementsAre("3"));
+  EXPECT_THAT(column(sql("masterlist.rows"), "GLName"), ElementsAre("Lee", "lee", "Moe"));
+  EXPECT_THAT(rows(sql("roles.rows")), ::testing::SizeIs(2));
+  EXPECT_THAT(column(sql("roles.rows"), "Category"), ElementsAre("(Family)", "(No Category)"));
 }
 
 }  // namespace
