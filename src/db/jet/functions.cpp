@@ -271,7 +271,9 @@ void registerJetFunctions(sqlite3* db) {
     return Variant::integer(static_cast<std::int16_t>(static_cast<unsigned char>(s[0])));
   });
   add(db, "jet_space", 1, [](auto& a) {
-    return Variant::string(std::string(static_cast<size_t>(std::max(0L, arg(a, 0, 0))), ' '));
+    long n = std::max(0L, arg(a, 0, 0));
+    if (n > (1L << 20)) throw RuntimeError(14, "Out of string space");
+    return Variant::string(std::string(static_cast<size_t>(n), ' '));
   });
   add(db, "jet_instr", 2, [](auto& a) { return vb::InStr(a[0], a[1], 1, true); });
   add(db, "jet_instr", 3, [](auto& a) { return vb::InStr(a[1], a[2], arg(a, 0, 1), true); });

@@ -469,6 +469,8 @@ struct Translator::Impl {
         std::vector<Out> items;
         bool text = !isNotText(x);
         for (size_t i = 1; i < e.args.size(); ++i) {
+          // Jet's Not In passes over a Null in the list; SQLite's would make every answer Null.
+          if (e.negated && e.args[i]->kind == Expr::Null) continue;
           items.push_back(expr(*e.args[i], scope));
           text = text || !isNotText(items.back());
         }
@@ -480,7 +482,14 @@ struct Translator::Impl {
       case Expr::InSelect: {
         Out x = expr(*e.args[0], scope);
         SelectOut sub = select(*e.sub, &scope, false);
-        return {"(" + value(x) + (e.negated ? " NOT" : "") + " IN (" + sub.sql + "))",
+        std::string lhs = value(x) + (isNotText(x) ? "" : " COLLATE JETTEXT");
+        if (!e.negated || sub.star || sub.names.empty())
+          return {"(" + lhs + (e.negated ? " NOT" : "") + " IN (" + sub.sql + "))",
+                  VarType::Boolean, true};
+        // As with a list, Not In passes over the Nulls the subquery returns.
+        std::string c = ident(sub.names[0]);
+        return {"(" + lhs + " NOT IN (SELECT " + c + " FROM (" + sub.sql + ") WHERE " + c +
+                    " IS NOT NULL))",
                 VarType::Boolean, true};
       }
       case Expr::IsNull: {
@@ -693,7 +702,10 @@ struct Translator::Impl {
       names.push_back(name);
       // A comparison or True used as a value is the number -1 or 0.
       p.out.types.push_back(o.boolean ? VarType::Long : o.type);
-      p.itemSql.push_back(value(o));
+      // Text made by an expression de-duplicates (DISTINCT, UNION) and compares further out
+      // without regard to case, as a text column does.
+      bool textExpr = !isNotText(o) && it.expr->kind != Expr::Column;
+      p.itemSql.push_back(value(o) + (textExpr ? " COLLATE JETTEXT" : ""));
       if (!it.alias.empty()) p.scope.aliases.push_back({it.alias, {value(o), o.type}});
     }
     // Two columns of the same name from different tables are told apart as Table.Column; the

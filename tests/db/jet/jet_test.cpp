@@ -78,6 +78,14 @@ TEST_F(Jet, TextComparesGroupsAndSortsWithoutCase) {
               ElementsAre("Alpha", "ALPHA", "beta", "Émile", "zed"));
   EXPECT_THAT(rows("SELECT Label & '' AS L, Count(*) AS N FROM GroupIDs GROUP BY Label & ''"),
               ElementsAre("Alpha|2", "beta|1", "Émile|1", "zed|1"));
+  EXPECT_THAT(rows("SELECT DISTINCT Label & '' FROM GroupIDs WHERE Label Like 'a%'"),
+              ElementsAre("Alpha"));
+  EXPECT_THAT(rows("SELECT Trim(Label) FROM GroupIDs WHERE Label < 'b' UNION SELECT 'ÉMILE' FROM "
+                   "GroupIDs UNION SELECT Label FROM GroupIDs WHERE Label = 'Émile'"),
+              ::testing::SizeIs(2));
+  EXPECT_THAT(rows("SELECT Count(*) FROM GroupIDs WHERE Label & '' In (SELECT 'BETA' FROM "
+                   "GroupIDs) OR Label Not In ('zed', Null, 'alpha', 'BETA')"),
+              ElementsAre("2"));
   EXPECT_THAT(rows("SELECT Label FROM GroupIDs WHERE Label Like 'AL%'"),
               ElementsAre("Alpha", "ALPHA"));
   // Like folds letters beyond ASCII too, and knows the provider's _ and [sets].

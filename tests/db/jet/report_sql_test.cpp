@@ -277,6 +277,10 @@ TEST_F(ReportSql, SeatingUnionsAreOrderedAsAWhole) {
   EXPECT_THAT(
       columns(sql("roomplan.guests"), {"FullName", "RoomName", "TableSum"}),
       ElementsAre("Ann Lee |Hall|#1: Round / 1", "bob lee ||Not Seated", "Cid Lee ||Not Seated"));
+  // A chair whose guest is unknown (imported data) leaves the unseated guests listed.
+  f_->exec("UPDATE RoomObjectChairs SET GuestID = NULL WHERE ChairNumber = 2");
+  EXPECT_THAT(column(sql("roomplan.guests"), "TableSum"),
+              ElementsAre("#1: Round / 1", "Not Seated", "Not Seated"));
   auto byLabel = columns(sql("roomplan.byLabel"), {"RoomName", "TableSum", "ChairNumber"});
   EXPECT_THAT(byLabel, ElementsAre("|Not Seated|0", "|Not Seated|0", "Hall|Round (#1)|1"));
   EXPECT_THAT(column(sql("roomplan.byNumber"), "TableSum"),
