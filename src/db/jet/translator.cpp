@@ -812,8 +812,26 @@ struct Translator::Impl {
     Translation t;
     std::string sql;
     SelectOut first;
+    std::vector<Parts> parts;
+    for (const auto& sel : st.selects) parts.push_back(selectParts(*sel, nullptr, false));
+    // A column that is text in one member and a date or truth value in another is text, the
+    // others' values written as CStr writes them (an invoice's blank due date beside real ones).
+    for (size_t k = 0; k < parts[0].itemSql.size(); ++k) {
+      bool text = false;
+      for (const Parts& p : parts)
+        text = text || (k < p.out.types.size() && p.out.types[k] == VarType::String);
+      if (!text) continue;
+      for (Parts& p : parts) {
+        if (k >= p.out.types.size()) continue;
+        VarType t = p.out.types[k];
+        if (t != VarType::Date && t != VarType::Boolean && t != VarType::Currency) continue;
+        p.itemSql[k] = "(CASE WHEN " + p.itemSql[k] + " IS NULL THEN NULL ELSE jet_cstr(" +
+                       typedValue({p.itemSql[k], t, false}) + ") END)";
+        p.out.types[k] = VarType::String;
+      }
+    }
     for (size_t i = 0; i < st.selects.size(); ++i) {
-      Parts p = selectParts(*st.selects[i], nullptr, false);
+      Parts& p = parts[i];
       SelectOut o = assemble(*st.selects[i], p);
       if (i == 0) first = o;
       if (i) sql += st.unionAll[i - 1] ? " UNION ALL " : " UNION ";

@@ -304,5 +304,29 @@ TEST_F(ReportSql, BracketedNamesAndCallerClausesWithoutCase) {
   EXPECT_THAT(column(sql("roles.rows"), "Category"), ElementsAre("(Family)", "(No Category)"));
 }
 
+TEST_F(ReportSql, SummariesAndVendorStatements) {
+  // Groups without a category count under "No Category", with nothing to count.
+  EXPECT_THAT(rows(sql("stats.categoriesInvited")), ElementsAre("No Category|0", "Family|3"));
+  EXPECT_THAT(rows(sql("stats.categoriesAttending")), ElementsAre("Family|3"));
+  EXPECT_THAT(rows(sql("menu.summary")), ElementsAre("Fish|1"));
+  EXPECT_THAT(columns(sql("menu.rows"), {"GuestName", "MenuItem"}),
+              ElementsAre("Ann Lee |Fish", "bob lee |Undecided", "Cid Lee |Undecided"));
+  // Items and payments in one list; a due date beside the items' blank ones reads as a date.
+  f_->paymentType("Balance", 2);
+  f_->payment(ids_["VendorAssignmentID"],
+              {.type = "Balance", .amount = data::money(5), .invoiceId = ids_["InvoiceID"]});
+  EXPECT_THAT(columns(sql("invoice.lines"), {"CompanyName", "PaymentType", "Amount", "DueDate"}),
+              ElementsAre("Flower Shop|Deposit|40|5/1/2024", "Flower Shop|Balance|5|<null>",
+                          "Line Item|Lilies|50|"));
+  std::vector<std::string> names;
+  EXPECT_THAT(rows(sql("pie.rows"), &names), ::testing::SizeIs(2));
+  EXPECT_THAT(names,
+              ElementsAre("Category", "Suggested Budget", "Actual Budget", "Actual Expenses"));
+  EXPECT_THAT(
+      columns(sql("estimates.rows"), {"Item", "VendorAssignments.Tax", "Items.Tax", "Amount"}),
+      ElementsAre("Roses|8|True|200"));
+  EXPECT_THAT(column(sql("worksheets.rows"), "Address"), ElementsAre("", "", "Oslo, ", "Oslo, "));
+}
+
 }  // namespace
 }  // namespace galvix::db
