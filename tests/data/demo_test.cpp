@@ -106,7 +106,7 @@ TEST_F(Demo, AwkwardDataIsThereOnPurpose) {
   EXPECT_NE(scalar(c, "SELECT Count(*) FROM GroupIDs WHERE Len(Label) > 100"), "0");
   // Undecided meals, unseated attending guests, an empty table, one own company.
   EXPECT_NE(scalar(c,
-                   "SELECT Count(*) FROM Invitees WHERE Attending <> 0 AND MenuID = 0 AND "
+                   "SELECT Count(*) FROM Invitees WHERE Attending <> 0 AND MenuID IS NULL AND "
                    "PartyID IN (SELECT PartyID FROM Menu)"),
             "0");
   EXPECT_EQ(scalar(c, "SELECT Count(*) FROM Vendors WHERE MyCompany = -1"), "1");
