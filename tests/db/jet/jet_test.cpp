@@ -223,8 +223,20 @@ TEST_F(Jet, ErrorsNameThePositionAndWhatIsWrong) {
     EXPECT_EQ(e.position(), 41);
     EXPECT_THAT(e.description(), ::testing::HasSubstr("'='"));
   }
-  EXPECT_THROW(rows("SELECT NoSuch FROM GroupIDs"), DbError);
-  EXPECT_THROW(rows("SELECT Label FROM NoSuchTable"), DbError);
+  // Unknown names are named, with the statement as written.
+  for (auto [sql, number, name] :
+       {std::tuple{"SELECT GroupIDs.NoSuch FROM GroupIDs", kErrNoSuchColumn, "GroupIDs.NoSuch"},
+        {"SELECT Label FROM GroupIDs WHERE Lable = 'x'", kErrNoSuchColumn, "Lable"},
+        {"SELECT Label FROM NoSuchTable", kErrNoSuchObject, "NoSuchTable"}}) {
+    try {
+      rows(sql);
+      ADD_FAILURE() << sql;
+    } catch (const DbError& e) {
+      EXPECT_EQ(e.number(), number) << sql;
+      EXPECT_THAT(e.description(), ::testing::HasSubstr("'" + std::string(name) + "'"));
+      EXPECT_EQ(e.sqlWritten(), sql);
+    }
+  }
   EXPECT_THROW(rows("SELECT Frob(Label) FROM GroupIDs"), DbError);
   for (const char* bad : {"SELECT", "SELECT (((", "SELECT 'abc", "SELECT [x", "SELECT #1/2",
                           "SELECT 1 FROM (GroupIDs", "TRANSFORM Sum(1) SELECT 1 FROM GroupIDs",

@@ -328,5 +328,33 @@ TEST_F(ReportSql, SummariesAndVendorStatements) {
   EXPECT_THAT(column(sql("worksheets.rows"), "Address"), ElementsAre("", "", "Oslo, ", "Oslo, "));
 }
 
+TEST_F(ReportSql, CallerClausesOnAnyColumn) {
+  f_->set("Parties", rec_, "Date", data::date(2024, 6, 1));
+  const std::string base = sql("rsvp.rows");
+  const std::string partyClause = "WHERE Parties.PartyID = " + std::to_string(rec_);
+  auto with = [&](const std::string& clause) {
+    std::string s = base;
+    s.replace(s.find(partyClause), partyClause.size(), clause);
+    return column(s, "FormalLabel");
+  };
+  const std::string p = std::to_string(rec_);
+  EXPECT_THAT(
+      with("WHERE Parties.PartyID IN (" + p + ", 999) AND GuestCategories.Category Is Null"),
+      ElementsAre("Mr Moe"));
+  EXPECT_THAT(with(partyClause + " AND NOT (PartyDetails.FormalLabel Like 'the%')"),
+              ElementsAre("Mr Moe"));
+  EXPECT_THAT(with("WHERE SubEvents.SubEventName = 'RECEPTION' AND PartyDetails.RSVPd = True"),
+              ElementsAre("The Lees"));
+  EXPECT_THAT(with("WHERE Parties.PartyID BETWEEN " + p + " AND " + p +
+                   " OR PartyDetails.FormalLabel = 'nobody'"),
+              ElementsAre("The Lees", "Mr Moe"));
+  EXPECT_THAT(with("WHERE Parties.Date BETWEEN #5/1/2024# AND #6/30/2024#"),
+              ElementsAre("The Lees", "Mr Moe"));
+  EXPECT_THAT(with("WHERE Parties.Date > #6/1/2024#"), ElementsAre());
+  EXPECT_THAT(with(partyClause + " AND GuestNames.GFName In ('ANN', \"dee\")"),
+              ElementsAre("The Lees", "Mr Moe"));
+  EXPECT_THAT(with(partyClause + " AND Not Invitees.Attending"), ElementsAre("Mr Moe"));
+}
+
 }  // namespace
 }  // namespace galvix::db
