@@ -1,0 +1,370 @@
+#include "db/access/access_backend.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <mutex>
+
+#include "db/access/access_import.h"
+#include "db/access/access_reader.h"
+#include "db/connection.h"
+#include "db/jet/translator.h"
+#include "db/sqlite_util.h"
+
+namespace galvix::db::access {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+[[noreturn]] void fail(const std::string& path, const std::string& why) {
+  throw DbError(kErrConnection, "Cannot open the Access database '" + path + "': " + why + ".");
+}
+
+std::shared_ptr<sqlite3> emptyDatabase() {
+  sqlite3* raw = nullptr;
+  int rc = sqlite3_open_v2(":memory:", &raw, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+  std::shared_ptr<sqlite3> db(raw, [](sqlite3* d) { sqlite3_close_v2(d); });
+  if (rc != SQLITE_OK) throw DbError(kErrConnection, "Cannot make an in-memory database.");
+  sqlite3_extended_result_codes(raw, 1);
+  registerTextCollation(raw);
+  return db;
+}
+
+// ---- the reading process and its messages ----
+//
+// libmdb trusts the file: a damaged one can make it read out of bounds, abort or loop. The file
+// is therefore read in a child process that sends back the finished database image; a crash or
+// a hang there becomes an error naming the file, never the host's end.
+
+enum Tag : char { kInfo = 'I', kImage = 'D', kError = 'E' };
+
+void putU64(std::string& out, std::uint64_t v) {
+  for (int i = 0; i < 8; ++i) out += static_cast<char>((v >> (8 * i)) & 0xff);
+}
+
+std::uint64_t getU64(const std::string& in, std::size_t& at) {
+  if (at + 8 > in.size()) throw std::runtime_error("short message");
+  std::uint64_t v = 0;
+  for (int i = 0; i < 8; ++i)
+    v |= static_cast<std::uint64_t>(static_cast<unsigned char>(in[at + i])) << (8 * i);
+  at += 8;
+  return v;
+}
+
+void putStr(std::string& out, const std::string& s) {
+  putU64(out, s.size());
+  out += s;
+}
+
+std::string getStr(const std::string& in, std::size_t& at) {
+  std::uint64_t n = getU64(in, at);
+  if (n > in.size() - at) throw std::runtime_error("short message");
+  std::string s = in.substr(at, n);
+  at += n;
+  return s;
+}
+
+std::string encodeInfo(const LoadInfo& info) {
+  std::string out;
+  putStr(out, info.format);
+  putU64(out, static_cast<std::uint64_t>(info.rows));
+  putU64(out, info.tables.size());
+  for (const auto& t : info.tables) putStr(out, t);
+  putU64(out, info.views.size());
+  for (const auto& v : info.views) putStr(out, v);
+  putU64(out, info.skipped.size());
+  for (const auto& s : info.skipped) {
+    putStr(out, s.name);
+    putStr(out, s.reason);
+    putStr(out, s.sql);
+  }
+  return out;
+}
+
+void decodeInfo(const std::string& in, LoadInfo& info) {
+  std::size_t at = 0;
+  info.format = getStr(in, at);
+  info.rows = static_cast<std::int64_t>(getU64(in, at));
+  for (auto n = getU64(in, at); n > 0; --n) info.tables.push_back(getStr(in, at));
+  for (auto n = getU64(in, at); n > 0; --n) info.views.push_back(getStr(in, at));
+  for (auto n = getU64(in, at); n > 0; --n) {
+    SkippedQuery s;
+    s.name = getStr(in, at);
+    s.reason = getStr(in, at);
+    s.sql = getStr(in, at);
+    info.skipped.push_back(std::move(s));
+  }
+}
+
+bool writeAll(int fd, const char* p, std::size_t n) {
+  while (n > 0) {
+    ssize_t w = ::write(fd, p, n);
+    if (w < 0 && errno == EINTR) continue;
+    if (w <= 0) return false;
+    p += w;
+    n -= static_cast<std::size_t>(w);
+  }
+  return true;
+}
+
+bool sendFrame(int fd, Tag tag, const char* p, std::size_t n) {
+  std::string head(1, tag);
+  putU64(head, n);
+  return writeAll(fd, head.data(), head.size()) && writeAll(fd, p, n);
+}
+
+[[noreturn]] void childMain(const std::string& path, int fd) {
+  int code = 0;
+  try {
+    auto db = emptyDatabase();
+    LoadInfo info;
+    importFile(path, db.get(), info);
+    std::string meta = encodeInfo(info);
+    sqlite3_int64 size = 0;
+    unsigned char* image = sqlite3_serialize(db.get(), "main", &size, 0);
+    if (!image) throw std::runtime_error("the database image cannot be made");
+    bool ok =
+        sendFrame(fd, kInfo, meta.data(), meta.size()) &&
+        sendFrame(fd, kImage, reinterpret_cast<const char*>(image), static_cast<std::size_t>(size));
+    sqlite3_free(image);
+    code = ok ? 0 : 3;
+  } catch (const DbError& e) {
+    std::string m = e.description();
+    sendFrame(fd, kError, m.data(), m.size());
+    code = 1;
+  } catch (const std::exception& e) {
+    std::string m = e.what();
+    sendFrame(fd, kError, m.data(), m.size());
+    code = 1;
+  }
+  ::close(fd);
+  _exit(code);  // no exit handlers: they belong to the parent
+}
+
+// Reads one frame; false at a clean end of the stream. Raises std::runtime_error on timeout.
+bool readFrame(int fd, std::chrono::steady_clock::time_point deadline, char& tag,
+               std::string& payload) {
+  auto readExact = [&](char* p, std::size_t n, bool eofOk) {
+    std::size_t got = 0;
+    while (got < n) {
+      auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                      deadline - std::chrono::steady_clock::now())
+                      .count();
+      if (left <= 0) throw std::runtime_error("timeout");
+      pollfd pfd{fd, POLLIN, 0};
+      int pr = ::poll(&pfd, 1, static_cast<int>(left > 1000 ? 1000 : left));
+      if (pr < 0 && errno == EINTR) continue;
+      if (pr <= 0) continue;
+      ssize_t r = ::read(fd, p + got, n - got);
+      if (r < 0 && errno == EINTR) continue;
+      if (r <= 0) {
+        if (got == 0 && eofOk) return false;
+        throw std::runtime_error("cut short");
+      }
+      got += static_cast<std::size_t>(r);
+    }
+    return true;
+  };
+  char head[9];
+  if (!readExact(head, 9, true)) return false;
+  tag = head[0];
+  std::size_t at = 1;
+  std::string h(head, 9);
+  std::uint64_t n = getU64(h, at);
+  if (n > (std::uint64_t{1} << 34)) throw std::runtime_error("cut short");
+  payload.resize(n);
+  readExact(payload.data(), n, false);
+  return true;
+}
+
+std::shared_ptr<sqlite3> fromImage(const std::string& image, const std::string& path) {
+  auto db = emptyDatabase();
+  auto* buf = static_cast<unsigned char*>(sqlite3_malloc64(image.size()));
+  if (!buf) fail(path, "out of memory");
+  std::memcpy(buf, image.data(), image.size());
+  int rc = sqlite3_deserialize(db.get(), "main", buf, static_cast<sqlite3_int64>(image.size()),
+                               static_cast<sqlite3_int64>(image.size()),
+                               SQLITE_DESERIALIZE_FREEONCLOSE | SQLITE_DESERIALIZE_RESIZEABLE);
+  if (rc != SQLITE_OK)
+    fail(path, "its copy could not be loaded (" + std::string(sqlite3_errstr(rc)) + ")");
+  return db;
+}
+
+std::shared_ptr<sqlite3> loadInChild(const std::string& path, LoadInfo& info) {
+  int fds[2];
+  if (::pipe(fds) != 0) fail(path, std::string("cannot start the reader: ") + std::strerror(errno));
+  pid_t pid = ::fork();
+  if (pid < 0) {
+    ::close(fds[0]);
+    ::close(fds[1]);
+    fail(path, std::string("cannot start the reader: ") + std::strerror(errno));
+  }
+  if (pid == 0) {
+    ::close(fds[0]);
+    childMain(path, fds[1]);
+  }
+  ::close(fds[1]);
+  std::uintmax_t size = 0;
+  std::error_code ec;
+  size = fs::file_size(path, ec);
+  int seconds = 60 + static_cast<int>(size / (1 << 20)) * 5;
+  if (const char* t = std::getenv("GALVIX_ACCESS_TIMEOUT")) seconds = std::atoi(t);
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+  std::string error, meta, image;
+  bool timedOut = false, broken = false;
+  try {
+    char tag;
+    std::string payload;
+    while (readFrame(fds[0], deadline, tag, payload)) {
+      if (tag == kError)
+        error = payload;
+      else if (tag == kInfo)
+        meta = std::move(payload);
+      else if (tag == kImage)
+        image = std::move(payload);
+    }
+  } catch (const std::runtime_error& e) {
+    timedOut = std::string(e.what()) == "timeout";
+    broken = !timedOut;
+  }
+  ::close(fds[0]);
+  if (timedOut) ::kill(pid, SIGKILL);
+  int status = 0;
+  rusage ru{};
+  while (::wait4(pid, &status, 0, &ru) < 0 && errno == EINTR) {
+  }
+  info.readerPeakKb = ru.ru_maxrss;
+  if (timedOut)
+    fail(path, "reading it took longer than " + std::to_string(seconds) +
+                   " seconds (the file may be damaged)");
+  if (WIFSIGNALED(status))
+    fail(path, "the file is damaged (the reader stopped with signal " +
+                   std::to_string(WTERMSIG(status)) + ")");
+  if (!error.empty()) fail(path, error);
+  if (broken || meta.empty() || image.empty() || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
+    fail(path, "the reader ended without a result (the file may be damaged)");
+  try {
+    decodeInfo(meta, info);
+  } catch (const std::exception&) {
+    fail(path, "the reader's answer is damaged");
+  }
+  return fromImage(image, path);
+}
+
+struct Entry {
+  std::uintmax_t size = 0;
+  fs::file_time_type mtime;
+  std::shared_ptr<sqlite3> db;
+  LoadInfo info;
+};
+
+std::mutex cacheMutex;
+std::map<std::string, Entry>& cache() {
+  static std::map<std::string, Entry> c;
+  return c;
+}
+
+std::string keyOf(const std::string& path) {
+  std::error_code ec;
+  auto p = fs::weakly_canonical(path, ec);
+  return ec ? path : p.string();
+}
+
+}  // namespace
+
+std::string checkFile(const std::string& path) {
+  std::error_code ec;
+  if (!fs::is_regular_file(path, ec)) fail(path, "there is no such file");
+  std::uintmax_t size = fs::file_size(path, ec);
+  if (ec) fail(path, ec.message());
+  std::ifstream in(path, std::ios::binary);
+  if (!in) fail(path, "it cannot be opened for reading");
+  unsigned char head[0x20] = {};
+  in.read(reinterpret_cast<char*>(head), sizeof head);
+  if (in.gcount() < static_cast<std::streamsize>(sizeof head) || head[0] != 0 || head[1] != 1 ||
+      head[2] != 0 || head[3] != 0 ||
+      (std::memcmp(head + 4, "Standard Jet DB", 16) != 0 &&
+       std::memcmp(head + 4, "Standard ACE DB", 16) != 0))
+    fail(path, "it is not an Access database");
+  int version = head[0x14];
+  static const char* formats[] = {"Jet 3",  "Jet 4",  "ACE 12", "ACE 14",
+                                  "ACE 15", "ACE 16", "ACE 17"};
+  if (version > 6) fail(path, "its format (version " + std::to_string(version) + ") is not known");
+  std::uintmax_t page = version == 0 ? 2048 : 4096;
+  if (size % page != 0)
+    fail(path, "it is cut short or damaged: " + std::to_string(size) +
+                   " bytes is not a whole number of " + std::to_string(page) + "-byte pages");
+  if (size < 3 * page) fail(path, "it is cut short: too small to hold a catalog");
+  // Page 2 holds the definition of the object table, where the catalog starts.
+  unsigned char catalog[8] = {};
+  in.seekg(static_cast<std::streamoff>(2 * page));
+  in.read(reinterpret_cast<char*>(catalog), sizeof catalog);
+  if (!in || catalog[0] != 0x02) fail(path, "its catalog page is damaged");
+  return formats[version];
+}
+
+std::shared_ptr<sqlite3> load(const std::string& path, LoadInfo* infoOut) {
+  LoadInfo info;
+  info.path = path;
+  auto start = std::chrono::steady_clock::now();
+  checkFile(path);
+  std::shared_ptr<sqlite3> db;
+  const char* inProcess = std::getenv("GALVIX_ACCESS_IN_PROCESS");
+  if (inProcess && *inProcess == '1') {
+    db = emptyDatabase();
+    try {
+      importFile(path, db.get(), info);
+    } catch (const DbError& e) {
+      fail(path, e.description());
+    } catch (const std::exception& e) {
+      fail(path, e.what());
+    }
+  } else {
+    db = loadInChild(path, info);
+  }
+  jet::registerJetFunctions(db.get());
+  info.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  if (infoOut) *infoOut = std::move(info);
+  return db;
+}
+
+std::shared_ptr<sqlite3> open(const std::string& path) {
+  std::error_code ec;
+  std::uintmax_t size = fs::file_size(path, ec);
+  if (ec) fail(path, "there is no such file");
+  auto mtime = fs::last_write_time(path, ec);
+  std::string key = keyOf(path);
+  std::lock_guard<std::mutex> lock(cacheMutex);
+  auto& c = cache();
+  if (auto it = c.find(key); it != c.end() && it->second.size == size && it->second.mtime == mtime)
+    return it->second.db;
+  Entry e;
+  e.size = size;
+  e.mtime = mtime;
+  e.db = load(path, &e.info);
+  c[key] = e;
+  return e.db;
+}
+
+LoadInfo loadInfo(const std::string& path) {
+  std::lock_guard<std::mutex> lock(cacheMutex);
+  auto it = cache().find(keyOf(path));
+  return it == cache().end() ? LoadInfo{} : it->second.info;
+}
+
+void clearCache() {
+  std::lock_guard<std::mutex> lock(cacheMutex);
+  cache().clear();
+}
+
+}  // namespace galvix::db::access
