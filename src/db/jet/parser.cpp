@@ -231,6 +231,7 @@ class Parser {
 
   std::unique_ptr<TableRef> joined() {
     Depth d(*this);
+    Chain chain(*this);
     auto left = tableRef();
     for (;;) {
       std::string type;
@@ -250,6 +251,7 @@ class Parser {
       next();
       if (isWord("outer")) next();
       expectWord("join");
+      link();
       auto j = std::make_unique<TableRef>();
       j->kind = TableRef::Join;
       j->joinType = type;
@@ -296,7 +298,19 @@ class Parser {
   }
 
   // ---- Expressions, lowest precedence first ----
+  // A chain such as a + b + c nests to the left as deep as it is long, and what walks the tree
+  // later recurses that deep: each link counts as a level. The chain's function restores it.
+  struct Chain {
+    explicit Chain(Parser& p) : p_(p), start_(p.depth_) {}
+    ~Chain() { p_.depth_ = start_; }
+    Parser& p_;
+    int start_;
+  };
+  void link() {
+    if (++depth_ > kMaxDepth) syntaxError(sql_, cur().pos, "(expression too complex)");
+  }
   ExprPtr binary(std::string op, ExprPtr a, ExprPtr b, int pos) {
+    link();
     auto e = std::make_unique<Expr>();
     e->kind = Expr::Binary;
     e->text = std::move(op);
@@ -311,6 +325,7 @@ class Parser {
     return orExpr();
   }
   ExprPtr orExpr() {
+    Chain chain(*this);
     auto e = andExpr();
     for (;;) {
       for (const char* w : {"or", "xor", "eqv", "imp"}) {
@@ -325,6 +340,7 @@ class Parser {
     }
   }
   ExprPtr andExpr() {
+    Chain chain(*this);
     auto e = notExpr();
     while (isWord("and")) {
       int p = next().pos;
@@ -346,6 +362,7 @@ class Parser {
     return comparison();
   }
   ExprPtr comparison() {
+    Chain chain(*this);
     auto e = concat();
     for (;;) {
       int p = cur().pos;
@@ -419,6 +436,7 @@ class Parser {
     }
   }
   ExprPtr concat() {
+    Chain chain(*this);
     auto e = additive();
     while (isOp("&")) {
       int p = next().pos;
@@ -427,6 +445,7 @@ class Parser {
     return e;
   }
   ExprPtr additive() {
+    Chain chain(*this);
     auto e = modulo();
     while (isOp("+") || isOp("-")) {
       int p = cur().pos;
@@ -436,6 +455,7 @@ class Parser {
     return e;
   }
   ExprPtr modulo() {
+    Chain chain(*this);
     auto e = intDiv();
     while (isWord("mod")) {
       int p = next().pos;
@@ -444,6 +464,7 @@ class Parser {
     return e;
   }
   ExprPtr intDiv() {
+    Chain chain(*this);
     auto e = multiplicative();
     while (isOp("\\")) {
       int p = next().pos;
@@ -452,6 +473,7 @@ class Parser {
     return e;
   }
   ExprPtr multiplicative() {
+    Chain chain(*this);
     auto e = unary();
     while (isOp("*") || isOp("/")) {
       int p = cur().pos;
@@ -477,6 +499,7 @@ class Parser {
     return power();
   }
   ExprPtr power() {
+    Chain chain(*this);
     auto e = primary();
     while (isOp("^")) {
       int p = next().pos;

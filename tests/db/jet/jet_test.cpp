@@ -238,6 +238,13 @@ TEST_F(Jet, ErrorsNameThePositionAndWhatIsWrong) {
     }
   }
   EXPECT_THROW(rows("SELECT Frob(Label) FROM GroupIDs"), DbError);
+  // Long chains are refused before anything recurses through them; sensible ones pass.
+  std::string chain = "SELECT 1", joins = "SELECT 1 FROM GroupIDs";
+  for (int i = 0; i < 5000; ++i) chain += " + 1";
+  for (int i = 0; i < 500; ++i) joins += " INNER JOIN GroupIDs AS g ON 1 = 1";
+  EXPECT_THROW(rows(chain), DbError);
+  EXPECT_THROW(rows(joins), DbError);
+  EXPECT_THAT(rows(chain.substr(0, 8 + 4 * 60) + " & (2 * 3)"), ElementsAre("616"));
   for (const char* bad : {"SELECT", "SELECT (((", "SELECT 'abc", "SELECT [x", "SELECT #1/2",
                           "SELECT 1 FROM (GroupIDs", "TRANSFORM Sum(1) SELECT 1 FROM GroupIDs",
                           "SELECT * FROM GroupIDs UNION SELECT * FROM GroupIDs ORDER BY Nope"})
