@@ -176,7 +176,7 @@ void makeViews(Reader& reader, sqlite3* db, LoadInfo& info) {
       continue;
     }
     try {
-      pending.push_back({c.name, storedQuerySql(rows), {}});
+      pending.push_back({c.name, storedQuerySql(rows, c.flags), {}});
     } catch (const std::exception& e) {
       info.skipped.push_back({c.name, e.what(), {}});
     }

@@ -343,6 +343,7 @@ Reader::Reader(const std::string& path) : impl_(std::make_unique<Impl>()) {
     CatalogItem item;
     item.name = e->object_name;
     item.id = static_cast<std::uint32_t>(e->table_pg);
+    item.flags = e->flags;
     item.hidden = (e->flags & 0x80000002) != 0 || item.name.rfind("~", 0) == 0;
     switch (e->object_type) {
       case MDB_TABLE:

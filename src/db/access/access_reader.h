@@ -67,6 +67,7 @@ struct CatalogItem {
   std::string name;
   ObjectKind kind = ObjectKind::Other;
   bool hidden = false;
+  int flags = 0;         // the catalog's flags (a query's kind is among them)
   std::uint32_t id = 0;  // low 24 bits of the object id (a table's definition page)
 };
 

@@ -269,13 +269,35 @@ std::string unionSql(const std::vector<QueryRow>& rows) {
 
 }  // namespace
 
-QueryKind queryKind(const std::vector<QueryRow>& rows) {
+QueryKind queryKind(const std::vector<QueryRow>& rows, int objectFlags) {
+  switch (objectFlags & 0xf0) {
+    case 0:
+      break;
+    case 16:
+      return QueryKind::Crosstab;
+    case 32:
+      return QueryKind::Delete;
+    case 48:
+      return QueryKind::Update;
+    case 64:
+      return QueryKind::Append;
+    case 80:
+      return QueryKind::MakeTable;
+    case 96:
+      return QueryKind::DataDefinition;
+    case 112:
+      return QueryKind::PassThrough;
+    case 128:
+      return QueryKind::Union;
+    default:
+      return QueryKind::Unknown;
+  }
   for (const auto& r : rows) {
     if (r.attribute != kType) continue;
     int t = r.flag ? *r.flag : 0;
     return t >= 1 && t <= 9 ? static_cast<QueryKind>(t) : QueryKind::Unknown;
   }
-  return QueryKind::Unknown;
+  return rows.empty() ? QueryKind::Unknown : QueryKind::Select;
 }
 
 const char* queryKindName(QueryKind kind) {
@@ -310,8 +332,9 @@ std::vector<std::string> queryParameters(const std::vector<QueryRow>& rows) {
   return out;
 }
 
-std::string storedQuerySql(const std::vector<QueryRow>& rows) {
-  switch (queryKind(rows)) {
+std::string storedQuerySql(const std::vector<QueryRow>& rows, int objectFlags) {
+  QueryKind kind = queryKind(rows, objectFlags);
+  switch (kind) {
     case QueryKind::Select:
       return selectSql(rows, false);
     case QueryKind::Crosstab:
@@ -319,8 +342,7 @@ std::string storedQuerySql(const std::vector<QueryRow>& rows) {
     case QueryKind::Union:
       return unionSql(rows);
     default:
-      throw std::runtime_error(std::string("a ") + queryKindName(queryKind(rows)) +
-                               " returns no rows");
+      throw std::runtime_error(std::string("a ") + queryKindName(kind) + " returns no rows");
   }
 }
 

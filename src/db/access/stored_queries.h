@@ -28,7 +28,9 @@ enum class QueryKind {
   Union = 9,
 };
 
-QueryKind queryKind(const std::vector<QueryRow>& rows);
+// The kind of a query from its catalog flags, or from its type row where the flags say "select"
+// (older files mark every query so) and a type row exists.
+QueryKind queryKind(const std::vector<QueryRow>& rows, int objectFlags = 0);
 const char* queryKindName(QueryKind kind);  // "make-table query", ...
 
 // The parameters a query asks for ("[Start Date]", "Forms!Dialog!Field"), in order.
@@ -37,6 +39,6 @@ std::vector<std::string> queryParameters(const std::vector<QueryRow>& rows);
 // Jet SQL of a select, crosstab or union query (without PARAMETERS clause or final ';').
 // Throws std::runtime_error when the rows do not make a query of that kind (for example a join
 // whose two sides disagree, or a union without its two parts).
-std::string storedQuerySql(const std::vector<QueryRow>& rows);
+std::string storedQuerySql(const std::vector<QueryRow>& rows, int objectFlags = 0);
 
 }  // namespace galvix::db::access
