@@ -2,6 +2,12 @@
 
 #include "cli/command.h"
 
+// In sanitizer builds: fontconfig keeps its configuration for the life of the process, which
+// LeakSanitizer would report (and fail the run for) at exit.
+extern "C" const char* __lsan_default_suppressions() {
+  return "leak:libfontconfig\n";
+}
+
 namespace galvix::cli {
 std::vector<Setup>& registry() {
   static std::vector<Setup> r;
