@@ -345,11 +345,16 @@ struct Translator::Impl {
 
   Out func(const Expr& e, const Scope& scope) {
     const std::string& n = e.text;
+    // Errors name the function as written.
+    std::string written = n;
+    if (e.pos >= 0 && static_cast<size_t>(e.pos) + n.size() <= sql.size() &&
+        vb::compareTextNoCase(sql.substr(static_cast<size_t>(e.pos), n.size()), n) == 0)
+      written = std::string(sql.substr(static_cast<size_t>(e.pos), n.size()));
     auto a = [&](size_t i) { return expr(*e.args[i], scope); };
     auto need = [&](size_t lo, size_t hi) {
       if (e.args.size() < lo || e.args.size() > hi)
         error(kErrSyntax,
-              "Wrong number of arguments used with function '" + n + "' in query expression.",
+              "Wrong number of arguments used with function '" + written + "' in query expression.",
               e.pos);
     };
     if (isAggregateName(n)) {
@@ -370,7 +375,7 @@ struct Translator::Impl {
                 x.type == VarType::Currency ? VarType::Currency : VarType::Double, false};
       if (n == "min" || n == "max") return {n + "(" + arg + ")", x.type, false};
       if (n == "first" || n == "last") return {"jet_" + n + "(" + arg + ")", x.type, false};
-      error(kErrSyntax, "Undefined function '" + n + "' in expression.", e.pos);
+      error(kErrSyntax, "Undefined function '" + written + "' in expression.", e.pos);
     }
     if (n == "iif") {
       need(3, 3);
@@ -417,7 +422,7 @@ struct Translator::Impl {
     };
     auto it = known.find(n);
     if (it == known.end())
-      error(kErrSyntax, "Undefined function '" + n + "' in expression.", e.pos);
+      error(kErrSyntax, "Undefined function '" + written + "' in expression.", e.pos);
     int arity = it->second.first;
     if (arity >= 0) need(static_cast<size_t>(arity), static_cast<size_t>(arity));
     if (n == "mid") need(2, 3);
