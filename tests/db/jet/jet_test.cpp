@@ -8,6 +8,7 @@
 
 #include "data/fixture.h"
 #include "db/connection.h"
+#include "db/connection_impl.h"
 
 namespace galvix::db {
 namespace {
@@ -207,10 +208,19 @@ TEST_F(Jet, RepeatedQueriesWithNewLiteralsGiveTheirOwnRows) {
   f().guest(g2);
   Connection c;
   c.open(f().connectionString());
-  for (auto [g, n] : {std::pair{g1, 1}, std::pair{g2, 2}, std::pair{g1, 1}}) {
+  for (auto [g, n] : {std::pair{g1, 1}, std::pair{g2, 2}, std::pair{g1, 1}, std::pair{g2 + 9, 0}}) {
     Recordset rs;
     rs.open("Select Count(1) as NumGuests from GuestNames where GroupID = " + std::to_string(g), c);
     EXPECT_EQ(rs.value("NumGuests").toLong(), n);
+  }
+  // ... from one prepared statement. A number in the select list stays in the text: its own.
+  EXPECT_EQ(c.impl().statements()->misses(), 1u);
+  for (int k : {1, 2}) {
+    Recordset rs;
+    rs.open("SELECT " + std::to_string(k) +
+                " + GroupID FROM GroupIDs WHERE GroupID = " + std::to_string(g1),
+            c);
+    EXPECT_EQ(rs.fields(0).value().toLong(), k + g1);
   }
 }
 
