@@ -400,7 +400,9 @@ bool isDateChar(char c) {
   }
 }
 
-bool looksLikeDatePattern(std::string_view sec) {
+// Whether a character outside quoted literals and backslash escapes satisfies `pred`.
+template <class Pred>
+bool anyUnquoted(std::string_view sec, Pred pred) {
   for (size_t i = 0; i < sec.size(); ++i) {
     char c = sec[i];
     if (c == '"') {
@@ -409,11 +411,15 @@ bool looksLikeDatePattern(std::string_view sec) {
       i = e;
     } else if (c == '\\') {
       ++i;
-    } else if (isDateChar(c) || c == '/' || c == ':') {
+    } else if (pred(c)) {
       return true;
     }
   }
   return false;
+}
+
+bool looksLikeDatePattern(std::string_view sec) {
+  return anyUnquoted(sec, [](char c) { return isDateChar(c) || c == '/' || c == ':'; });
 }
 
 std::string pad2(int v) {
@@ -713,19 +719,8 @@ std::string formatText(const std::string& s, std::string_view p) {
 }
 
 bool isTextPattern(std::string_view sec) {
-  for (size_t i = 0; i < sec.size(); ++i) {
-    char c = sec[i];
-    if (c == '"') {
-      size_t e = sec.find('"', i + 1);
-      if (e == std::string_view::npos) return false;
-      i = e;
-    } else if (c == '\\') {
-      ++i;
-    } else if (c == '@' || c == '&' || c == '<' || c == '>' || c == '!') {
-      return true;
-    }
-  }
-  return false;
+  return anyUnquoted(
+      sec, [](char c) { return c == '@' || c == '&' || c == '<' || c == '>' || c == '!'; });
 }
 
 std::string currency(const Variant& v) {
