@@ -14,6 +14,7 @@
 #include <fstream>
 #include <map>
 #include <mutex>
+#include <vector>
 
 #include "db/access/access_import.h"
 #include "db/access/access_reader.h"
@@ -174,40 +175,28 @@ void limitMemory(std::uintmax_t fileSize) {
   _exit(code);  // no exit handlers: they belong to the parent
 }
 
-// Reads one frame; false at a clean end of the stream. Raises std::runtime_error on timeout.
-bool readFrame(int fd, std::chrono::steady_clock::time_point deadline, char& tag,
-               std::string& payload) {
-  auto readExact = [&](char* p, std::size_t n, bool eofOk) {
-    std::size_t got = 0;
-    while (got < n) {
-      auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-                      deadline - std::chrono::steady_clock::now())
-                      .count();
-      if (left <= 0) throw std::runtime_error("timeout");
-      pollfd pfd{fd, POLLIN, 0};
-      int pr = ::poll(&pfd, 1, static_cast<int>(left > 1000 ? 1000 : left));
-      if (pr < 0 && errno == EINTR) continue;
-      if (pr <= 0) continue;
-      ssize_t r = ::read(fd, p + got, n - got);
-      if (r < 0 && errno == EINTR) continue;
-      if (r <= 0) {
-        if (got == 0 && eofOk) return false;
-        throw std::runtime_error("cut short");
-      }
-      got += static_cast<std::size_t>(r);
-    }
-    return true;
-  };
-  char head[9];
-  if (!readExact(head, 9, true)) return false;
-  tag = head[0];
-  std::size_t at = 1;
-  std::string h(head, 9);
-  std::uint64_t n = getU64(h, at);
-  if (n > (std::uint64_t{1} << 34)) throw std::runtime_error("cut short");
-  payload.resize(n);
-  readExact(payload.data(), n, false);
-  return true;
+// What the child wrote, split into its frames. Raises std::runtime_error when cut short.
+void splitFrames(const std::string& data, std::string& error, std::string& meta,
+                 std::string& image) {
+  std::size_t at = 0;
+  while (at < data.size()) {
+    char tag = data[at++];
+    std::string payload = getStr(data, at);
+    if (tag == kError)
+      error = std::move(payload);
+    else if (tag == kInfo)
+      meta = std::move(payload);
+    else if (tag == kImage)
+      image = std::move(payload);
+  }
+}
+
+// The last line libmdb (or a sanitizer) printed, for the error message.
+std::string lastLine(std::string text) {
+  while (!text.empty() && (text.back() == '\n' || text.back() == '\r' || text.back() == ' '))
+    text.pop_back();
+  auto nl = text.rfind('\n');
+  return nl == std::string::npos ? text : text.substr(nl + 1);
 }
 
 std::shared_ptr<sqlite3> fromImage(const std::string& image, const std::string& path) {
@@ -224,60 +213,92 @@ std::shared_ptr<sqlite3> fromImage(const std::string& image, const std::string& 
 }
 
 std::shared_ptr<sqlite3> loadInChild(const std::string& path, LoadInfo& info) {
-  int fds[2];
-  if (::pipe(fds) != 0) fail(path, std::string("cannot start the reader: ") + std::strerror(errno));
+  // Two pipes: the result, and the child's stderr, where libmdb writes a warning per damaged
+  // row (thousands on a bad file). Only the last of it is kept, for the error message.
+  int out[2], err[2];
+  if (::pipe(out) != 0) fail(path, std::string("cannot start the reader: ") + std::strerror(errno));
+  if (::pipe(err) != 0) {
+    ::close(out[0]);
+    ::close(out[1]);
+    fail(path, std::string("cannot start the reader: ") + std::strerror(errno));
+  }
   pid_t pid = ::fork();
   if (pid < 0) {
-    ::close(fds[0]);
-    ::close(fds[1]);
+    for (int fd : {out[0], out[1], err[0], err[1]}) ::close(fd);
     fail(path, std::string("cannot start the reader: ") + std::strerror(errno));
   }
   if (pid == 0) {
-    ::close(fds[0]);
-    childMain(path, fds[1]);
+    ::close(out[0]);
+    ::close(err[0]);
+    ::dup2(err[1], STDERR_FILENO);
+    ::close(err[1]);
+    childMain(path, out[1]);
   }
-  ::close(fds[1]);
-  std::uintmax_t size = 0;
+  ::close(out[1]);
+  ::close(err[1]);
   std::error_code ec;
-  size = fs::file_size(path, ec);
+  std::uintmax_t size = fs::file_size(path, ec);
   int seconds = 20 + static_cast<int>(size / (1 << 20)) * 2;
   if (const char* t = std::getenv("GALVIX_ACCESS_TIMEOUT")) seconds = std::atoi(t);
   auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
-  std::string error, meta, image;
-  bool timedOut = false, broken = false;
-  try {
-    char tag;
-    std::string payload;
-    while (readFrame(fds[0], deadline, tag, payload)) {
-      if (tag == kError)
-        error = payload;
-      else if (tag == kInfo)
-        meta = std::move(payload);
-      else if (tag == kImage)
-        image = std::move(payload);
+  std::string data, said;
+  bool timedOut = false;
+  int fds[2] = {out[0], err[0]};
+  std::vector<char> buf(1 << 16);
+  while (fds[0] >= 0 || fds[1] >= 0) {
+    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                    deadline - std::chrono::steady_clock::now())
+                    .count();
+    if (left <= 0) {
+      timedOut = true;
+      break;
     }
-  } catch (const std::runtime_error& e) {
-    timedOut = std::string(e.what()) == "timeout";
-    broken = !timedOut;
+    pollfd p[2] = {{fds[0], POLLIN, 0}, {fds[1], POLLIN, 0}};  // negative fds are ignored
+    int pr = ::poll(p, 2, static_cast<int>(left > 1000 ? 1000 : left));
+    if (pr <= 0) continue;
+    for (int i = 0; i < 2; ++i) {
+      if (fds[i] < 0 || !(p[i].revents & (POLLIN | POLLHUP | POLLERR))) continue;
+      ssize_t r = ::read(fds[i], buf.data(), buf.size());
+      if (r < 0 && errno == EINTR) continue;
+      if (r <= 0) {
+        ::close(fds[i]);
+        fds[i] = -1;
+      } else if (i == 0) {
+        data.append(buf.data(), static_cast<std::size_t>(r));
+      } else {
+        said.append(buf.data(), static_cast<std::size_t>(r));
+        if (said.size() > 8192) said.erase(0, said.size() - 4096);
+      }
+    }
   }
-  ::close(fds[0]);
+  for (int fd : fds)
+    if (fd >= 0) ::close(fd);
   if (timedOut) ::kill(pid, SIGKILL);
   int status = 0;
   rusage ru{};
   while (::wait4(pid, &status, 0, &ru) < 0 && errno == EINTR) {
   }
   info.readerPeakKb = ru.ru_maxrss;
+  std::string last = lastLine(said);
+  std::string because = last.empty() ? "" : "; last message: " + last;
   if (timedOut)
     fail(path, "reading it took longer than " + std::to_string(seconds) +
-                   " seconds (the file may be damaged)");
+                   " seconds (the file may be damaged" + because + ")");
   if (WIFSIGNALED(status))
     fail(path, "the file is damaged (the reader stopped with signal " +
-                   std::to_string(WTERMSIG(status)) + ")");
+                   std::to_string(WTERMSIG(status)) + because + ")");
+  std::string error, meta, image;
+  bool broken = false;
+  try {
+    splitFrames(data, error, meta, image);
+  } catch (const std::exception&) {
+    broken = true;
+  }
   if (!error.empty()) fail(path, error);
   if (broken || meta.empty() || image.empty() || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
     fail(path, "the reader ended without a result (status " +
                    std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) +
-                   "; the file may be damaged)");
+                   "; the file may be damaged" + because + ")");
   try {
     decodeInfo(meta, info);
   } catch (const std::exception&) {

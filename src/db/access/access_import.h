@@ -5,8 +5,10 @@
 #include <sqlite3.h>
 
 #include <string>
+#include <vector>
 
 #include "db/access/access_backend.h"
+#include "db/access/access_reader.h"
 
 namespace galvix::db::access {
 
@@ -14,7 +16,7 @@ namespace galvix::db::access {
 void importFile(const std::string& path, sqlite3* db, LoadInfo& info);
 
 // The declared SQLite type of a column kind ("TEXT COLLATE JETTEXT", "DATETIME", ...).
-std::string declaredType(const struct ColumnInfo& column);
+std::string declaredType(const ColumnInfo& column);
 
 // `sql` with each ? parameter outside quotes and brackets replaced by the literal in `params`.
 std::string inlineParameters(const std::string& sql, const std::vector<std::string>& literals);

@@ -1,5 +1,8 @@
 #include "db/access/stored_queries.h"
 
+#include "db/access/access_import.h"
+#include "db/access/access_reader.h"
+
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -115,6 +118,28 @@ TEST(StoredQueries, ActionQueriesAndParametersAreReported) {
   rows = {type(1), row(2, {}, "[Start Date]", {}, 8), row(2, {}, "Forms!Dlg!End", {}, 8)};
   EXPECT_EQ(queryParameters(rows), (std::vector<std::string>{"[Start Date]", "Forms!Dlg!End"}));
   EXPECT_EQ(queryKind({}), QueryKind::Unknown);
+}
+
+TEST(ViewText, ParametersAreInlinedOnlyOutsideQuotesAndBrackets) {
+  EXPECT_EQ(inlineParameters("SELECT ?, '?''?', [a?], \"?\", `?` FROM t WHERE x > ?", {"1", "2.5"}),
+            "SELECT 1, '?''?', [a?], \"?\", `?` FROM t WHERE x > 2.5");
+}
+
+TEST(ViewText, SinglesKeepTheirShortestDecimalForm) {
+  EXPECT_EQ(singleAsPrinted(0.15f), 0.15);
+  EXPECT_EQ(singleAsPrinted(1.1f), 1.1);
+  EXPECT_EQ(singleAsPrinted(16777216.0f), 16777216.0);
+  EXPECT_EQ(singleAsPrinted(-3.4028235e38f), -3.4028235e38);
+}
+
+TEST(ViewText, CompressedAndPlainJetText) {
+  // FF FE, then one byte per character until a 0 switches to two-byte characters.
+  const unsigned char compressed[] = {0xff, 0xfe, 'M', 'i', 'r', ' ', 0, 0x1c, 0x04, 0x38, 0x04};
+  EXPECT_EQ(decodeJet4Text(compressed, sizeof compressed), "Mir Ми");
+  const unsigned char plain[] = {'a', 0, 0xe4, 0, 0x3d, 0xd8, 0x00, 0xde};  // a, ä, U+1F600
+  EXPECT_EQ(decodeJet4Text(plain, sizeof plain), "a\xC3\xA4\xF0\x9F\x98\x80");
+  const unsigned char broken[] = {'a', 0, 0x00, 0xd8};  // a lone surrogate
+  EXPECT_EQ(decodeJet4Text(broken, sizeof broken), "a\xEF\xBF\xBD");
 }
 
 }  // namespace
