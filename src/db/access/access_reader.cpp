@@ -13,8 +13,10 @@ namespace galvix::db::access {
 namespace {
 
 constexpr unsigned kOffsetMask = 0x1fff;
-constexpr unsigned kDeletedRow = 0x4000;
-constexpr unsigned kOverflowRow = 0x8000;
+// Row slot flags. A row that grew and moved keeps a slot holding only its new page and row
+// (moved); the copy at the new place is flagged like a deleted row so a scan reads it once.
+constexpr unsigned kDeletedRow = 0x8000;
+constexpr unsigned kMovedRow = 0x4000;
 constexpr std::size_t kMemoHeader = 12;
 
 std::uint32_t le32(const unsigned char* p) {
@@ -440,12 +442,12 @@ TableInfo Reader::readTable(const std::string& name,
     return true;
   };
   const auto pageCount = impl_->fileSize / impl_->pageSize;
+  std::vector<unsigned char> here(impl_->pageSize);
   std::size_t pagesRead = 0;
   mdb_rewind_table(t);
   while (mdb_read_next_dpg(t)) {
     if (++pagesRead > pageCount)
       throw ReadError("table '" + name + "' has more pages than the file");
-    guint32 page = t->cur_phys_pg;
     int rows = mdb_get_int16(mdb->pg_buf, mdb->fmt->row_count_offset);
     if (rows < 0 || rows > 1000) throw ReadError("a page of table '" + name + "' is damaged");
     for (int r = 0; r < rows; ++r) {
@@ -455,8 +457,7 @@ TableInfo Reader::readTable(const std::string& name,
       unsigned flags = static_cast<unsigned>(start);
       if (flags & kDeletedRow) continue;
       start &= static_cast<int>(kOffsetMask);
-      if (flags & kOverflowRow) {
-        // The row moved to another page when it grew; this slot holds its page and row.
+      if (flags & kMovedRow) {
         if (size < 4) continue;
         std::uint32_t pgRow = le32(mdb->pg_buf + start);
         void* buf = nullptr;
@@ -465,11 +466,12 @@ TableInfo Reader::readTable(const std::string& name,
         if (mdb_find_pg_row(mdb, static_cast<int>(pgRow), &buf, &at, &len) != 0 || len == 0)
           continue;
         impl_->checkSpan(at, len);
+        // Crack the row where it now lives, then put this page back (long values read on the
+        // way reuse the spare buffer, and libmdb would not read the current page again).
+        std::memcpy(here.data(), mdb->pg_buf, impl_->pageSize);
         mdb_swap_pgbuf(mdb);
         bool ok = crack(at, len);
-        // Reading long values used the spare buffer: read this page again.
-        if (mdb_read_pg(mdb, page) != static_cast<ssize_t>(impl_->pageSize))
-          throw ReadError("a page of table '" + name + "' cannot be read again");
+        std::memcpy(mdb->pg_buf, here.data(), impl_->pageSize);
         if (ok) row(cells);
         continue;
       }
