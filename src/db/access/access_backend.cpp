@@ -193,7 +193,8 @@ void splitFrames(const std::string& data, std::string& error, std::string& meta,
 
 // The last line libmdb (or a sanitizer) printed, for the error message.
 std::string lastLine(std::string text) {
-  while (!text.empty() && (text.back() == '\n' || text.back() == '\r' || text.back() == ' '))
+  while (!text.empty() &&
+         (text.back() == '\n' || text.back() == '\r' || text.back() == ' ' || text.back() == '.'))
     text.pop_back();
   auto nl = text.rfind('\n');
   return nl == std::string::npos ? text : text.substr(nl + 1);
