@@ -2,7 +2,10 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -229,11 +232,29 @@ TEST(AccessFiles, OneLoadPerFileSharedByConnectionsWithWorkTablesAndTheFileUntou
   }() + ";Persist Security Info=False");
   EXPECT_EQ(open(path).get(), open(path).get());
 
+  // Work tables made on one connection are seen, and dropped, on the other.
+  Recordset rs;
+  EXPECT_THROW(rs.open("SELECT Sum(N) FROM BUDGET_REPORT", b), DbError);
   a.execute(
       "SELECT CategoryID, Count(*) AS N INTO BUDGET_REPORT FROM Products GROUP BY CategoryID");
   EXPECT_EQ(first(b, "SELECT Sum(N) FROM BUDGET_REPORT").toString(), "77");
   b.execute("DROP TABLE BUDGET_REPORT");
+  EXPECT_THROW(rs.open("SELECT Sum(N) FROM BUDGET_REPORT", a), DbError);
   EXPECT_EQ(read(path), before);
+}
+
+TEST(AccessFiles, AChangedFileIsLoadedAgain) {
+  SAMPLE(path, "testV1997.mdb");
+  fs::path copy =
+      fs::temp_directory_path() / ("galvix_access_cache_" + std::to_string(::getpid()) + ".mdb");
+  fs::copy_file(path, copy, fs::copy_options::overwrite_existing);
+  auto before = open(copy.string());
+  EXPECT_EQ(open(copy.string()).get(), before.get());
+  fs::last_write_time(copy, fs::last_write_time(copy) + std::chrono::seconds(5));
+  auto after = open(copy.string());
+  EXPECT_NE(after.get(), before.get());
+  EXPECT_EQ(count(after.get(), "SELECT count(*) FROM Table1"), 2);
+  fs::remove(copy);
 }
 
 }  // namespace
