@@ -8,14 +8,8 @@
 #include "db/recordset_impl.h"
 #include "db/sqlite_util.h"
 
-#if __has_include("db/jet/translator.h")
-#include "db/jet/translator.h"
-#define GALVIX_HAVE_JET 1
-#endif
-#if __has_include("db/access/access_backend.h")
 #include "db/access/access_backend.h"
-#define GALVIX_HAVE_ACCESS 1
-#endif
+#include "db/jet/translator.h"
 
 namespace galvix::db {
 
@@ -44,20 +38,6 @@ std::string unquote(std::string_view s) {
 
 bool endsWithNoCase(std::string_view s, std::string_view suffix) {
   return s.size() >= suffix.size() && lowerAscii(s.substr(s.size() - suffix.size())) == suffix;
-}
-
-// The plan of a statement when no Jet translator is built in: the text runs unchanged.
-[[maybe_unused]] Plan passThroughPlan(std::string_view jetSql) {
-  Plan p;
-  p.sql = std::string(jetSql);
-  std::string head = lowerAscii(trim(jetSql).substr(0, 16));
-  if (head.rfind("select", 0) == 0 || head.rfind("with", 0) == 0 || head.rfind("values", 0) == 0) {
-    p.kind = PlanKind::Select;
-  } else if (head.rfind("drop table", 0) == 0) {
-    p.kind = PlanKind::DropTable;
-    p.targetTable = unquote(trim(jetSql).substr(10));
-  }
-  return p;
 }
 
 bool tableExists(sqlite3* db, const std::string& name) {
@@ -217,12 +197,8 @@ int bindParams(sqlite3_stmt* stmt, const std::vector<Variant>& params, int first
 
 // ---------------------------------------------------------------------------------------------
 struct ConnectionImpl::TranslatorHolder {
-#ifdef GALVIX_HAVE_JET
   explicit TranslatorHolder(sqlite3* db) : translator(db) {}
   jet::Translator translator;
-#else
-  explicit TranslatorHolder(sqlite3*) {}
-#endif
 };
 
 ConnectionImpl::ConnectionImpl(std::shared_ptr<sqlite3> db)
@@ -238,7 +214,6 @@ std::shared_ptr<const Plan> ConnectionImpl::plan(std::string_view jetSql) {
     return it->second;
   }
   auto p = std::make_shared<Plan>();
-#ifdef GALVIX_HAVE_JET
   jet::Translation t = translator_->translator.translate(jetSql);
   p->sql = std::move(t.sql);
   p->params = std::move(t.params);
@@ -258,13 +233,8 @@ std::shared_ptr<const Plan> ConnectionImpl::plan(std::string_view jetSql) {
   p->targetTable = std::move(t.targetTable);
   p->columnNames = std::move(t.columnNames);
   p->columnTypes = std::move(t.columnTypes);
-#else
-  *p = passThroughPlan(jetSql);
-#endif
-#ifdef GALVIX_HAVE_JET
   // A crosstab's columns depend on the data: it is translated afresh each time.
   if (!t.cacheable) return p;
-#endif
   if (plans_.size() >= kMaxPlans) plans_.clear();
   plans_.emplace(std::string(jetSql), p);
   return p;
@@ -273,10 +243,8 @@ std::shared_ptr<const Plan> ConnectionImpl::plan(std::string_view jetSql) {
 void ConnectionImpl::schemaChanged() {
   plans_.clear();
   statements_->clear();
-#ifdef GALVIX_HAVE_JET
   if constexpr (requires(jet::Translator & x) { x.schemaChanged(); })
     translator_->translator.schemaChanged();
-#endif
 }
 
 long ConnectionImpl::execute(std::string_view jetSql) {
@@ -355,20 +323,12 @@ void Connection::open(std::string_view connectionString) {
   if (!special && !std::filesystem::exists(path))
     throw DbError(kErrConnection, "Could not find file '" + source + "'.");
   if (endsWithNoCase(path, ".mdb") || endsWithNoCase(path, ".accdb")) {
-#ifdef GALVIX_HAVE_ACCESS
     db = access::open(path);
-#else
-    throw DbError(kErrConnection, "Cannot open '" + source +
-                                      "': Access files are not supported "
-                                      "in this build.");
-#endif
   } else {
     db = openSqliteFile(path, special);
   }
   registerTextCollation(db.get());
-#ifdef GALVIX_HAVE_JET
   jet::registerJetFunctions(db.get());
-#endif
   impl_ = std::make_unique<ConnectionImpl>(std::move(db));
   connectionString_ = std::string(connectionString);
 }

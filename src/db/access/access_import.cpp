@@ -293,6 +293,9 @@ void importFile(const std::string& path, sqlite3* db, LoadInfo& info) {
     if (c.kind == ObjectKind::Table && c.name.rfind('~', 0) != 0)
       copyTable(reader, db, c.name, info);
   execSql(db, "COMMIT");
+  // Statistics let SQLite choose the selective index for the reports' per-row side queries;
+  // without them a large event's guest lists slow down quadratically.
+  execSql(db, "ANALYZE");
   jet::registerJetFunctions(db);
   makeViews(reader, db, info);
 }
