@@ -5,6 +5,7 @@
 #include <cmath>
 #include <ctime>
 #include <functional>
+#include <set>
 #include <string>
 
 #include "db/jet/translator.h"
@@ -331,6 +332,18 @@ void registerJetFunctions(sqlite3* db) {
   add(db, "jet_weekday", 1, part(6));
   add(db, "jet_dateserial", 3, [](auto& a) {
     return Variant::date(dateSerial(a[0].toInteger(), a[1].toInteger(), a[2].toInteger()));
+  });
+  // The interval letters are Format's date pattern letters ("yyyy", "q", "m", "y", "d", "w",
+  // "ww", "h", "n", "s"), with Sunday as the first day of the week.
+  add(db, "jet_datepart", 2, [](auto& a) {
+    if (a[1].isNull()) return Variant::null();
+    const std::string interval = vb::lower(a[0].toString());
+    static const std::set<std::string> known = {"yyyy", "q",  "m", "y", "d",
+                                                "w",    "ww", "h", "n", "s"};
+    if (!known.count(interval))
+      throw RuntimeError(kErrInvalidCall, "DatePart: unknown interval '" + interval + "'");
+    return Variant::integer(
+        static_cast<std::int16_t>(std::stoi(Format(Variant::date(a[1].toDate()), interval))));
   });
   add(db, "jet_datevalue", 1, [](auto& a) { return Variant::date(std::trunc(a[0].toDate())); });
   add(

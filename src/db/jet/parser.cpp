@@ -72,7 +72,12 @@ class Parser {
     if (st.transformValue) {
       expectWord("pivot");
       st.pivot = expr();
-      if (isWord("in")) {
+      // "PIVOT x In (...)" reads as an In expression; the list is the fixed column set.
+      if (st.pivot->kind == Expr::InList && !st.pivot->negated) {
+        ExprPtr in = std::move(st.pivot);
+        st.pivot = std::move(in->args[0]);
+        for (size_t i = 1; i < in->args.size(); ++i) st.pivotIn.push_back(std::move(in->args[i]));
+      } else if (isWord("in")) {
         next();
         expect(Token::LParen, "'('");
         do {
@@ -563,9 +568,10 @@ class Parser {
             e->kind = Expr::Null;
             return e;
           }
-          if (ln == "true" || ln == "false") {
+          // Yes and No are the same constants (saved queries use them).
+          if (ln == "true" || ln == "false" || ln == "yes" || ln == "no") {
             e->kind = Expr::Bool;
-            e->num = ln == "true" ? -1 : 0;
+            e->num = ln == "true" || ln == "yes" ? -1 : 0;
             return e;
           }
           if (ln == "exists" && cur().kind == Token::LParen) {

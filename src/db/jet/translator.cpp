@@ -398,27 +398,28 @@ struct Translator::Impl {
       return {"coalesce(" + value(x) + ", " + other + ")", x.type, false};
     }
     static const std::map<std::string, std::pair<int, VarType>> known = {
-        {"trim", {1, VarType::String}},     {"ltrim", {1, VarType::String}},
-        {"rtrim", {1, VarType::String}},    {"left", {2, VarType::String}},
-        {"right", {2, VarType::String}},    {"mid", {-1, VarType::String}},
-        {"len", {1, VarType::Long}},        {"ucase", {1, VarType::String}},
-        {"lcase", {1, VarType::String}},    {"chr", {1, VarType::String}},
-        {"asc", {1, VarType::Integer}},     {"space", {1, VarType::String}},
-        {"instr", {-1, VarType::Long}},     {"replace", {3, VarType::String}},
-        {"cstr", {1, VarType::String}},     {"str", {1, VarType::String}},
-        {"val", {1, VarType::Double}},      {"format", {-1, VarType::String}},
-        {"cint", {1, VarType::Integer}},    {"clng", {1, VarType::Long}},
-        {"csng", {1, VarType::Single}},     {"cdbl", {1, VarType::Double}},
-        {"ccur", {1, VarType::Currency}},   {"cdate", {1, VarType::Date}},
-        {"cbool", {1, VarType::Boolean}},   {"int", {1, VarType::Double}},
-        {"fix", {1, VarType::Double}},      {"abs", {1, VarType::Double}},
-        {"round", {2, VarType::Double}},    {"isnumeric", {1, VarType::Boolean}},
-        {"isdate", {1, VarType::Boolean}},  {"year", {1, VarType::Integer}},
-        {"month", {1, VarType::Integer}},   {"day", {1, VarType::Integer}},
-        {"hour", {1, VarType::Integer}},    {"minute", {1, VarType::Integer}},
-        {"second", {1, VarType::Integer}},  {"weekday", {1, VarType::Integer}},
-        {"dateserial", {3, VarType::Date}}, {"datevalue", {1, VarType::Date}},
-        {"now", {0, VarType::Date}},        {"date", {0, VarType::Date}},
+        {"trim", {1, VarType::String}},       {"ltrim", {1, VarType::String}},
+        {"rtrim", {1, VarType::String}},      {"left", {2, VarType::String}},
+        {"right", {2, VarType::String}},      {"mid", {-1, VarType::String}},
+        {"len", {1, VarType::Long}},          {"ucase", {1, VarType::String}},
+        {"lcase", {1, VarType::String}},      {"chr", {1, VarType::String}},
+        {"asc", {1, VarType::Integer}},       {"space", {1, VarType::String}},
+        {"instr", {-1, VarType::Long}},       {"replace", {3, VarType::String}},
+        {"cstr", {1, VarType::String}},       {"str", {1, VarType::String}},
+        {"val", {1, VarType::Double}},        {"format", {-1, VarType::String}},
+        {"cint", {1, VarType::Integer}},      {"clng", {1, VarType::Long}},
+        {"csng", {1, VarType::Single}},       {"cdbl", {1, VarType::Double}},
+        {"ccur", {1, VarType::Currency}},     {"cdate", {1, VarType::Date}},
+        {"cbool", {1, VarType::Boolean}},     {"int", {1, VarType::Double}},
+        {"fix", {1, VarType::Double}},        {"abs", {1, VarType::Double}},
+        {"round", {2, VarType::Double}},      {"isnumeric", {1, VarType::Boolean}},
+        {"isdate", {1, VarType::Boolean}},    {"year", {1, VarType::Integer}},
+        {"month", {1, VarType::Integer}},     {"day", {1, VarType::Integer}},
+        {"hour", {1, VarType::Integer}},      {"minute", {1, VarType::Integer}},
+        {"second", {1, VarType::Integer}},    {"weekday", {1, VarType::Integer}},
+        {"dateserial", {3, VarType::Date}},   {"datevalue", {1, VarType::Date}},
+        {"now", {0, VarType::Date}},          {"date", {0, VarType::Date}},
+        {"datepart", {-1, VarType::Integer}},
     };
     auto it = known.find(n);
     if (it == known.end())
@@ -428,6 +429,12 @@ struct Translator::Impl {
     if (n == "mid") need(2, 3);
     if (n == "instr") need(2, 3);
     if (n == "format") need(1, 2);
+    if (n == "datepart") {
+      // The first day of the week and of the year are left at Jet's defaults (Sunday, 1 Jan).
+      need(2, 4);
+      return {"jet_datepart(" + typedValue(a(0)) + ", " + typedValue(a(1)) + ")", VarType::Integer,
+              false};
+    }
     std::string s = "jet_" + n + "(";
     for (size_t i = 0; i < e.args.size(); ++i) s += (i ? ", " : "") + typedValue(a(i));
     return {s + ")", it->second.second, it->second.second == VarType::Boolean};

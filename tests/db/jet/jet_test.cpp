@@ -140,6 +140,23 @@ TEST_F(Jet, CrosstabNamesOrdersAndLeavesEmptyCellsNull) {
   EXPECT_THAT(r, ElementsAre("Family|Ann Lee|2|<null>|1|1", "Family|Bob Lee|1|1|<null>|<null>"));
 }
 
+// What saved queries in Access files use: Yes/No, DatePart, and a fixed pivot column list.
+TEST_F(Jet, SavedQueryIdiomsYesNoDatePartAndFixedPivotColumns) {
+  long e = f().event();
+  f().party(e, {.name = "Spring", .date = data::date(2027, 4, 2)});
+  f().party(e, {.name = "Autumn", .date = data::date(2027, 10, 9)});
+  EXPECT_THAT(rows("SELECT DatePart('q', Parties.Date, 1, 0) AS Q, DatePart(\"yyyy\", "
+                   "Parties.Date) AS Y FROM Parties WHERE Yes <> No ORDER BY Parties.Date"),
+              ElementsAre("2|2027", "4|2027"));
+  std::vector<std::string> names;
+  auto r = rows(
+      "TRANSFORM Count(Parties.PartyID) AS N SELECT Parties.EventID FROM Parties GROUP BY "
+      "Parties.EventID PIVOT 'Q' & DatePart('q', Parties.Date) In ('Q1','Q2','Q3','Q4')",
+      &names);
+  EXPECT_THAT(names, ElementsAre("EventID", "Q1", "Q2", "Q3", "Q4"));
+  EXPECT_THAT(r, ElementsAre(std::to_string(e) + "|<null>|1|<null>|1"));
+}
+
 TEST_F(Jet, MakeTableReusesAliasesAndRefusesAnExistingTable) {
   long e = f().event();
   long cat = f().expenseCategory("Flowers");
