@@ -9,6 +9,7 @@
 #include "data/fixture.h"
 #include "db/connection.h"
 #include "db/connection_impl.h"
+#include "db/jet/rows.h"
 
 namespace galvix::db {
 namespace {
@@ -34,22 +35,7 @@ class Jet : public ::testing::Test {
   std::vector<std::string> rows(const std::string& sql, std::vector<std::string>* names = nullptr) {
     Connection c;
     c.open(f_->connectionString());
-    Recordset rs;
-    rs.open(sql, c);
-    if (names) {
-      names->clear();
-      for (int i = 0; i < rs.fieldCount(); ++i) names->push_back(rs.fields(i).name());
-    }
-    std::vector<std::string> out;
-    for (; !rs.EOF_(); rs.moveNext()) {
-      std::string r;
-      for (int i = 0; i < rs.fieldCount(); ++i) {
-        Variant v = rs.fields(i).value();
-        r += (i ? "|" : "") + (v.isNull() ? std::string("<null>") : v.toString());
-      }
-      out.push_back(r);
-    }
-    return out;
+    return rowsOf(c, sql, names);
   }
   std::string path_;
   std::unique_ptr<data::Fixture> f_;

@@ -10,6 +10,7 @@
 
 #include "data/fixture.h"
 #include "db/connection.h"
+#include "db/jet/rows.h"
 
 namespace galvix::db {
 namespace {
@@ -129,25 +130,9 @@ class ReportSql : public ::testing::Test {
     return s;
   }
 
-  // Every row as "a|b|c" (Null as "<null>").
   std::vector<std::string> rows(const std::string& text,
                                 std::vector<std::string>* names = nullptr) {
-    Recordset rs;
-    rs.open(text, c_);
-    if (names) {
-      names->clear();
-      for (int i = 0; i < rs.fieldCount(); ++i) names->push_back(rs.fields(i).name());
-    }
-    std::vector<std::string> out;
-    for (; !rs.EOF_(); rs.moveNext()) {
-      std::string r;
-      for (int i = 0; i < rs.fieldCount(); ++i) {
-        Variant v = rs.fields(i).value();
-        r += (i ? "|" : "") + (v.isNull() ? std::string("<null>") : v.toString());
-      }
-      out.push_back(r);
-    }
-    return out;
+    return rowsOf(c_, text, names);
   }
   // The named columns of every row, as "a|b".
   std::vector<std::string> columns(const std::string& text, std::vector<std::string> cols) {

@@ -1,0 +1,32 @@
+// Reading a query's result as text, for comparing rows in tests.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "db/connection.h"
+
+namespace galvix::db {
+
+// Every row of `sql` on `c` as "a|b|c" (Null as "<null>"); the column names into `names`.
+inline std::vector<std::string> rowsOf(Connection& c, const std::string& sql,
+                                       std::vector<std::string>* names = nullptr) {
+  Recordset rs;
+  rs.open(sql, c);
+  if (names) {
+    names->clear();
+    for (int i = 0; i < rs.fieldCount(); ++i) names->push_back(rs.fields(i).name());
+  }
+  std::vector<std::string> out;
+  for (; !rs.EOF_(); rs.moveNext()) {
+    std::string r;
+    for (int i = 0; i < rs.fieldCount(); ++i) {
+      Variant v = rs.fields(i).value();
+      r += (i ? "|" : "") + (v.isNull() ? std::string("<null>") : v.toString());
+    }
+    out.push_back(r);
+  }
+  return out;
+}
+
+}  // namespace galvix::db
