@@ -612,11 +612,41 @@ struct Translator::Impl {
         std::string kw = t.joinType == "left"    ? " LEFT JOIN "
                          : t.joinType == "right" ? " RIGHT JOIN "
                                                  : " INNER JOIN ";
+        checkJoinCondition(*t.on, scope);
         std::string s = l + kw + r + " ON " + cond(condition(*t.on, scope));
         return nested ? "(" + s + ")" : s;
       }
     }
     return {};
+  }
+
+  // Jet accepts a condition on a single table inside ON only for a table the same ON clause
+  // links; anything else (a WHERE condition that slid into the join because the caller's where
+  // clause was empty, say) is refused rather than silently filtering the join.
+  void checkJoinCondition(const Expr& on, const Scope& scope) {
+    std::vector<const Expr*> terms;
+    auto split = [&](auto&& self, const Expr& e) -> void {
+      if (e.kind == Expr::Binary && e.text == "and") {
+        self(self, *e.args[0]);
+        self(self, *e.args[1]);
+      } else {
+        terms.push_back(&e);
+      }
+    };
+    split(split, on);
+    std::set<std::string> linked;
+    std::vector<std::pair<const Expr*, std::set<std::string>>> single;
+    for (const Expr* e : terms) {
+      std::set<std::string> ts;
+      tablesOf(*e, scope, ts);
+      if (ts.size() >= 2)
+        linked.insert(ts.begin(), ts.end());
+      else if (ts.size() == 1)
+        single.emplace_back(e, std::move(ts));
+    }
+    if (linked.empty()) return;
+    for (const auto& [e, ts] : single)
+      if (!linked.count(*ts.begin())) error(kErrSyntax, "JOIN expression not supported.", e->pos);
   }
 
   // ---- SELECT ----

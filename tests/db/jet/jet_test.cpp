@@ -227,6 +227,29 @@ TEST_F(Jet, RepeatedQueriesWithNewLiteralsGiveTheirOwnRows) {
   }
 }
 
+// A condition on one table may ride in an ON clause only for a table that clause links: an
+// empty caller clause then either narrows the join or fails, as the reports rely on.
+TEST_F(Jet, JoinConditionsOnOneTableMustBelongToTheJoin) {
+  long e = f().event();
+  long p = f().party(e, {});
+  f().invite(f().guest(f().group(e, {}), {.first = "Ann"}), p, {});
+  EXPECT_THAT(rows("SELECT GuestNames.GFName FROM GuestNames INNER JOIN Invitees ON "
+                   "GuestNames.GuestID = Invitees.GuestID And Invitees.PartyID = " +
+                   std::to_string(p)),
+              ElementsAre("Ann"));
+  const std::string stray =
+      "SELECT Parties.PartyID FROM SubEvents INNER JOIN (Parties INNER JOIN Invitees ON "
+      "Parties.PartyID = Invitees.PartyID) ON SubEvents.SubEventID = Parties.SubEventID  and "
+      "Invitees.Attending=True Order By Parties.PartyID";
+  try {
+    rows(stray);
+    ADD_FAILURE();
+  } catch (const DbError& err) {
+    EXPECT_EQ(err.description(), "JOIN expression not supported.");
+    EXPECT_EQ(err.position(), static_cast<int>(stray.find("Invitees.Attending")) + 18);
+  }
+}
+
 TEST_F(Jet, ErrorsNameThePositionAndWhatIsWrong) {
   try {
     rows("SELECT Label FROM GroupIDs WHERE Label = = 'x'");
