@@ -64,6 +64,9 @@ doc::Document ReportObject::run(bool* cancelled, std::shared_ptr<engine::HostSer
   } catch (const db::DbError& e) {
     std::string msg = who(*report_) + ": " + e.description();
     if (!e.sqlWritten().empty()) msg += "\n  SQL as written:  " + e.sqlWritten();
+    if (e.position() >= 0 && static_cast<size_t>(e.position()) < e.sqlWritten().size())
+      msg += "\n  at character " + std::to_string(e.position() + 1) + ": " +
+             e.sqlWritten().substr(static_cast<size_t>(e.position()), 40);
     if (!e.sqlExecuted().empty() && e.sqlExecuted() != e.sqlWritten())
       msg += "\n  SQL as executed: " + e.sqlExecuted();
     throw ReportRunError(msg);

@@ -115,6 +115,14 @@ TEST_F(GuestList, BadClauseNamesTheReportAndTheSql) {
     EXPECT_THAT(e.what(), ::testing::HasSubstr("Guest List - with notes"));
     EXPECT_THAT(e.what(), ::testing::HasSubstr("NoSuchColumn"));
   }
+  // A syntax error points at the spot in the statement.
+  r->set("SQLWhere", Variant("WHERE Parties.PartyID = = 1"));
+  try {
+    run(*r);
+    FAIL() << "no error";
+  } catch (const ReportRunError& e) {
+    EXPECT_THAT(e.what(), ::testing::HasSubstr(": = 1 and Invitees.Primary"));
+  }
 }
 
 }  // namespace
