@@ -58,6 +58,18 @@ class ReportTest : public ::testing::Test {
   std::unique_ptr<data::Fixture> db_;
 };
 
+// One event with a party "Dinner" and a guest group, for the reports that print one party.
+class PartyReportTest : public ReportTest {
+ protected:
+  void SetUp() override {
+    ReportTest::SetUp();
+    event_ = db().event();
+    party_ = db().party(event_, {.name = "Dinner"});
+    group_ = db().group(event_);
+  }
+  long event_ = 0, party_ = 0, group_ = 0;
+};
+
 // Texts printed by one control, in page order.
 inline std::vector<std::string> texts(const doc::Document& d, const std::string& control) {
   std::vector<std::string> out;

@@ -7,14 +7,8 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class MenuSelections : public ReportTest {
+class MenuSelections : public PartyReportTest {
  protected:
-  void SetUp() override {
-    ReportTest::SetUp();
-    event_ = db().event();
-    party_ = db().party(event_, {.name = "Dinner"});
-    group_ = db().group(event_);
-  }
   doc::Document runMenu() {
     auto r = report("Guest Menu Selections");
     r->set("SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_)));
@@ -23,7 +17,6 @@ class MenuSelections : public ReportTest {
   long guest(const std::string& first, int type = 0) {
     return db().guest(group_, {.first = first, .last = "Lee", .type = type});
   }
-  long event_ = 0, party_ = 0, group_ = 0;
 };
 
 TEST_F(MenuSelections, CountsAttendingAdultsAndChildrenAndSummarisesChoices) {

@@ -7,14 +7,8 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-class TableAssign : public ReportTest {
+class TableAssign : public PartyReportTest {
  protected:
-  void SetUp() override {
-    ReportTest::SetUp();
-    event_ = db().event();
-    party_ = db().party(event_, {.name = "Dinner"});
-    group_ = db().group(event_);
-  }
   std::string where() const { return "WHERE Parties.PartyID = " + std::to_string(party_) + " "; }
   doc::Document runTables() {
     auto r = report("Table Assignments By Table");
@@ -25,7 +19,6 @@ class TableAssign : public ReportTest {
     db().invite(db().guest(group_, {.first = first, .last = "Lee", .title = "Dr."}), party_,
                 {.attending = attending, .tableId = table, .seat = seat});
   }
-  long event_ = 0, party_ = 0, group_ = 0;
 };
 
 TEST_F(TableAssign, EachTableCountsItsOwnSeatsAndUnseatedGuestsComeFirst) {
