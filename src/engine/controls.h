@@ -51,12 +51,18 @@ struct Summary {
   bool active() const { return type != SummaryType::None; }
 };
 
+// How a control follows a change of the report's print width (a page turned to landscape at
+// run time): it stays at the left, keeps its distance from the right edge, stays centred, or
+// stretches so both of its edges keep their distances.
+enum class Anchor { Left, Right, Center, Stretch };
+
 // Every property any control kind has. Kind-specific members are ignored by other kinds.
 struct ControlState {
   ControlKind kind = ControlKind::Label;
   std::string name;
   bool visible = true;
   float left = 0, top = 0, width = 0, height = 0;  // twips
+  Anchor anchor = Anchor::Left;
   doc::Font font;
   doc::Color foreColor = doc::kBlack;
   std::optional<doc::Color> backColor;  // none: transparent

@@ -1,5 +1,6 @@
 #include "engine/layout.h"
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <set>
@@ -7,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "engine/layout_embed.h"
 #include "engine/text_util.h"
 
 namespace galvix::engine {
@@ -216,6 +218,11 @@ ControlState readControl(const json& j, const std::string& path, const std::stri
     c.width = x2 - x1;
     c.height = y2 - y1;
   }
+  c.anchor = r.choice<Anchor>("anchor", Anchor::Left,
+                              {{"left", Anchor::Left},
+                               {"right", Anchor::Right},
+                               {"center", Anchor::Center},
+                               {"stretch", Anchor::Stretch}});
   c.visible = r.boolean("visible", true);
   if (r.has("font")) c.font = readFont(r.raw("font"), r.at("font"), file);
   if (auto fc = r.color("foreColor")) c.foreColor = *fc;
@@ -308,6 +315,141 @@ ControlState readControl(const json& j, const std::string& path, const std::stri
   return c;
 }
 
+// Where a section kind goes among the sections of a layout (docs/layout-format.md).
+int sectionRank(const std::string& kind) {
+  static const char* order[] = {"reportHeader", "pageHeader", "groupHeader", "detail",
+                                "groupFooter",  "pageFooter", "reportFooter"};
+  for (int i = 0; i < 7; ++i)
+    if (kind == order[i]) return i;
+  return 3;
+}
+
+// A layout that names a frame gets the frame's sections merged in: the frame's controls come
+// first in the section of the same kind (created when the layout has none), then the layout's
+// own. The layout states only how it differs: the standard header in the report header,
+// controls omitted, renamed or with some keys set otherwise.
+json applyFrame(const json& j, const std::string& file) {
+  json out = j;
+  const json& spec = j.at("frame");
+  std::string name, header = "pageHeader";
+  std::vector<std::string> omit;
+  std::vector<std::pair<std::string, std::string>> rename;
+  json set = json::object();
+  if (spec.is_string()) {
+    name = spec.get<std::string>();
+  } else {
+    Reader f(spec, "/frame", file);
+    name = f.requiredStr("name");
+    header = f.choice<std::string>(
+        "header", "pageHeader", {{"pageHeader", "pageHeader"}, {"reportHeader", "reportHeader"}});
+    if (f.has("omit")) {
+      const auto& o = f.raw("omit");
+      if (!o.is_array()) f.fail("expected an array of control names", "omit");
+      for (const auto& n : o) {
+        if (!n.is_string()) f.fail("expected an array of control names", "omit");
+        omit.push_back(n.get<std::string>());
+      }
+    }
+    if (f.has("rename")) {
+      const auto& rn = f.raw("rename");
+      if (!rn.is_object()) f.fail("expected an object of old name to new name", "rename");
+      for (auto it = rn.begin(); it != rn.end(); ++it) {
+        if (!it.value().is_string() || it.value().get<std::string>().empty())
+          f.fail("expected a new name", "rename/" + it.key());
+        rename.emplace_back(it.key(), it.value().get<std::string>());
+      }
+    }
+    if (f.has("set")) {
+      set = f.raw("set");
+      if (!set.is_object()) f.fail("expected an object of control name to keys", "set");
+    }
+    f.done();
+  }
+  if (name.empty()) throw LayoutError(file, "/frame", "must not be empty");
+  const EmbeddedLayout* fl = findEmbeddedLayout(name);
+  if (!fl) throw LayoutError(file, "/frame", "no frame named '" + name + "' is linked in");
+  fl->layout();  // the frame is a layout of its own, validated (once) on its own terms
+  const json frame = json::parse(fl->text().begin(), fl->text().end());
+  if (frame.contains("frame"))
+    throw LayoutError(file, "/frame", "frame '" + name + "' names a frame itself");
+
+  // Every name the layout mentions must be one of the frame's controls.
+  std::set<std::string> known;
+  for (const auto& sec : frame.at("sections"))
+    for (const auto& c : sec.value("controls", json::array()))
+      known.insert(lowerAscii(c.at("name").get<std::string>()));
+  auto check = [&](const std::string& n, const std::string& path) {
+    if (!known.count(lowerAscii(n)))
+      throw LayoutError(file, path, "frame '" + name + "' has no control '" + n + "'");
+  };
+  for (std::size_t i = 0; i < omit.size(); ++i) check(omit[i], "/frame/omit/" + std::to_string(i));
+  for (const auto& [from, to] : rename) check(from, "/frame/rename/" + from);
+  for (auto it = set.begin(); it != set.end(); ++it) {
+    check(it.key(), "/frame/set/" + it.key());
+    if (!it.value().is_object())
+      throw LayoutError(file, "/frame/set/" + it.key(), "expected an object");
+    for (const char* k : {"kind", "name"})
+      if (it.value().contains(k))
+        throw LayoutError(file, "/frame/set/" + it.key() + "/" + k,
+                          std::string("a frame control's ") + k + " cannot be set" +
+                              (std::string(k) == "name" ? " (use \"rename\")" : ""));
+  }
+
+  auto& sections = out.at("sections");
+  if (!sections.is_array()) return out;  // reported by the section reader
+  for (const auto& fsec : frame.at("sections")) {
+    std::string kind = fsec.at("kind").get<std::string>();
+    if (kind == "pageHeader") kind = header;
+    json controls = json::array();
+    for (const auto& fc : fsec.value("controls", json::array())) {
+      const std::string cname = fc.at("name").get<std::string>();
+      auto named = [&](const std::string& n) { return iequals(n, cname); };
+      if (std::any_of(omit.begin(), omit.end(), named)) continue;
+      json c = fc;
+      for (auto it = set.begin(); it != set.end(); ++it)
+        if (named(it.key()))
+          for (auto kv = it.value().begin(); kv != it.value().end(); ++kv) {
+            if (kv.value().is_null())
+              c.erase(kv.key());
+            else
+              c[kv.key()] = kv.value();
+            // A line given by its end points or by its box: the newer form wins.
+            if (kv.key() == "x1" || kv.key() == "y1" || kv.key() == "x2" || kv.key() == "y2")
+              for (const char* b : {"left", "top", "width", "height"}) c.erase(b);
+          }
+      for (const auto& [from, to] : rename)
+        if (named(from)) c["name"] = to;
+      if (set.contains(cname)) readControl(c, "/frame/set/" + cname, file);
+      controls.push_back(std::move(c));
+    }
+    json* target = nullptr;
+    for (auto& sec : sections)
+      if (sec.is_object() && sec.value("kind", "") == kind) target = &sec;
+    if (target) {
+      json merged = controls;
+      for (const auto& c : target->value("controls", json::array())) merged.push_back(c);
+      (*target)["controls"] = std::move(merged);
+      // The frame's section settings hold where the layout does not give its own.
+      for (auto kv = fsec.begin(); kv != fsec.end(); ++kv)
+        if (kv.key() != "kind" && kv.key() != "name" && kv.key() != "controls" &&
+            !target->contains(kv.key()))
+          (*target)[kv.key()] = kv.value();
+    } else {
+      json sec = fsec;
+      sec["kind"] = kind;
+      if (kind == "reportHeader") sec["name"] = "ReportHeader";
+      sec["controls"] = std::move(controls);
+      auto pos = sections.begin();
+      while (pos != sections.end() && pos->is_object() &&
+             sectionRank(pos->value("kind", "")) <= sectionRank(kind))
+        ++pos;
+      sections.insert(pos, std::move(sec));
+    }
+  }
+  out.erase("frame");
+  return out;
+}
+
 }  // namespace
 
 std::shared_ptr<const Layout> loadLayout(std::string_view text, std::string file) {
@@ -317,6 +459,7 @@ std::shared_ptr<const Layout> loadLayout(std::string_view text, std::string file
   } catch (const json::parse_error& e) {
     throw LayoutError(file, "", std::string("not valid JSON: ") + e.what());
   }
+  if (j.is_object() && j.contains("frame")) j = applyFrame(j, file);
   auto L = std::make_shared<Layout>();
   L->file = file;
   Reader r(j, "", file);

@@ -1,5 +1,6 @@
 #include "engine/report.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "engine/layout_embed.h"
@@ -143,7 +144,45 @@ Line& Report::line(std::string_view n) {
 }
 
 void Report::setPrinterOrientation(int code) {
-  page_.orientation = code == 2 ? Orientation::Landscape : Orientation::Portrait;
+  setOrientation(code == 2 ? Orientation::Landscape : Orientation::Portrait);
+}
+
+void Report::setOrientation(Orientation o) {
+  if (o == page_.orientation) return;
+  const float before = printWidth();
+  const float body = pageWidth() - page_.leftMargin - page_.rightMargin;
+  page_.orientation = o;
+  if (printWidth_ > 0 && std::abs(printWidth_ - body) < 0.5f)
+    printWidth_ = pageWidth() - page_.leftMargin - page_.rightMargin;
+  followPrintWidth(before);
+}
+
+void Report::setPrintWidth(double w) {
+  const float before = printWidth();
+  printWidth_ = static_cast<float>(w);
+  followPrintWidth(before);
+}
+
+void Report::followPrintWidth(float before) {
+  const float delta = printWidth() - before;
+  if (delta == 0) return;
+  for (auto& s : sections_)
+    for (auto& c : s->controls_) {
+      auto& st = c->state();
+      switch (st.anchor) {
+        case Anchor::Left:
+          break;
+        case Anchor::Right:
+          st.left += delta;
+          break;
+        case Anchor::Center:
+          st.left += delta / 2;
+          break;
+        case Anchor::Stretch:
+          st.width = std::max(0.0f, st.width + delta);
+          break;
+      }
+    }
 }
 
 float Report::pageWidth() const {

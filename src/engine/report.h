@@ -98,9 +98,11 @@ class Report {
   int printerOrientation() const { return static_cast<int>(page_.orientation); }
   void setPrinterOrientation(int code);
   Orientation orientation() const { return page_.orientation; }
-  void setOrientation(Orientation o) { page_.orientation = o; }
+  // Turning the page moves and stretches the anchored controls (the standard header and
+  // footer) by the change in print width; a print width that filled the page keeps filling it.
+  void setOrientation(Orientation o);
   float printWidth() const;  // the layout's, or paper width minus margins
-  void setPrintWidth(double w) { printWidth_ = static_cast<float>(w); }
+  void setPrintWidth(double w);
   // Paper size as printed: width and height swapped in landscape.
   float pageWidth() const;
   float pageHeight() const;
@@ -126,6 +128,7 @@ class Report {
   friend RunResult runReportCountingPages(const std::function<std::unique_ptr<Report>()>&,
                                           const RunOptions&);
   void instantiate();
+  void followPrintWidth(float before);
   void checkNewName(std::string_view name) const;
   void indexControl(Section& s, Control& c);
   template <class T>

@@ -332,9 +332,10 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
                 rnd(st.left + st.width),
                 true};
   }
-  // With pushDown, a control starting at or below the bottom of a control that grew moves down
-  // by that growth (and by what moved the grown one), so labels stay beside their fields.
-  // Controls entirely to the right of the grown one are another column and stay.
+  // With pushDown, a control that starts lower than a control that grew (or moved) and shares
+  // some of its width moves down by that growth (and by what moved the grown one). Controls
+  // beside it are another column and stay; a label moves with the control it labels, the
+  // nearest one to its right on its row.
   std::vector<std::int32_t> shift(boxes.size(), 0);
   if (s.pushDown()) {
     std::vector<std::size_t> order;
@@ -342,29 +343,45 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
       if (boxes[i].visible) order.push_back(i);
     std::stable_sort(order.begin(), order.end(),
                      [&](std::size_t a, std::size_t b) { return boxes[a].top < boxes[b].top; });
+    constexpr std::int32_t kSameRow = 30;  // twips: tops this close are one row
     for (std::size_t k = 0; k < order.size(); ++k) {
       const Box& me = boxes[order[k]];
       for (std::size_t j = 0; j < k; ++j) {
         const Box& above = boxes[order[j]];
-        const std::int32_t growth = above.grown - above.height;
-        if (above.top + above.height > me.top || me.left >= above.right) continue;
-        shift[order[k]] = std::max(shift[order[k]], shift[order[j]] + std::max(0, growth));
+        const std::int32_t moved = shift[order[j]] + std::max(0, above.grown - above.height);
+        if (moved == 0 || above.top >= me.top) continue;
+        if (me.left < above.right && above.left < me.right)
+          shift[order[k]] = std::max(shift[order[k]], moved);
       }
+    }
+    for (std::size_t k = 0; k < order.size(); ++k) {
+      const std::size_t i = order[k];
+      if (s.controls_[i]->kind() != ControlKind::Label) continue;
+      std::optional<std::size_t> field;
+      for (std::size_t j : order)
+        if (j != i && std::abs(boxes[j].top - boxes[i].top) <= kSameRow &&
+            boxes[j].left >= boxes[i].right - kSameRow &&
+            (!field || boxes[j].left < boxes[*field].left))
+          field = j;
+      if (field) shift[i] = std::max(shift[i], shift[*field]);
     }
     inst.shifts = shift;
   }
-  std::int32_t grownBottom = 0, bottom = 0;
+  std::int32_t grownBottom = 0, bottom = 0, designBottom = 0;
   bool grew = false;
   for (std::size_t i = 0; i < boxes.size(); ++i) {
     if (!boxes[i].visible) continue;
     const std::int32_t top = boxes[i].top + shift[i];
     bottom = std::max(bottom, top + boxes[i].grown);
+    designBottom = std::max(designBottom, boxes[i].top + boxes[i].height);
     if (boxes[i].grown > boxes[i].height || shift[i] > 0) {
       grew = true;
       grownBottom = std::max(grownBottom, top + std::max(boxes[i].grown, boxes[i].height));
     }
   }
-  if (grew && s.canGrow()) h = std::max(h, grownBottom);
+  // A band that grows keeps the space its design leaves below its lowest control, so a grown
+  // row does not touch the next one.
+  if (grew && s.canGrow()) h = std::max(h, grownBottom + std::max(0, h - designBottom));
   // A band that can shrink ends below its lowest visible control.
   if (s.canShrink()) h = std::min(h, bottom);
   return std::max(0, h);
@@ -428,9 +445,9 @@ std::vector<doc::Item> RunLoop::buildItems(BandInstance& inst,
       case ControlKind::Line: {
         doc::Line l;
         l.x1 = rnd(st.left);
-        l.y1 = rnd(st.top);
+        l.y1 = rnd(st.top) + dy;
         l.x2 = rnd(st.left + st.width);
-        l.y2 = rnd(st.top + st.height);
+        l.y2 = rnd(st.top + st.height) + dy;
         l.style = st.lineStyle;
         l.weight = st.lineWeight;
         l.color = st.foreColor;

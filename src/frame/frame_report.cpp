@@ -9,6 +9,8 @@
 #include "runtime/format.h"
 #include "runtime/vb.h"
 
+GALVIX_USE_LAYOUT(stdFrame);
+
 namespace galvix::frame {
 namespace {
 bool sameName(std::string_view a, std::string_view b) {
@@ -37,6 +39,8 @@ std::int32_t propLong(const Variant& v) {
 
 FrameReport::FrameReport(const engine::EmbeddedLayout& layout, bool commonProperties)
     : engine::Report(layout) {
+  // Keeps the standard frame linked in (and so registered) wherever a designer is.
+  (void)engine::layouts::stdFrame();
   if (!commonProperties) return;
   properties_ = {
       {"TimeFormat", [this](const Variant& v) { setTimeFormat(propString(v)); }},

@@ -79,7 +79,8 @@ class RptPartyAttendance : public frame::FrameReport {
       chk.setDataField(party);
       x = chk.left() + 640;
     }
-    line("Line1").setWidth(std::max<float>(10800, x));
+    auto& rule = line("Line1");
+    rule.setWidth(std::max(rule.width(), x));
   }
 
  private:

@@ -1,0 +1,130 @@
+// Every built catalogue report on an event whose values are long, blank or accented: no text
+// prints over another, and no growing text is cut short.
+#include <gmock/gmock.h>
+
+#include <regex>
+
+#include "frame/catalogue.h"
+#include "render/render.h"
+#include "report_test_util.h"
+
+namespace galvix::testing {
+namespace {
+
+const std::string kLong120 =
+    "Mr. and Mrs. Bartholomew Alexander Fitzgerald-Montgomery III of Saint-Rémy-de-Provence, "
+    "together with their families";
+const std::string kName60 = "Maximiliana Theodora Constance";  // with the last name: 60 chars
+const std::string kLast30 = "Wolfeschlegelsteinhausen-Bergé";
+
+class LongValues : public ReportTest {
+ protected:
+  void SetUp() override {
+    ReportTest::SetUp();
+    event_ = db().event({.name = "The Ashworth–Delacroix Wedding Weekend"});
+    party_ = db().party(
+        event_, {.name = "Rehearsal Dinner and Welcome Reception on the Terrace of the Château",
+                 .date = data::date(2025, 6, 14),
+                 .time = data::time(18, 30),
+                 .givenBy = kLong120,
+                 .address = "The Old Orangery, Upper Terrace\nChâteau de la Motte-Fénelon\n"
+                            "1200 Route des Vignes Anciennes\nBuilding C, Entrance 4",
+                 .city = "Saint-Rémy-de-Provence",
+                 .notes = "Shuttle from the hotel at 17:45; valet parking is not available on "
+                          "the upper terrace, guests walk the last two hundred metres.",
+                 .style = "Long family-style tables with shared platters and candles",
+                 .theme = "Provençal summer evening among the lavender fields",
+                 .colors = "Lavender, sage, ivory, champagne and a little dusty rose",
+                 .foodService = "Family-style service with a seated three-course dinner and a "
+                                "dessert buffet",
+                 .menuSelectionRequired = true});
+    const long other = db().party(event_, {.name = "Brunch"});
+    const long menu = db().menu(party_,
+                                "Slow-roasted lamb shoulder with rosemary, garlic "
+                                "confit and a ragout of spring vegetables");
+    const long table =
+        db().table(party_, "The Long Table by the Fountain under the Plane Trees", 10);
+    const char* categories[] = {"Family of the Bride and her Grandparents' Friends", "", "Work"};
+    for (int g = 0; g < 6; ++g) {
+      const long group =
+          db().group(event_, {.label = "Group " + std::to_string(g),
+                              .category = categories[g % 3],
+                              .hPhone = "+33 4 90 92 00 00 ext. 12345",
+                              .email = "bartholomew.fitzgerald-montgomery@example-family-mail.fr",
+                              .notes = g % 2 ? kLong120 : ""});
+      db().invitation(party_, group,
+                      {.formalLabel = "Mr. and Mrs. " + kName60 + " " + kLast30,
+                       .casualLabel = kName60 + " & Family",
+                       .rsvpd = g % 2 == 0,
+                       .rsvpNote = g % 2 ? "Will arrive late after the ceremony, please keep "
+                                           "two seats near the door"
+                                         : ""});
+      for (int i = 0; i < 2; ++i) {
+        const long guest = db().guest(group, {.first = kName60, .last = kLast30, .title = "Dr."});
+        db().invite(guest, party_,
+                    {.attending = true,
+                     .primary = i == 0,
+                     .menuId = menu,
+                     .tableId = table,
+                     .seat = 2 * g + i + 1});
+        db().invite(guest, other, {.attending = true, .primary = i == 0});
+      }
+    }
+    const long cat = db().expenseCategory(
+        "Flowers, floral arrangements, boutonnières and the ceremony arch decoration");
+    db().budgetLine(event_, cat, {.budget = data::money(1234.5), .actual = data::money(99.99)});
+  }
+
+  // Catalogue examples name an event and a party by placeholders.
+  std::string expand(std::string v) const {
+    v = std::regex_replace(v, std::regex("\\{EventID\\}"), std::to_string(event_));
+    v = std::regex_replace(v, std::regex("\\{PartyID\\}"), std::to_string(party_));
+    return std::regex_replace(v, std::regex("\\{PartyName\\}"), "Rehearsal Dinner");
+  }
+
+  long event_ = 0, party_ = 0;
+};
+
+bool overlap(const doc::Rect& a, const doc::Rect& b) {
+  return a.left < b.left + b.width && b.left < a.left + a.width && a.top < b.top + b.height &&
+         b.top < a.top + a.height;
+}
+
+TEST_F(LongValues, NoTextPrintsOverAnotherAndNoneIsCutShort) {
+  auto measurer = render::makePangoMeasurer();
+  int checked = 0;
+  for (const auto& entry : frame::catalogue()) {
+    if (!entry.built()) continue;
+    SCOPED_TRACE(entry.name);
+    auto r = report(entry.name);
+    for (const auto& [prop, value] : entry.example) r->set(prop, Variant(expand(value)));
+    r->set("Title", Variant("The Ashworth–Delacroix Wedding Weekend at the Château"));
+    const doc::Document d = run(*r);
+    ++checked;
+    ASSERT_FALSE(d.pages.empty());
+    for (std::size_t p = 0; p < d.pages.size(); ++p) {
+      std::vector<const doc::Item*> shown;
+      for (const auto& it : d.pages[p].items)
+        if (auto* t = std::get_if<doc::Text>(&it.content); t && !t->text.empty())
+          shown.push_back(&it);
+      for (std::size_t i = 0; i < shown.size(); ++i) {
+        const auto& a = std::get<doc::Text>(shown[i]->content);
+        // A wrapping text shows all its lines: its box is at least as tall as the text.
+        if (a.wordWrap && a.angle == 0) {
+          EXPECT_GE(a.box.height + 15, measurer->measure(a.text, a.font, a.box.width).height)
+              << "page " << p + 1 << ": " << shown[i]->control << " cut short: " << a.text;
+        }
+        for (std::size_t k = i + 1; k < shown.size(); ++k) {
+          const auto& b = std::get<doc::Text>(shown[k]->content);
+          EXPECT_FALSE(overlap(a.box, b.box))
+              << "page " << p + 1 << ": " << shown[i]->control << " (" << a.text << ") and "
+              << shown[k]->control << " (" << b.text << ")";
+        }
+      }
+    }
+  }
+  EXPECT_GE(checked, 8);
+}
+
+}  // namespace
+}  // namespace galvix::testing
