@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <numbers>
 #include <string>
 #include <utility>
@@ -248,6 +249,16 @@ void PageRenderer::text(cairo_t* cr, const doc::Text& t) {
     PangoLayout* l = layoutFor(t.text, t.font, t.wordWrap ? fw : 0, align);
     PangoRectangle logical;
     pango_layout_get_extents(l, nullptr, &logical);
+    // Wrapped text taller than a box that does not grow shows the whole lines that fit, the
+    // last one ending in an ellipsis, rather than a line cut through the middle.
+    std::unique_ptr<PangoLayout, decltype(&g_object_unref)> cut(nullptr, g_object_unref);
+    if (t.wordWrap && ptFromPango(logical.height) > pt(fh) + 0.5) {
+      cut.reset(pango_layout_copy(l));
+      pango_layout_set_ellipsize(cut.get(), PANGO_ELLIPSIZE_END);
+      pango_layout_set_height(cut.get(), static_cast<int>(pt(fh) * PANGO_SCALE));
+      l = cut.get();
+      pango_layout_get_extents(l, nullptr, &logical);
+    }
     const double x = t.wordWrap ? 0 : place(pt(fw), ptFromPango(logical.width), hPlace(align));
     const double y = place(pt(fh), ptFromPango(logical.height), vPlace(valign));
     // Clipping costs time in every sink; most texts fit their box and need none.

@@ -2,6 +2,7 @@
 // prints over another, and no growing text is cut short.
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <regex>
 
 #include "frame/catalogue.h"
@@ -101,6 +102,9 @@ TEST_F(LongValues, NoTextPrintsOverAnotherAndNoneIsCutShort) {
     r->set("Title", Variant("The Ashworth–Delacroix Wedding Weekend at the Château"));
     const doc::Document d = run(*r);
     ++checked;
+    // To look at the pages: GALVIX_LONG_VALUES_PDF=/some/folder
+    if (const char* out = std::getenv("GALVIX_LONG_VALUES_PDF"))
+      writePdf(d, std::string(out) + "/" + entry.designer + ".pdf");
     ASSERT_FALSE(d.pages.empty());
     for (std::size_t p = 0; p < d.pages.size(); ++p) {
       std::vector<const doc::Item*> shown;

@@ -56,6 +56,22 @@ TEST_F(PartyAttendance, TenColumnsTurnTheLandscapeWithoutAMessage) {
   EXPECT_EQ(item(d, "lblTitle").box.width, 14400);
   EXPECT_EQ(labelLefts(d).size(), 10u);
   EXPECT_TRUE(host_->messages.empty());
+  // Header and footer span the landscape body: 15840 wide, 720 margins.
+  for (const char* rule : {"Line1", "Line2"}) {
+    const doc::Line* l = nullptr;
+    for (const auto& it : d.pages[0].items)
+      if (it.control == rule) l = std::get_if<doc::Line>(&it.content);
+    ASSERT_TRUE(l) << rule;
+    EXPECT_EQ(l->x1, 720) << rule;
+    EXPECT_GE(l->x2, 720 + 14400) << rule;
+  }
+  const auto& footer = item(d, "txtCompanyFooter").box;
+  EXPECT_EQ(footer.left + footer.width, 720 + 14400);
+  // The page number stays in the middle of the page.
+  const int middle = (item(d, "Field3").box.left + item(d, "txtPageTtl").box.left +
+                      item(d, "txtPageTtl").box.width) /
+                     2;
+  EXPECT_NEAR(middle, 15840 / 2, 100);
 }
 
 TEST_F(PartyAttendance, SixteenColumnsShowFourteenAndWarnOnce) {
