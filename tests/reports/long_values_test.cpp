@@ -74,6 +74,10 @@ class LongValues : public ReportTest {
     const long cat = db().expenseCategory(
         "Flowers, floral arrangements, boutonnières and the ceremony arch decoration");
     db().budgetLine(event_, cat, {.budget = data::money(1234.5), .actual = data::money(99.99)});
+    const long vendor = db().vendor({.company = "Fleurs de Provence et Jardins du Luberon SARL"});
+    for (int type : {0, 1})
+      db().item(db().assignment(event_, cat, vendor, {.worksheetType = type}),
+                {.item = "Ceremony arch", .price = data::money(type ? 1987654.32 : 1234567.89)});
   }
 
   // Catalogue examples name an event and a party by placeholders.
@@ -104,7 +108,8 @@ TEST_F(LongValues, NoTextPrintsOverAnotherAndNoneIsCutShort) {
     ++checked;
     // To look at the pages: GALVIX_LONG_VALUES_PDF=/some/folder
     if (const char* out = std::getenv("GALVIX_LONG_VALUES_PDF"))
-      writePdf(d, std::string(out) + "/" + entry.designer + ".pdf");
+      writePdf(d, std::string(out) + "/" + std::regex_replace(entry.name, std::regex("\\W+"), "_") +
+                      ".pdf");
     ASSERT_FALSE(d.pages.empty());
     for (std::size_t p = 0; p < d.pages.size(); ++p) {
       std::vector<const doc::Item*> shown;
