@@ -35,8 +35,8 @@ std::string substitute(std::string s, const std::map<std::string, std::string>& 
 }
 
 void runSize(int guests) {
-  const fs::path dir = fs::temp_directory_path() / ("galvix_reports_bench_" +
-                                                    std::to_string(::getpid()));
+  const fs::path dir =
+      fs::temp_directory_path() / ("galvix_reports_bench_" + std::to_string(::getpid()));
   fs::create_directories(dir);
   const std::string db = (dir / "events.sqlite").string();
   auto t = std::chrono::steady_clock::now();

@@ -11,7 +11,7 @@ pkgs=(
   nlohmann-json3-dev libcli11-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   poppler-utils qpdf
-  clang libclang-rt-14-dev clang-format
+  clang libclang-rt-14-dev clang-format python3
 )
 missing=()
 for p in "${pkgs[@]}"; do

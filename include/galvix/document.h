@@ -14,7 +14,9 @@ namespace galvix::doc {
 using Color = std::uint32_t;
 inline constexpr Color kBlack = 0x000000;
 inline constexpr Color kWhite = 0xFFFFFF;
-inline constexpr Color rgb(unsigned r, unsigned g, unsigned b) { return r | (g << 8) | (b << 16); }
+inline constexpr Color rgb(unsigned r, unsigned g, unsigned b) {
+  return r | (g << 8) | (b << 16);
+}
 
 struct Rect {
   std::int32_t left = 0, top = 0, width = 0, height = 0;  // twips
@@ -112,8 +114,8 @@ struct Chart {
 
 struct Item {
   std::variant<Text, RichText, Line, Box, CheckBox, Picture, Chart> content;
-  std::string section;  // section (band) name
-  std::string control;  // control name
+  std::string section;    // section (band) name
+  std::string control;    // control name
   std::int32_t row = -1;  // data row index the band instance was formatted from, -1 if none
 };
 

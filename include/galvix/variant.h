@@ -79,11 +79,11 @@ class Variant {
   static Variant binary(std::shared_ptr<const Bytes> b);
 
   // Convenience constructors (literals in code and tests).
-  Variant(bool b) : Variant(boolean(b)) {}  // NOLINT(google-explicit-constructor)
-  Variant(std::int16_t v) : Variant(integer(v)) {}  // NOLINT
-  Variant(int v) : Variant(longInt(v)) {}           // NOLINT
-  Variant(double v) : Variant(dbl(v)) {}            // NOLINT
-  Variant(Currency c) : Variant(currency(c)) {}     // NOLINT
+  Variant(bool b) : Variant(boolean(b)) {}                   // NOLINT(google-explicit-constructor)
+  Variant(std::int16_t v) : Variant(integer(v)) {}           // NOLINT
+  Variant(int v) : Variant(longInt(v)) {}                    // NOLINT
+  Variant(double v) : Variant(dbl(v)) {}                     // NOLINT
+  Variant(Currency c) : Variant(currency(c)) {}              // NOLINT
   Variant(std::string s) : Variant(string(std::move(s))) {}  // NOLINT
   Variant(const char* s) : Variant(string(s)) {}             // NOLINT
 
@@ -102,7 +102,7 @@ class Variant {
   float toSingle() const;
   double toDouble() const;
   Currency toCurrency() const;
-  double toDate() const;  // serial date
+  double toDate() const;         // serial date
   std::string toString() const;  // CStr; Empty gives ""; Null raises 94
   // The text a report field shows for the value with no format: Null and Empty give "".
   std::string displayText() const;
@@ -111,7 +111,7 @@ class Variant {
   // Raw access for code that has checked type().
   bool rawBool() const { return std::get<bool>(v_); }
   std::int64_t rawInt() const { return std::get<std::int64_t>(v_); }  // Integer and Long
-  double rawDouble() const { return std::get<double>(v_); }  // Single, Double and Date
+  double rawDouble() const { return std::get<double>(v_); }           // Single, Double and Date
   Currency rawCurrency() const { return std::get<Currency>(v_); }
   const std::string& rawString() const { return std::get<std::string>(v_); }
 
