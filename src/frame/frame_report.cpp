@@ -84,19 +84,24 @@ void FrameReport::addProperty(std::string name, std::function<void(const Variant
   properties_.insert(at, Property{std::move(name), std::move(set)});
 }
 
+std::string FrameReport::displayName() const {
+  if (catalogueName_.empty() || catalogueName_ == name()) return name();
+  return "\"" + catalogueName_ + "\" (" + name() + ")";
+}
+
 void FrameReport::set(std::string_view name, const Variant& value) {
   for (auto& p : properties_) {
     if (!sameName(p.name, name)) continue;
     try {
       p.set(value);
     } catch (const RuntimeError& e) {
-      throw ReportError(this->name() + ": property " + p.name + ": " + e.what());
+      throw ReportError(displayName() + ": property " + p.name + ": " + e.what());
     }
     return;
   }
   std::string list;
   for (auto& p : properties_) list += (list.empty() ? "" : ", ") + p.name;
-  throw ReportError(this->name() + " has no property '" + std::string(name) +
+  throw ReportError(displayName() + " has no property '" + std::string(name) +
                     "'; its properties are: " + list);
 }
 

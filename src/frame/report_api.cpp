@@ -23,8 +23,7 @@ engine::TextMeasurer& measurer() {
 }
 
 std::string who(const frame::FrameReport& r) {
-  if (r.catalogueName().empty() || r.catalogueName() == r.name()) return r.name();
-  return "\"" + r.catalogueName() + "\" (" + r.name() + ")";
+  return r.displayName();
 }
 }  // namespace
 
