@@ -57,6 +57,23 @@ std::map<std::string, std::string> exampleIds(const std::string& conn) {
       c);
   if (!rs.EOF_()) ids["{PartyName}"] = rs.value("SubEventName").displayText();
   rs.close();
+  // The room-plan reports want the party with the most chairs on its plan.
+  ids["{RoomPlanPartyID}"] = ids["{PartyID}"];
+  ids["{RoomPlanPartyName}"] = ids["{PartyName}"];
+  rs.open(
+      "SELECT Rooms.PartyID, SubEvents.SubEventName, Count(1) AS N FROM ((Rooms INNER JOIN "
+      "RoomObjects ON Rooms.RoomID = RoomObjects.RoomID) INNER JOIN RoomObjectChairs ON "
+      "RoomObjects.ObjectID = RoomObjectChairs.ObjectID) INNER JOIN (Parties INNER JOIN SubEvents "
+      "ON Parties.SubEventID = SubEvents.SubEventID) ON Rooms.PartyID = Parties.PartyID WHERE "
+      "Parties.EventID = " +
+          ids["{EventID}"] +
+          " GROUP BY Rooms.PartyID, SubEvents.SubEventName ORDER BY Count(1) DESC",
+      c);
+  if (!rs.EOF_()) {
+    ids["{RoomPlanPartyID}"] = rs.value("PartyID").toString();
+    ids["{RoomPlanPartyName}"] = rs.value("SubEventName").displayText();
+  }
+  rs.close();
   return ids;
 }
 
@@ -133,7 +150,7 @@ std::string examplesHelp() {
     for (const auto& [k, v] : e.example) s += " \\\n      --set \"" + k + "=" + v + "\"";
     s += "\n";
   }
-  return s + "({PartyID} and {EventID} stand for keys of your database.)\n";
+  return s + "({PartyID}, {RoomPlanPartyID} and {EventID} stand for keys of your database.)\n";
 }
 
 Registration list([](CLI::App& app) {

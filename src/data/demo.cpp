@@ -415,18 +415,38 @@ class Builder {
     }
   }
 
+  // Two rooms: a long family table and round tables upstairs, a high-top and a long table on
+  // the terrace. The last chair of each round table stays free, every ninth attending guest has
+  // no chair, and the first guest also holds a chair at the high-top (on the plan twice).
   void roomPlan(const Party& p) {
     const auto& people = attendees_[p.id];
-    long room = f_.room(p.id, "Upstairs Dining Room");
-    long terrace = f_.room(p.id, "Terrace");
-    size_t k = 0;
-    int objects = std::max(2, static_cast<int>(people.size() / 8) + 1);
-    for (int o = 1; o <= objects; ++o) {
-      long obj = f_.roomObject(room, o == 1 ? "Family Table" : "Table " + std::to_string(o), o, 8);
-      for (int c = 1; c <= 8; ++c) f_.chair(obj, c, k < people.size() && c < 8 ? people[k++] : 0);
+    std::vector<long> menus;
+    for (const char* m : {"Osso Buco", "Chicken Piccata", "Eggplant Parmigiana"})
+      menus.push_back(f_.menu(p.id, m));
+    std::vector<long> seated;
+    for (size_t i = 0; i < people.size(); ++i) {
+      f_.exec("UPDATE Invitees SET MenuID = " + std::to_string(menus[i % menus.size()]) +
+              " WHERE GuestID = " + std::to_string(people[i]) +
+              " AND +PartyID = " + std::to_string(p.id));
+      if (i % 9 != 8) seated.push_back(people[i]);
     }
-    long bar = f_.roomObject(terrace, "High-top", 1, 4);
-    for (int c = 1; c <= 4; ++c) f_.chair(bar, c, 0);
+    size_t k = 0;
+    auto next = [&] { return k < seated.size() ? seated[k++] : 0L; };
+    long upstairs = f_.room(p.id, "Upstairs Dining Room");
+    long family = f_.roomObject(upstairs, "Family Table", 1, 10);
+    for (int c = 1; c <= 10; ++c) f_.chair(family, c, next());
+    // Enough rounds that the long table takes the rest (up to its twelve chairs).
+    const int rest = static_cast<int>(seated.size()) - 10 - 12;
+    const int rounds = std::max(2, (rest + 6) / 7);
+    for (int o = 1; o <= rounds; ++o) {
+      long round = f_.roomObject(upstairs, "Round " + std::to_string(o), o + 1, 8);
+      for (int c = 1; c <= 8; ++c) f_.chair(round, c, c < 8 ? next() : 0);
+    }
+    long terrace = f_.room(p.id, "Terrace");
+    long highTop = f_.roomObject(terrace, "High-top", 1, 4);
+    for (int c = 1; c <= 4; ++c) f_.chair(highTop, c, c == 1 && !seated.empty() ? seated[0] : 0);
+    long longTable = f_.roomObject(terrace, "Long Table", 2, 12);
+    for (int c = 1; c <= 12; ++c) f_.chair(longTable, c, next());
   }
 
   void timelines(const Party& ceremony, const Party& reception) {

@@ -54,7 +54,11 @@ std::vector<CatalogueEntry> makeCatalogue() {
        "meal choices per party",
        {},
        {{"SQLWhere", "WHERE Parties.PartyID = {PartyID}"}, {"Criteria", "Party: {PartyName}"}}},
-      {"Table Assignments By Guest", "rptGuestTables", "each attending guest's table and seat", {}},
+      {"Table Assignments By Guest",
+       "rptGuestTables",
+       "each attending guest's table and seat",
+       {},
+       {{"SQLWhere", "WHERE Parties.PartyID = {PartyID}"}, {"Criteria", "Party: {PartyName}"}}},
       // The party is read back from the clause: the number must be followed by a blank.
       {"Table Assignments By Table",
        "rptTableAssign",
@@ -93,8 +97,20 @@ std::vector<CatalogueEntry> makeCatalogue() {
       {"PieChart", "rptPieChart", "the event budget as a pie", {}},
       {"VendorPhoneBook", "rptVendorPhoneBook", "vendor phone book", {}},
       {"Event Pros - One Line Report", "rptVendorOneLine", "one line per vendor", {}},
-      {"GuestTables2", "rptGuestTables2", "guests with room-plan seats", {}},
-      {"TableAssign2", "rptTableAssign2", "the room plan table by table", {}},
+      {"GuestTables2",
+       "rptGuestTables2",
+       "guests with room-plan seats",
+       {},
+       {{"SQLWhere", "WHERE Parties.PartyID = {RoomPlanPartyID}"},
+        {"Criteria", "Party: {RoomPlanPartyName}"}}},
+      // The party is read back from the clause: the number must be followed by a blank.
+      {"TableAssign2",
+       "rptTableAssign2",
+       "the room plan table by table",
+       {},
+       {{"SQLWhere", "WHERE Parties.PartyID = {RoomPlanPartyID} "},
+        {"SQLOrderBy", "ORDER BY RoomName, ItemNumber, ChairNumber"},
+        {"Criteria", "Party: {RoomPlanPartyName}"}}},
   };
   return c;
 }

@@ -114,6 +114,18 @@ TEST_F(Demo, AwkwardDataIsThereOnPurpose) {
                    "SELECT Count(*) FROM Tables WHERE TableID NOT IN (SELECT TableID FROM "
                    "Invitees)"),
             "0");
+  // The room plan: two rooms, empty chairs, a guest on two chairs, attending guests without one.
+  EXPECT_EQ(scalar(c, "SELECT Count(*) FROM Rooms"), "2");
+  EXPECT_NE(scalar(c, "SELECT Count(*) FROM RoomObjectChairs WHERE GuestID = 0"), "0");
+  EXPECT_EQ(scalar(c,
+                   "SELECT Count(*) FROM (SELECT GuestID FROM RoomObjectChairs WHERE GuestID <> 0 "
+                   "GROUP BY GuestID HAVING Count(*) > 1)"),
+            "1");
+  EXPECT_NE(scalar(c,
+                   "SELECT Count(*) FROM Invitees INNER JOIN Rooms ON Rooms.PartyID = "
+                   "Invitees.PartyID WHERE Attending <> 0 AND GuestID NOT IN (SELECT GuestID FROM "
+                   "RoomObjectChairs)"),
+            "0");
 }
 
 }  // namespace

@@ -45,6 +45,9 @@ class LongValues : public ReportTest {
                                 "confit and a ragout of spring vegetables");
     const long table =
         db().table(party_, "The Long Table by the Fountain under the Plane Trees", 10);
+    const long room = db().room(party_, "The Grand Orangery Pavilion on the Upper Terrace");
+    const long roundTable =
+        db().roomObject(room, "Round table beside the fountain under the plane trees", 12, 12);
     const char* categories[] = {"Family of the Bride and her Grandparents' Friends", "", "Work"};
     for (int g = 0; g < 6; ++g) {
       const long group =
@@ -69,6 +72,7 @@ class LongValues : public ReportTest {
                      .tableId = table,
                      .seat = 2 * g + i + 1});
         db().invite(guest, other, {.attending = true, .primary = i == 0});
+        if (g < 5) db().chair(roundTable, 2 * g + i + 1, guest);
       }
     }
     const long cat = db().expenseCategory(
@@ -83,8 +87,8 @@ class LongValues : public ReportTest {
   // Catalogue examples name an event and a party by placeholders.
   std::string expand(std::string v) const {
     v = std::regex_replace(v, std::regex("\\{EventID\\}"), std::to_string(event_));
-    v = std::regex_replace(v, std::regex("\\{PartyID\\}"), std::to_string(party_));
-    return std::regex_replace(v, std::regex("\\{PartyName\\}"), "Rehearsal Dinner");
+    v = std::regex_replace(v, std::regex("\\{(RoomPlan)?PartyID\\}"), std::to_string(party_));
+    return std::regex_replace(v, std::regex("\\{(RoomPlan)?PartyName\\}"), "Rehearsal Dinner");
   }
 
   long event_ = 0, party_ = 0;
