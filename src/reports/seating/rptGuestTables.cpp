@@ -23,33 +23,14 @@ std::string selectText(const std::string& where, std::int32_t partyId) {
          "GuestNames.GLName, GuestNames.GSuffix,  GuestNames.Type, GuestNames.GFName";
 }
 
-class RptGuestTables : public SeatingReport {
+class RptGuestTables : public GuestSeatingReport {
  public:
-  RptGuestTables() : SeatingReport(engine::layouts::rptGuestTables()) {
-    addProperty("Mode", [this](const Variant& v) { mode_ = frame::propInteger(v); });
-    onFormat("ghPartyName", [this] { formatParty(); });
-    printDateOn("PageFooter");
-  }
-
-  // "WHERE Parties.PartyID = 12" or "WHERE Parties.PartyID = 12 AND ...".
-  void setSQLWhere(std::string w) override {
-    partyId_ = partyUpToAnd(w);
-    FrameReport::setSQLWhere(std::move(w));
-  }
+  RptGuestTables() : GuestSeatingReport(engine::layouts::rptGuestTables()) {}
 
   void onReportStart() override {
     startFrame(true);
-    data().setSource(selectText(sqlWhere(), partyId_));
+    data().setSource(selectText(sqlWhere(), partyId()));
   }
-
- private:
-  // Filled on every formatting, with the party of the clause.
-  void formatParty() {
-    if (onPartyRow()) fillTimeAndCounts(partyId_);
-  }
-
-  std::int32_t partyId_ = 0;
-  std::int16_t mode_ = 0;
 };
 
 const frame::DesignerRegistration reg("rptGuestTables",

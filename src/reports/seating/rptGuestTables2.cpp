@@ -9,19 +9,9 @@ GALVIX_USE_LAYOUT(rptGuestTables2);
 namespace galvix::reports {
 namespace {
 
-class RptGuestTables2 : public SeatingReport {
+class RptGuestTables2 : public GuestSeatingReport {
  public:
-  RptGuestTables2() : SeatingReport(engine::layouts::rptGuestTables2()) {
-    addProperty("Mode", [this](const Variant& v) { mode_ = frame::propInteger(v); });
-    onFormat("ghPartyName", [this] { formatParty(); });
-    printDateOn("PageFooter");
-  }
-
-  // "WHERE Parties.PartyID = 12" or "WHERE Parties.PartyID = 12 AND ...".
-  void setSQLWhere(std::string w) override {
-    partyId_ = partyUpToAnd(w);
-    FrameReport::setSQLWhere(std::move(w));
-  }
+  RptGuestTables2() : GuestSeatingReport(engine::layouts::rptGuestTables2()) {}
 
   void onReportStart() override {
     startFrame(true);
@@ -30,17 +20,8 @@ class RptGuestTables2 : public SeatingReport {
         "'' as RoomName, 'Not Seated' AS TableSum",
         "'#' + CStr(RoomObjects.ItemNumber) +': ' + RoomObjects.ObjectLabel + ' / ' + "
         "CStr(RoomObjectChairs.ChairNumber) as TableSum ",
-        sqlWhere(), seating_sql::kByGuestName, partyId_));
+        sqlWhere(), seating_sql::kByGuestName, partyId()));
   }
-
- private:
-  // Filled on every formatting, with the party of the clause; the date stays as stored.
-  void formatParty() {
-    if (onPartyRow()) fillTimeAndCounts(partyId_);
-  }
-
-  std::int32_t partyId_ = 0;
-  std::int16_t mode_ = 0;
 };
 
 const frame::DesignerRegistration reg("rptGuestTables2",

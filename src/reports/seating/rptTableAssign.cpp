@@ -48,7 +48,7 @@ std::string selectText(const std::string& where, const std::string& id) {
 
 class RptTableAssign : public SeatingReport {
  public:
-  RptTableAssign() : SeatingReport(engine::layouts::rptTableAssign()) {
+  RptTableAssign() : SeatingReport(engine::layouts::rptTableAssign(), PartyClause::AfterEquals) {
     onFormat("ghPartyName", [this] { formatParty(); });
     onFormat("ghTable", [this] { formatTable(); });
     onBeforePrint("ghTable", [this] { printTable(); });
@@ -56,26 +56,18 @@ class RptTableAssign : public SeatingReport {
     printDateOn("PageFooter");
   }
 
-  // The clause carries the party: "... = 12 ".
-  void setSQLWhere(std::string w) override {
-    partyId_ = partyAfterEquals(w);
-    FrameReport::setSQLWhere(std::move(w));
-  }
-
   void onReportStart() override {
-    startFrame(true);
+    startWithPartyFromClause();
     seatsUsed_ = 0;
-    resetPartyHeaders();
-    partyId_ = partyAtStart(sqlWhere());
-    data().setSource(selectText(sqlWhere(), std::to_string(partyId_)));
+    data().setSource(selectText(sqlWhere(), std::to_string(partyId())));
   }
 
  private:
   void formatParty() {
     if (!onPartyRow() || !firstPartyHeader()) return;
-    partyId_ = data().recordset().value("PartyID").toLong();
-    fillTimeAndCounts(partyId_);
-    const std::string id = std::to_string(partyId_);
+    setPartyId(data().recordset().value("PartyID").toLong());
+    fillTimeAndCounts(partyId());
+    const std::string id = std::to_string(partyId());
     // A party without tables has no seat sum; it shows 0 seats.
     fillSeatTotals(
         "SELECT Count(1) As NumTables FROM Tables WHERE PartyID = " + id, "NumTables",
@@ -103,7 +95,6 @@ class RptTableAssign : public SeatingReport {
       field("txtSeatsAvail").setText(seatsLeft(seats, std::to_string(seatsUsed_)));
   }
 
-  std::int32_t partyId_ = 0;
   std::int32_t seatsUsed_ = 0;
 };
 

@@ -19,23 +19,15 @@ const char* const kRoomsFrom =
 
 class RptTableAssign2 : public SeatingReport {
  public:
-  RptTableAssign2() : SeatingReport(engine::layouts::rptTableAssign2()) {
+  RptTableAssign2() : SeatingReport(engine::layouts::rptTableAssign2(), PartyClause::AfterEquals) {
     onFormat("ghPartyName", [this] { formatParty(); });
     onBeforePrint("ghTable", [this] { printTable(); });
     onBeforePrint("gfTable", [this] { printTableFooter(); });
     printDateOn("PageFooter");
   }
 
-  // The clause carries the party: "... = 12 ".
-  void setSQLWhere(std::string w) override {
-    partyId_ = partyAfterEquals(w);
-    FrameReport::setSQLWhere(std::move(w));
-  }
-
   void onReportStart() override {
-    startFrame(true);
-    resetPartyHeaders();
-    partyId_ = partyAtStart(sqlWhere());
+    startWithPartyFromClause();
     std::string tableSum;
     if (sqlOrderBy() == kByLabel) {
       section("ghTable").setDataField("ObjectLabel");
@@ -53,15 +45,15 @@ class RptTableAssign2 : public SeatingReport {
     data().setSource(seating_sql::roomPlan(
         " '' as RoomName, '' as ObjectLabel, 0 as ItemNumber,'Not Seated' AS TableSum, 0 as "
         "GuestID, 0 as ChairNumber, 0 as NumOfChairs",
-        tableSum, sqlWhere(), sqlOrderBy(), partyId_));
+        tableSum, sqlWhere(), sqlOrderBy(), partyId()));
   }
 
  private:
   // The party's counts and seat totals, on the first party header of the run only.
   void formatParty() {
     if (!onPartyRow() || !firstPartyHeader()) return;
-    partyId_ = data().recordset().value("PartyID").toLong();
-    fillTimeAndCounts(partyId_);
+    setPartyId(data().recordset().value("PartyID").toLong());
+    fillTimeAndCounts(partyId());
     fillSeatTotals(
         "SELECT Count(1) AS TotalTables FROM Parties INNER JOIN (Rooms INNER JOIN RoomObjects ON "
         "Rooms.RoomID = RoomObjects.RoomID) ON Parties.PartyID = Rooms.PartyID " +
@@ -85,8 +77,6 @@ class RptTableAssign2 : public SeatingReport {
     field("txtSeatsAvail")
         .setText(seatsLeft(field("txtNumSeats").text(), field("txtSeatsUsed").text()));
   }
-
-  std::int32_t partyId_ = 0;
 };
 
 const frame::DesignerRegistration reg("rptTableAssign2",

@@ -88,22 +88,34 @@ long firstEquals(const std::string& where) {
   return vb::InStr(Variant(where), Variant("=")).toLong();
 }
 
-}  // namespace
-
-std::int32_t SeatingReport::partyAfterEquals(const std::string& where) {
+// "WHERE Parties.PartyID = 12 ": everything after the first "=".
+std::int32_t partyAfterEquals(const std::string& where) {
   return partyNumber(vb::Mid(Variant(where), firstEquals(where) + 1), where);
 }
 
-std::int32_t SeatingReport::partyUpToAnd(const std::string& where) {
+// "... = 12 AND ...": from the first "=" up to the blank before the first " AND " (exact case).
+std::int32_t partyUpToAnd(const std::string& where) {
   const Variant w(where);
   const long eq = firstEquals(where);
   const long andAt = vb::InStr(w, Variant(" AND ")).toLong();
   return partyNumber(andAt > 0 ? vb::Mid(w, eq + 1, andAt - eq) : vb::Mid(w, eq + 1), where);
 }
 
-std::int32_t SeatingReport::partyAtStart(const std::string& where) {
-  const Variant rest = vb::Mid(Variant(where), firstEquals(where) + 2);
-  return partyNumber(vb::Left(rest, vb::InStr(rest, Variant(" ")).toLong()), where);
+}  // namespace
+
+SeatingReport::SeatingReport(const engine::EmbeddedLayout& layout, PartyClause clause)
+    : FrameReport(layout), clause_(clause) {}
+
+void SeatingReport::setSQLWhere(std::string w) {
+  partyId_ = clause_ == PartyClause::AfterEquals ? partyAfterEquals(w) : partyUpToAnd(w);
+  FrameReport::setSQLWhere(std::move(w));
+}
+
+void SeatingReport::startWithPartyFromClause() {
+  startFrame(true);
+  partyHeaders_ = 0;
+  const Variant rest = vb::Mid(Variant(sqlWhere()), firstEquals(sqlWhere()) + 2);
+  partyId_ = partyNumber(vb::Left(rest, vb::InStr(rest, Variant(" ")).toLong()), sqlWhere());
 }
 
 bool SeatingReport::onPartyRow() {
@@ -134,6 +146,15 @@ void SeatingReport::fillSeatTotals(const std::string& tablesSql, const char* tab
 
 std::string SeatingReport::seatsLeft(const std::string& seats, const std::string& used) {
   return std::to_string(checkedInteger(Variant(seats).toInteger() - Variant(used).toInteger()));
+}
+
+GuestSeatingReport::GuestSeatingReport(const engine::EmbeddedLayout& layout)
+    : SeatingReport(layout, PartyClause::UpToAnd) {
+  addProperty("Mode", [this](const Variant& v) { mode_ = frame::propInteger(v); });
+  onFormat("ghPartyName", [this] {
+    if (onPartyRow()) fillTimeAndCounts(partyId());
+  });
+  printDateOn("PageFooter");
 }
 
 }  // namespace galvix::reports

@@ -31,17 +31,26 @@ std::string roomPlan(const std::string& unseatedColumns, const std::string& seat
 }  // namespace seating_sql
 
 class SeatingReport : public frame::FrameReport {
- protected:
-  using FrameReport::FrameReport;
+ public:
+  // How setting the where clause reads the party number out of it.
+  enum class PartyClause {
+    AfterEquals,  // "WHERE Parties.PartyID = 12 ": everything after the first "="
+    UpToAnd,      // "... = 12 AND ...": up to the blank before the first " AND ", or the end
+  };
 
-  // "WHERE Parties.PartyID = 12 ": everything after the first "=".
-  static std::int32_t partyAfterEquals(const std::string& where);
-  // "WHERE Parties.PartyID = 12 AND ...": from the first "=" up to the blank before the first
-  // " AND ", or to the end when there is none.
-  static std::int32_t partyUpToAnd(const std::string& where);
-  // At report start: from two characters after the first "=" up to and including the next
-  // blank, so a number with nothing after it fails.
-  static std::int32_t partyAtStart(const std::string& where);
+  SeatingReport(const engine::EmbeddedLayout& layout, PartyClause clause);
+
+  void setSQLWhere(std::string w) override;
+
+ protected:
+  std::int32_t partyId() const { return partyId_; }
+  void setPartyId(std::int32_t id) { partyId_ = id; }
+
+  // Report start for the table-by-table reports: the frame with its side connection, the party
+  // header counter back to 0, and the party read again from the clause: from two characters
+  // after the first "=" up to and including the next blank, so a number with nothing after it
+  // fails.
+  void startWithPartyFromClause();
 
   // The row being formatted is a party's: the source has rows and this one a PartyID.
   bool onPartyRow();
@@ -52,7 +61,6 @@ class SeatingReport : public frame::FrameReport {
   // The party header prints once per run: true the first time; later it hides the band.
   bool firstPartyHeader();
   void notePartyHeaderFilled() { ++partyHeaders_; }
-  void resetPartyHeaders() { partyHeaders_ = 0; }
 
   // Tables, seats and seats used of the party into their header fields, each the first column
   // of its query ("0" when there is no row or it is Null), then available = seats - used.
@@ -64,7 +72,19 @@ class SeatingReport : public frame::FrameReport {
   static std::string seatsLeft(const std::string& seats, const std::string& used);
 
  private:
+  PartyClause clause_;
+  std::int32_t partyId_ = 0;
   std::int16_t partyHeaders_ = 0;
+};
+
+// The guest-by-guest lists: a `Mode` property kept and not used, and a party header filled on
+// every formatting with the party of the clause.
+class GuestSeatingReport : public SeatingReport {
+ public:
+  explicit GuestSeatingReport(const engine::EmbeddedLayout& layout);
+
+ private:
+  std::int16_t mode_ = 0;
 };
 
 }  // namespace galvix::reports
