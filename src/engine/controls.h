@@ -73,6 +73,9 @@ struct ControlState {
   bool canGrow = false;
   bool canShrink = false;
   bool wordWrap = true;
+  // Page header only: prints what the control holds when its page closes, not when the page
+  // opens (a directory's "to" surname is the last one placed on the page).
+  bool runningHead = false;
 
   std::string caption;       // Label, CheckBox
   std::string text;          // Field: the text that prints

@@ -254,6 +254,7 @@ ControlState readControl(const json& j, const std::string& path, const std::stri
   c.canGrow = r.boolean("canGrow", false);
   c.canShrink = r.boolean("canShrink", false);
   c.wordWrap = r.boolean("wordWrap", true);
+  c.runningHead = r.boolean("runningHead", false);
   c.caption = r.str("caption");
   c.text = r.str("text");
   if (r.has("value")) {

@@ -122,7 +122,12 @@ void Paginator::openPage(BandInstance* first) {
     RowPtr row = first ? first->row : lastRow_;
     long idx = first ? first->rowIndex : lastRowIndex_;
     BandInstance ph = loop_.formatSection(*pageHeader_, row, idx);
+    const std::size_t before = pages_.back().items.size();
     if (ph.sectionState.visible) commit(ph, false);
+    for (std::size_t i = before; i < pages_.back().items.size(); ++i)
+      for (const auto& c : pageHeader_->controls_)
+        if (c->state().runningHead && c->state().name == pages_.back().items[i].control)
+          runningHeads_.emplace_back(i, c.get());
   }
   // Headers of groups that continue on this page, where the layout asks for them again.
   for (auto& h : openHeaders_) {
@@ -138,6 +143,10 @@ void Paginator::openPage(BandInstance* first) {
 void Paginator::closePage() {
   if (embedded_ || !open_) return;
   endColumns();
+  for (const auto& [i, c] : runningHeads_)
+    if (auto* t = std::get_if<doc::Text>(&pages_.back().items[i].content))
+      t->text = c->kind() == ControlKind::Label ? c->state().caption : c->state().text;
+  runningHeads_.clear();
   if (pageFooter_) {
     BandInstance pf = loop_.formatSection(*pageFooter_, lastRow_, lastRowIndex_);
     if (pf.sectionState.visible) {

@@ -52,6 +52,8 @@ class Paginator {
   bool embedded_;
   std::int32_t embeddedWidth_;
   std::vector<doc::Page> pages_;
+  // Items of the open page's header whose text is taken when the page closes.
+  std::vector<std::pair<std::size_t, const Control*>> runningHeads_;
   bool open_ = false;
   bool breakPending_ = false;
   std::int32_t left_ = 0, bodyTop_ = 0, bodyStart_ = 0, bodyBottom_ = 0, footerTop_ = 0, y_ = 0;

@@ -21,6 +21,12 @@ const std::vector<std::pair<std::string, std::string>> kGuestListExample = {
     {"SQLOrderBy", "ORDER BY Parties.PartyID, PartyDetails.FormalLabel"},
     {"Criteria", "Party: {PartyName}"}};
 
+const std::vector<std::pair<std::string, std::string>> kTravelExample = {
+    {"SQLWhere", "WHERE Parties.PartyID = {PartyID}"},
+    {"SQLOrderBy", "ORDER BY PartyDetails.FormalLabel"},
+    {"TimeFormat", "h:mm AP"},
+    {"Criteria", "Party: {PartyName}"}};
+
 std::vector<CatalogueEntry> makeCatalogue() {
   std::vector<CatalogueEntry> c = {
       {"Master Budget Summary", "rptMasterBudget", "amounts kept per expense category", {}},
@@ -33,11 +39,15 @@ std::vector<CatalogueEntry> makeCatalogue() {
        setProp("WorkSheetType", Variant(std::int16_t{0}))},
       {"Checklist - Calendar", "", "(not available)", {}},
       {"Checklist - Tabular", "rptChecklist", "the host's task query as a table", {}},
-      {"Master Guest List", "rptFamilyAndFriends", "directory of the event's guest groups", {}},
+      {"Master Guest List",
+       "rptFamilyAndFriends",
+       "directory of the event's guest groups",
+       {},
+       {{"EventID", "{EventID}"}}},
       {"Guest Arrival Information", "rptGuestADInfo", "arrivals per party",
-       setProp("Mode", Variant(std::int16_t{0}))},
+       setProp("Mode", Variant(std::int16_t{0})), kTravelExample},
       {"Guest Departure Information", "rptGuestADInfo", "departures per party",
-       setProp("Mode", Variant(std::int16_t{1}))},
+       setProp("Mode", Variant(std::int16_t{1})), kTravelExample},
       {"Guest Hotel Information", "rptGuestHotel", "lodging per guest group", {}},
       {"Guest List - with notes", "rptGuestList", "guest groups per party, with notes",
        setProp("DisplayNotes", Variant(true)), kGuestListExample},

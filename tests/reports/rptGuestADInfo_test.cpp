@@ -1,0 +1,89 @@
+#include <gmock/gmock.h>
+
+#include "report_test_util.h"
+
+namespace galvix::testing {
+namespace {
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+class ArrivalsDepartures : public PartyReportTest {
+ protected:
+  // A group invited to the party with `members` guests (the first primary), all attending but
+  // the last when `oneDeclines`.
+  long travelling(const std::string& label, const data::InvitationSpec& travel, int members = 2,
+                  bool oneDeclines = false) {
+    const long g = db().group(event_, {.label = label});
+    data::InvitationSpec inv = travel;
+    inv.formalLabel = label;
+    db().invitation(party_, g, inv);
+    for (int i = 0; i < members; ++i)
+      db().invite(db().guest(g, {.first = "M" + std::to_string(i)}), party_,
+                  {.attending = !(oneDeclines && i == members - 1), .primary = i == 0});
+    return g;
+  }
+  doc::Document runMode(const char* name, const std::string& where) {
+    auto r = report(name);
+    r->set("SQLWhere", Variant(where));
+    r->set("SQLOrderBy", Variant("ORDER BY PartyDetails.FormalLabel"));
+    r->set("TimeFormat", Variant("h:mm AP"));
+    return run(*r);
+  }
+  std::string where() const { return "WHERE Parties.PartyID = " + std::to_string(party_); }
+};
+
+TEST_F(ArrivalsDepartures, ArrivalsListGroupsWithAnyArrivalDetailAndTotalTheirAttendees) {
+  travelling("Ames", {.aDate = data::date(2027, 6, 10),
+                      .aTime = data::time(14, 5),
+                      .aLocation = "ORD",
+                      .aCarrier = "United",
+                      .aCarrierNo = "812",
+                      .pickup = true});
+  travelling("Bell", {.aCarrier = "Amtrak"}, 3, true);  // a carrier alone is enough
+  travelling("Cole", {.dDate = data::date(2027, 6, 14), .dCarrier = "Delta"});  // leaving only
+  travelling("Dunn", {});                                                       // no travel
+
+  auto d = runMode("Guest Arrival Information", where());
+  EXPECT_THAT(texts(d, "txtNames"), ElementsAre("Ames", "Bell"));
+  EXPECT_THAT(texts(d, "txtTCarrier"), ElementsAre("United", "Amtrak"));
+  EXPECT_THAT(texts(d, "txtTTime"), ElementsAre("2:05 PM", ""));
+  EXPECT_THAT(texts(d, "txtNumber"), ElementsAre("2", "2"));
+  EXPECT_THAT(texts(d, "txtTotal"), ElementsAre("4"));
+  EXPECT_THAT(texts(d, "lblRide"), ElementsAre("Pickup?"));
+  std::vector<bool> ticked;
+  for (const auto& p : d.pages)
+    for (const auto& it : p.items)
+      if (auto* c = std::get_if<doc::CheckBox>(&it.content); c && it.control == "chkRide")
+        ticked.push_back(c->checked);
+  EXPECT_THAT(ticked, ElementsAre(true, false));
+}
+
+TEST_F(ArrivalsDepartures, DeparturesUseTheirOwnColumnsHeadingAndClause) {
+  travelling("Ames", {.aCarrier = "United"});  // arriving only
+  travelling("Cole", {.dDate = data::date(2027, 6, 14), .dCarrier = "Delta", .dropOff = true});
+  // A clause without the keyword gets its own where clause.
+  auto d = runMode("Guest Departure Information", "");
+  EXPECT_THAT(texts(d, "txtNames"), ElementsAre("Cole"));
+  EXPECT_THAT(texts(d, "txtTCarrier"), ElementsAre("Delta"));
+  EXPECT_THAT(texts(d, "lblRide"), ElementsAre("Dropoff?"));
+}
+
+TEST_F(ArrivalsDepartures, ATotalBeyondSixteenBitsIsAnOverflow) {
+  const long g = travelling("Ames", {.aCarrier = "United"}, 1);
+  db().exec(
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 32768) "
+      "INSERT INTO GuestNames (GroupID, GFName, GLName, Type) SELECT " +
+      std::to_string(g) + ", 'G', 'Crowd', 0 FROM n");
+  db().exec("INSERT INTO Invitees (GuestID, PartyID, Attending, \"Primary\") SELECT GuestID, " +
+            std::to_string(party_) + ", -1, 0 FROM GuestNames WHERE GLName = 'Crowd'");
+  try {
+    runMode("Guest Arrival Information", where());
+    ADD_FAILURE() << "expected an overflow";
+  } catch (const ReportRunError& e) {
+    EXPECT_THAT(e.what(), HasSubstr("Guest Arrival Information"));
+    EXPECT_THAT(e.what(), HasSubstr("overflow"));
+  }
+}
+
+}  // namespace
+}  // namespace galvix::testing
