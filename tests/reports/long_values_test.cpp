@@ -62,7 +62,18 @@ class LongValues : public ReportTest {
                        .rsvpd = g % 2 == 0,
                        .rsvpNote = g % 2 ? "Will arrive late after the ceremony, please keep "
                                            "two seats near the door"
-                                         : ""});
+                                         : "",
+                       .aDate = data::date(2025, 6, 13),
+                       .aTime = data::time(23, 55),
+                       .aLocation = "Aéroport Marseille Provence, Terminal 1, Hall A",
+                       .aCarrier = "Air France–KLM Regional Partners",
+                       .aCarrierNo = "AF 7644 / KL 1234",
+                       .pickup = true,
+                       .dDate = data::date(2025, 6, 16),
+                       .dTime = data::time(6, 5),
+                       .dLocation = "Gare d'Avignon TGV, Quai 3",
+                       .dCarrier = "SNCF TGV inOui",
+                       .dCarrierNo = "TGV 6102"});
       for (int i = 0; i < 2; ++i) {
         const long guest = db().guest(group, {.first = kName60, .last = kLast30, .title = "Dr."});
         db().invite(guest, party_,
