@@ -76,7 +76,10 @@ Registration reg([](CLI::App& app) {
   cmd->add_option("--guests", *guests, "Wedding guests (the gala adds a third more)")
       ->check(CLI::Range(10, 1000000));
   cmd->add_option("--seed", *seed, "Seed for the generated names and replies");
+  auto force = std::make_shared<bool>(false);
+  cmd->add_flag("--force", *force, "Replace the file if it exists");
   cmd->callback([=] {
+    refuseToReplace(*file, *force);
     data::DemoOptions o;
     o.guests = *guests;
     o.seed = *seed;

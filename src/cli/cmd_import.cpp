@@ -19,7 +19,8 @@ namespace fs = std::filesystem;
 // complete, so a failed or interrupted run never leaves a half-written database.
 void writeAtomically(sqlite3* db, const fs::path& target) {
   fs::path dir = target.has_parent_path() ? target.parent_path() : fs::path(".");
-  fs::path temp = dir / ("." + target.filename().string() + ".tmp" + std::to_string(::getpid()));
+  fs::path temp =
+      dir / ("." + target.filename().string() + "." + std::to_string(::getpid()) + ".tmp");
   sqlite3* out = nullptr;
   auto cleanup = [&] {
     if (out) sqlite3_close(out);
@@ -59,9 +60,12 @@ Registration reg([](CLI::App& app) {
   auto source = std::make_shared<std::string>();
   auto target = std::make_shared<std::string>();
   cmd->add_option("source", *source, "the Access file")->required();
-  cmd->add_option("target", *target, "the SQLite file to write (replaced if it exists)")
-      ->required();
-  cmd->callback([source, target] {
+  auto force = std::make_shared<bool>(false);
+  cmd->add_option("target", *target, "the SQLite file to write")->required();
+  cmd->add_flag("--force", *force, "replace the target if it exists");
+  cmd->callback([source, target, force] {
+    refuseInputAsOutput(*target, *source);
+    refuseToReplace(*target, *force);
     db::access::LoadInfo info;
     std::shared_ptr<sqlite3> db;
     try {

@@ -8,6 +8,7 @@
 
 #include "cli/command.h"
 #include "db/connection.h"
+#include "db/connection_impl.h"
 #include "frame/catalogue.h"
 #include "galvix/report.h"
 #include "runtime/regional.h"
@@ -132,13 +133,29 @@ std::vector<std::string> write(const doc::Document& d, const std::string& out,
   return format == "png" ? writePng(d, prefix, 150) : writeSvg(d, prefix);
 }
 
-void renderOne(ReportObject& r, const std::string& out, const std::string& format) {
+// The files `write` will produce for a document of `pages` pages.
+std::vector<std::string> outputsOf(const std::string& out, const std::string& format,
+                                   std::size_t pages) {
+  if (format == "pdf") return {out};
+  std::string prefix = out;
+  if (auto dot = prefix.rfind('.'); dot != std::string::npos && dot > prefix.rfind('/'))
+    prefix.erase(dot);
+  std::vector<std::string> files;
+  for (std::size_t i = 0; i < std::max<std::size_t>(pages, 1); ++i)
+    files.push_back(prefix + "-" + std::to_string(i + 1) + "." + format);
+  return files;
+}
+
+void renderOne(ReportObject& r, const std::string& out, const std::string& format,
+               const std::string& database) {
+  for (const auto& f : outputsOf(out, format, 1)) refuseInputAsOutput(f, database);
   bool cancelled = false;
   doc::Document d = r.run(&cancelled);
   if (cancelled) {
     std::cerr << "galvix: \"" << r.catalogueName() << "\" ended without pages; nothing written\n";
     return;
   }
+  for (const auto& f : outputsOf(out, format, d.pages.size())) refuseInputAsOutput(f, database);
   for (const auto& f : write(d, out, format)) std::cout << f << "\n";
 }
 
@@ -202,7 +219,7 @@ Registration render([](CLI::App& app) {
       r->set(s.substr(0, eq), Variant(s.substr(eq + 1)));
     }
     std::string file = out->empty() ? fileStem(*name) + "." + *format : *out;
-    renderOne(*r, file, *format);
+    renderOne(*r, file, *format, db::dataSourceOf(conn));
   });
 });
 
@@ -230,7 +247,7 @@ Registration renderAll([](CLI::App& app) {
         setIf("ReportName", e.name);
         setIf("Criteria", "");
         for (const auto& [k, v] : e.example) r->set(k, Variant(substitute(v, ids)));
-        renderOne(*r, *dir + "/" + fileStem(e.name) + ".pdf", "pdf");
+        renderOne(*r, *dir + "/" + fileStem(e.name) + ".pdf", "pdf", db::dataSourceOf(conn));
       } catch (const std::exception& ex) {
         ++failed;
         std::cerr << ex.what() << "\n";

@@ -22,4 +22,10 @@ struct Exit {
   std::string message;
 };
 
+// Refuses (exit 2) an output that is one of the run's inputs: the same file by device and inode,
+// whatever the path, symbolic links followed. Checked before anything is written.
+void refuseInputAsOutput(const std::string& output, const std::string& input);
+// Refuses (exit 2) to replace an existing file unless the user said --force.
+void refuseToReplace(const std::string& output, bool force);
+
 }  // namespace galvix::cli

@@ -25,6 +25,17 @@ std::vector<std::string> writePng(const doc::Document& doc, const std::string& p
                                   double dpi = 96);
 std::vector<std::string> writeSvg(const doc::Document& doc, const std::string& pathPrefix);
 
+// Output files: a regular file is replaced atomically (a failed write leaves the old one), a
+// symbolic link is written through to its target, a FIFO or device is written directly, a
+// folder is refused. Temporary files left by a run that was killed outright are removed when
+// the next one is written beside them.
+//
+// Removes the temporary files of writes in progress. Safe to call from a signal handler.
+void removePartialOutputs() noexcept;
+// For command-line programs: SIGINT, SIGTERM and SIGHUP remove partial outputs, then end the
+// process as the signal would have.
+void removePartialOutputsOnSignals();
+
 // Measures text exactly as the sinks draw it (same fonts, same wrapping).
 std::unique_ptr<engine::TextMeasurer> makePangoMeasurer();
 

@@ -4,8 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -18,38 +20,108 @@ namespace galvix::render {
 
 namespace {
 
-// A file written under a temporary name in the same folder and renamed into place on commit, so
-// readers never see a partial file; dropped if not committed.
-class AtomicFile {
+// Temporary files being written, kept where a signal handler can reach them: fixed slots of
+// plain characters, since the handler may neither lock nor allocate.
+struct PendingSlot {
+  std::atomic<bool> used{false};
+  char path[4096];
+};
+PendingSlot g_pending[32];
+
+int claimSlot(const std::string& path) {
+  if (path.size() >= sizeof(g_pending[0].path)) return -1;
+  for (int i = 0; i < 32; ++i) {
+    bool expected = false;
+    if (g_pending[i].used.load() || !g_pending[i].used.compare_exchange_strong(expected, true))
+      continue;
+    std::memcpy(g_pending[i].path, path.c_str(), path.size() + 1);
+    return i;
+  }
+  return -1;  // more files in flight than slots: that one is only removed on the normal paths
+}
+
+void releaseSlot(int i) {
+  if (i >= 0) g_pending[i].used.store(false);
+}
+
+bool processAlive(long pid) {
+  return pid > 0 && (::kill(static_cast<pid_t>(pid), 0) == 0 || errno == EPERM);
+}
+
+// Temporary files of earlier runs that were killed outright (".name.<pid>.XXXXXX" whose process
+// is gone) are removed before a new one is made beside them.
+void removeStaleTemporaries(const std::filesystem::path& dir, const std::string& name) {
+  const std::string prefix = "." + name + ".";
+  std::error_code ec;
+  for (std::filesystem::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
+    const std::string f = it->path().filename().string();
+    if (f.size() <= prefix.size() + 7 || f.compare(0, prefix.size(), prefix) != 0) continue;
+    const std::string rest = f.substr(prefix.size());  // "<pid>.XXXXXX"
+    const auto dot = rest.find('.');
+    if (dot == std::string::npos || dot == 0 || rest.size() - dot - 1 != 6 ||
+        rest.find_first_not_of("0123456789") != dot)
+      continue;
+    if (!processAlive(std::stol(rest.substr(0, dot)))) std::filesystem::remove(it->path(), ec);
+  }
+}
+
+// Where the report goes. A regular file (or a new one) is written under a temporary name in the
+// same folder and renamed into place on commit, so readers never see a partial file and a
+// failure leaves the old one. A symbolic link is written through to its target. A FIFO, a device
+// or a socket is written directly: replacing it would destroy it.
+class OutputFile {
  public:
-  explicit AtomicFile(std::string path) : path_(std::move(path)) {
-    std::filesystem::path p(path_);
-    std::filesystem::path dir = p.has_parent_path() ? p.parent_path() : ".";
-    tmp_ = (dir / ("." + p.filename().string() + ".XXXXXX")).string();
+  explicit OutputFile(std::string path) : path_(std::move(path)) {
+    namespace fs = std::filesystem;
+    std::error_code ec;
+    fs::path target = path_;
+    for (int hops = 0; fs::is_symlink(fs::symlink_status(target, ec)); ++hops) {
+      if (hops == 40) throw RenderError("cannot write '" + path_ + "': too many symbolic links");
+      const fs::path link = fs::read_symlink(target, ec);
+      target = link.is_absolute() ? link : target.parent_path() / link;
+    }
+    struct stat st {};
+    if (::stat(target.c_str(), &st) == 0) {
+      if (S_ISDIR(st.st_mode))
+        throw RenderError("cannot write '" + path_ +
+                          "': it is a folder; give a file name for the output");
+      if (!S_ISREG(st.st_mode)) {
+        file_ = std::fopen(target.c_str(), "wb");
+        if (!file_) throw RenderError("cannot write '" + path_ + "': " + std::strerror(errno));
+        direct_ = true;
+        return;
+      }
+    }
+    target_ = target.string();
+    const fs::path dir = target.has_parent_path() ? target.parent_path() : ".";
+    const std::string name = target.filename().string();
+    removeStaleTemporaries(dir, name);
+    tmp_ = (dir / ("." + name + "." + std::to_string(::getpid()) + ".XXXXXX")).string();
     int fd = mkstemp(tmp_.data());
     if (fd < 0)
       throw RenderError("cannot create a temporary file for '" + path_ +
                         "': " + std::strerror(errno));
-    // mkstemp makes the file private; give it the mode a plain create would.
+    slot_ = claimSlot(tmp_);
+    // mkstemp makes the file private; give it the mode the file had, or a plain create's.
     const mode_t mask = umask(0);
     umask(mask);
-    fchmod(fd, 0666 & ~mask);
+    fchmod(fd, S_ISREG(st.st_mode) ? (st.st_mode & 07777) : (0666 & ~mask));
     file_ = fdopen(fd, "wb");
     if (!file_) {
       ::close(fd);
-      std::remove(tmp_.c_str());
+      discard();
       throw RenderError("cannot open a temporary file for '" + path_ + "'");
     }
   }
-  AtomicFile(const AtomicFile&) = delete;
-  AtomicFile& operator=(const AtomicFile&) = delete;
-  ~AtomicFile() {
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+  ~OutputFile() {
     if (file_) std::fclose(file_);
-    if (!committed_) std::remove(tmp_.c_str());
+    if (!committed_) discard();
   }
 
   static cairo_status_t write(void* self, const unsigned char* data, unsigned int length) {
-    auto* f = static_cast<AtomicFile*>(self);
+    auto* f = static_cast<OutputFile*>(self);
     if (std::fwrite(data, 1, length, f->file_) != length) {
       f->error_ = errno;
       return CAIRO_STATUS_WRITE_ERROR;
@@ -61,23 +133,41 @@ class AtomicFile {
     if (status != CAIRO_STATUS_SUCCESS)
       throw RenderError("cannot write '" + path_ +
                         "': " + (error_ ? std::strerror(error_) : cairo_status_to_string(status)));
-    const bool flushed = std::fflush(file_) == 0 && fsync(fileno(file_)) == 0;
+    // A pipe or a device cannot be synced; its reader has the bytes once they are flushed.
+    const bool flushed = std::fflush(file_) == 0 && (direct_ || fsync(fileno(file_)) == 0);
     const int err = errno;
     const bool closed = std::fclose(file_) == 0;
     file_ = nullptr;
     if (!flushed || !closed)
       throw RenderError("cannot write '" + path_ + "': " + std::strerror(flushed ? errno : err));
-    if (std::rename(tmp_.c_str(), path_.c_str()) != 0)
-      throw RenderError("cannot rename '" + tmp_ + "' to '" + path_ + "': " + std::strerror(errno));
+    if (!direct_ && std::rename(tmp_.c_str(), target_.c_str()) != 0)
+      throw RenderError("cannot write '" + path_ + "': " + std::strerror(errno));
     committed_ = true;
+    releaseSlot(slot_);
+    slot_ = -1;
   }
 
  private:
-  std::string path_, tmp_;
+  void discard() {
+    if (direct_) return;
+    std::remove(tmp_.c_str());
+    releaseSlot(slot_);
+    slot_ = -1;
+  }
+
+  std::string path_, target_, tmp_;
   std::FILE* file_ = nullptr;
   int error_ = 0;
+  int slot_ = -1;
+  bool direct_ = false;
   bool committed_ = false;
 };
+
+extern "C" void removeOnSignal(int sig) {
+  removePartialOutputs();
+  std::signal(sig, SIG_DFL);
+  std::raise(sig);
+}
 
 double pt(std::int32_t twips) {
   return twips / 20.0;
@@ -102,11 +192,20 @@ std::string pagePath(const std::string& prefix, std::size_t i, const char* ext) 
 
 }  // namespace
 
+void removePartialOutputs() noexcept {
+  for (auto& slot : g_pending)
+    if (slot.used.load()) ::unlink(slot.path);
+}
+
+void removePartialOutputsOnSignals() {
+  for (int sig : {SIGINT, SIGTERM, SIGHUP}) std::signal(sig, removeOnSignal);
+}
+
 void writePdf(const doc::Document& d, const std::string& path) {
   const auto& pages = pagesOf(d);
-  AtomicFile file(path);
+  OutputFile file(path);
   cairo_surface_t* s = cairo_pdf_surface_create_for_stream(
-      &AtomicFile::write, &file, pt(pages.front().width), pt(pages.front().height));
+      &OutputFile::write, &file, pt(pages.front().width), pt(pages.front().height));
   cairo_pdf_surface_set_metadata(s, CAIRO_PDF_METADATA_TITLE, d.title.c_str());
   cairo_pdf_surface_set_metadata(s, CAIRO_PDF_METADATA_CREATOR, d.creator.c_str());
   {
@@ -152,8 +251,8 @@ std::vector<std::string> writePng(const doc::Document& d, const std::string& pat
       cairo_surface_destroy(s);
       throw RenderError("cannot draw '" + path + "': " + cairo_status_to_string(status));
     }
-    AtomicFile file(path);
-    status = cairo_surface_write_to_png_stream(s, &AtomicFile::write, &file);
+    OutputFile file(path);
+    status = cairo_surface_write_to_png_stream(s, &OutputFile::write, &file);
     cairo_surface_destroy(s);
     file.commit(status);
     paths.push_back(path);
@@ -167,9 +266,9 @@ std::vector<std::string> writeSvg(const doc::Document& d, const std::string& pat
   const auto& pages = pagesOf(d);
   for (std::size_t i = 0; i < pages.size(); ++i) {
     const std::string path = pagePath(pathPrefix, i, ".svg");
-    AtomicFile file(path);
+    OutputFile file(path);
     cairo_surface_t* s = cairo_svg_surface_create_for_stream(
-        &AtomicFile::write, &file, pt(pages[i].width), pt(pages[i].height));
+        &OutputFile::write, &file, pt(pages[i].width), pt(pages[i].height));
     cairo_svg_surface_set_document_unit(s, CAIRO_SVG_UNIT_PT);
     cairo_t* cr = cairo_create(s);
     paintWhite(cr);

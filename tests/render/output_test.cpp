@@ -2,8 +2,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include "render/render.h"
 #include "render_sample.h"
@@ -144,6 +150,82 @@ TEST(Sinks, FailedWriteLeavesNoFileAndKeepsTheOldOne) {
   writePdf(denseDocument(2), pdf);
   EXPECT_GT(std::filesystem::file_size(pdf), first);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1);
+}
+
+TEST(Sinks, LinksAreWrittenThroughAndPipesAndDevicesNeverReplaced) {
+  namespace fs = std::filesystem;
+  TempDir dir;
+  // A link keeps pointing at its target, which now holds the report.
+  const std::string target = dir / "real.pdf", link = dir / "link.pdf";
+  fs::create_symlink("real.pdf", link);
+  writePdf(denseDocument(1), link);
+  EXPECT_TRUE(fs::is_symlink(link));
+  EXPECT_EQ(run("qpdf --check '" + target + "'").status, 0);
+
+  // A FIFO gets the bytes and stays a FIFO.
+  const std::string fifo = dir / "pipe.pdf";
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  std::string got;
+  std::thread reader([&] {
+    std::ifstream in(fifo, std::ios::binary);
+    got.assign(std::istreambuf_iterator<char>(in), {});
+  });
+  writePdf(denseDocument(1), fifo);
+  reader.join();
+  EXPECT_EQ(got.rfind("%PDF-", 0), 0u);
+  EXPECT_TRUE(fs::is_fifo(fifo));
+
+  // A device is written to, not replaced by a file.
+  writePdf(denseDocument(1), "/dev/null");
+  EXPECT_TRUE(fs::is_character_file("/dev/null"));
+
+  // A folder is refused in plain words.
+  try {
+    writePdf(denseDocument(1), dir.path().string() + "/");
+    ADD_FAILURE() << "a folder was taken as the output";
+  } catch (const RenderError& e) {
+    EXPECT_THAT(e.what(), HasSubstr("is a folder"));
+  }
+}
+
+TEST(Sinks, NoTemporaryOutlivesItsRun) {
+  namespace fs = std::filesystem;
+  TempDir dir;
+  const std::string out = dir / "big.pdf";
+  // Left by a run killed outright: its process is gone, so the next write removes it. One of
+  // a live process (this one) is left alone.
+  const std::string stale = dir / ".big.pdf.999999999.AbCdEf";
+  const std::string live = dir / (".big.pdf." + std::to_string(::getpid()) + ".AbCdEf");
+  std::ofstream(stale) << "partial";
+  std::ofstream(live) << "partial";
+  writePdf(denseDocument(1), out);
+  EXPECT_FALSE(fs::exists(stale));
+  EXPECT_TRUE(fs::exists(live));
+  fs::remove(live);
+
+  // Interrupted while writing: the signal removes the temporary file, the old report stays.
+  const auto before = fs::file_size(out);
+  const pid_t child = ::fork();
+  if (child == 0) {
+    removePartialOutputsOnSignals();
+    for (;;) writePdf(denseDocument(200), out);
+  }
+  auto temporaries = [&] {
+    int n = 0;
+    for (const auto& e : fs::directory_iterator(dir.path()))
+      n += e.path().filename().string().rfind(".big.pdf.", 0) == 0;
+    return n;
+  };
+  for (int i = 0; i < 2000 && temporaries() == 0; ++i) ::usleep(5000);
+  const int writing = temporaries();
+  ::kill(child, SIGTERM);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  ASSERT_EQ(writing, 1);
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
+  EXPECT_EQ(temporaries(), 0);
+  EXPECT_TRUE(fs::exists(out));
+  EXPECT_GE(fs::file_size(out), before);
 }
 
 TEST(Sinks, EmptyDocumentGivesOneBlankPage) {

@@ -83,5 +83,31 @@ TEST_F(CliRender, UnknownNameSuggestsAndAFailedRunLeavesNoFile) {
     EXPECT_THAT(entry.path().filename().string(), ::testing::Not(HasSubstr("broken")));
 }
 
+TEST_F(CliRender, OutputsNeverReplaceTheirInputsOrExistingFilesUnasked) {
+  const fs::path events = dir_ / "events.db";
+  const auto size = fs::file_size(events);
+  const std::string where =
+      " --set \"SQLWhere=WHERE Parties.PartyID = " + std::to_string(party_) + "\"";
+  // The database as the output, by its own name or through a link.
+  fs::create_symlink(events, dir_ / "alias.pdf");
+  for (const fs::path& out : {events, dir_ / "alias.pdf"}) {
+    EXPECT_EQ(run("render \"RSVPs - One-line\" " + db() + where + " -o '" + out.string() + "'"), 2)
+        << out;
+    EXPECT_THAT(err_, HasSubstr("nothing was written"));
+    EXPECT_EQ(fs::file_size(events), size);
+    EXPECT_TRUE(fs::is_symlink(dir_ / "alias.pdf"));
+  }
+  // import onto its own source, and over an existing file without --force.
+  EXPECT_EQ(run("import '" + events.string() + "' '" + events.string() + "'"), 2);
+  EXPECT_EQ(fs::file_size(events), size);
+  EXPECT_EQ(run("import missing.mdb '" + events.string() + "'"), 2);
+  EXPECT_THAT(err_, HasSubstr("--force"));
+  // demo-db over an existing file only with --force.
+  EXPECT_EQ(run("demo-db '" + events.string() + "'"), 2);
+  EXPECT_EQ(fs::file_size(events), size);
+  EXPECT_EQ(run("demo-db --force '" + events.string() + "'"), 0) << err_;
+  EXPECT_NE(fs::file_size(events), size);
+}
+
 }  // namespace
 }  // namespace galvix
