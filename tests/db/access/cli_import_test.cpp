@@ -29,7 +29,7 @@ class CliImport : public ::testing::Test {
   }
   int run(const fs::path& source, const fs::path& target, std::string& out) {
     std::string cmd =
-        exe_.string() + " import '" + source.string() + "' '" + target.string() + "' 2>&1";
+        exe_.string() + " import --force '" + source.string() + "' '" + target.string() + "' 2>&1";
     FILE* p = popen(cmd.c_str(), "r");
     char buf[4096];
     for (std::size_t n; (n = fread(buf, 1, sizeof buf, p)) > 0;) out.append(buf, n);
