@@ -40,17 +40,21 @@ bool endsWithNoCase(std::string_view s, std::string_view suffix) {
   return s.size() >= suffix.size() && lowerAscii(s.substr(s.size() - suffix.size())) == suffix;
 }
 
+// In the handle's own temporary tables or in the database.
 bool tableExists(sqlite3* db, const std::string& name) {
   sqlite3_stmt* st = nullptr;
   sqlite3_prepare_v2(db,
-                     "SELECT 1 FROM sqlite_schema WHERE type IN ('table','view') AND name = ?1 "
-                     "COLLATE NOCASE",
+                     "SELECT 1 FROM sqlite_temp_schema WHERE type IN ('table','view') AND name = "
+                     "?1 COLLATE NOCASE UNION ALL SELECT 1 FROM sqlite_schema WHERE type IN "
+                     "('table','view') AND name = ?1 COLLATE NOCASE",
                      -1, &st, nullptr);
   sqlite3_bind_text(st, 1, name.data(), static_cast<int>(name.size()), SQLITE_TRANSIENT);
   bool found = sqlite3_step(st) == SQLITE_ROW;
   sqlite3_finalize(st);
   return found;
 }
+
+thread_local RunScope::State* t_scope = nullptr;
 
 const std::string kClosedMessage = "Operation is not allowed when the object is closed.";
 
@@ -201,10 +205,11 @@ struct ConnectionImpl::TranslatorHolder {
   jet::Translator translator;
 };
 
-ConnectionImpl::ConnectionImpl(std::shared_ptr<sqlite3> db)
+ConnectionImpl::ConnectionImpl(std::shared_ptr<sqlite3> db, std::vector<std::string> workTables)
     : db_(std::move(db)),
       statements_(std::make_shared<StatementCache>(db_)),
-      translator_(std::make_unique<TranslatorHolder>(db_.get())) {}
+      translator_(std::make_unique<TranslatorHolder>(db_.get())),
+      workTables_(std::move(workTables)) {}
 
 ConnectionImpl::~ConnectionImpl() = default;
 
@@ -231,6 +236,13 @@ std::shared_ptr<const Plan> ConnectionImpl::plan(std::string_view jetSql) {
       p->kind = PlanKind::Other;
   }
   p->targetTable = std::move(t.targetTable);
+  // A run's work table is this handle's own.
+  constexpr std::string_view kCreate = "CREATE TABLE ";
+  if (p->kind == PlanKind::MakeTable && p->sql.rfind(kCreate, 0) == 0 &&
+      std::any_of(workTables_.begin(), workTables_.end(), [&](const std::string& w) {
+        return lowerAscii(w) == lowerAscii(p->targetTable);
+      }))
+    p->sql.insert(kCreate.size() - 6, "TEMP ");
   p->columnNames = std::move(t.columnNames);
   p->columnTypes = std::move(t.columnTypes);
   // A crosstab's columns depend on the data: it is translated afresh each time.
@@ -322,14 +334,21 @@ void Connection::open(std::string_view connectionString) {
   std::string path = special ? source : localPath(source);
   if (!special && !std::filesystem::exists(path))
     throw DbError(kErrConnection, "Could not find file '" + source + "'.");
-  if (endsWithNoCase(path, ".mdb") || endsWithNoCase(path, ".accdb")) {
-    db = access::open(path);
-  } else {
-    db = openSqliteFile(path, special);
+  RunScope::State* scope = RunScope::current();
+  if (scope && !special)
+    if (auto it = scope->handles.find(path); it != scope->handles.end()) db = it->second;
+  if (!db) {
+    if (endsWithNoCase(path, ".mdb") || endsWithNoCase(path, ".accdb")) {
+      db = access::open(path);
+    } else {
+      db = openSqliteFile(path, special);
+    }
+    registerTextCollation(db.get());
+    jet::registerJetFunctions(db.get());
+    if (scope && !special) scope->handles.emplace(path, db);
   }
-  registerTextCollation(db.get());
-  jet::registerJetFunctions(db.get());
-  impl_ = std::make_unique<ConnectionImpl>(std::move(db));
+  impl_ = std::make_unique<ConnectionImpl>(std::move(db),
+                                           scope ? scope->workTables : std::vector<std::string>{});
   connectionString_ = std::string(connectionString);
 }
 
@@ -365,6 +384,20 @@ ConnectionImpl& Connection::impl() {
 long Command::execute() {
   if (!conn_ || !conn_->isOpen()) throw DbError(kErrState, kClosedMessage, text_);
   return conn_->execute(text_);
+}
+
+RunScope::RunScope(std::vector<std::string> workTables) : state_(std::make_unique<State>()) {
+  state_->workTables = std::move(workTables);
+  state_->previous = t_scope;
+  t_scope = state_.get();
+}
+
+RunScope::~RunScope() {
+  t_scope = state_->previous;
+}
+
+RunScope::State* RunScope::current() {
+  return t_scope;
 }
 
 }  // namespace galvix::db

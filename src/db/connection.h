@@ -42,6 +42,25 @@ class ConnectionImpl;
 class RecordsetImpl;
 struct Plan;
 
+// One report run's hold on its databases. Connections opened on this thread while a RunScope
+// lives share one database handle per file, so a table one of them makes is seen by the others;
+// the tables named as work tables are made as that handle's temporary tables. They belong to
+// this run alone (another run, thread or process never sees them) and vanish with the handle,
+// however the run ends, leaving the user's database as it was.
+class RunScope {
+ public:
+  explicit RunScope(std::vector<std::string> workTables = {});
+  ~RunScope();
+  RunScope(const RunScope&) = delete;
+  RunScope& operator=(const RunScope&) = delete;
+
+  struct State;
+  static State* current();
+
+ private:
+  std::unique_ptr<State> state_;
+};
+
 // One open event database.
 class Connection {
  public:

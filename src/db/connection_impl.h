@@ -60,9 +60,16 @@ class StatementCache {
   std::size_t hits_ = 0, misses_ = 0;
 };
 
+struct RunScope::State {
+  RunScope::State* previous = nullptr;
+  std::vector<std::string> workTables;
+  std::unordered_map<std::string, std::shared_ptr<sqlite3>> handles;  // by file
+};
+
 class ConnectionImpl {
  public:
-  explicit ConnectionImpl(std::shared_ptr<sqlite3> db);
+  // `workTables`: make-table targets made as temporary tables of this handle.
+  explicit ConnectionImpl(std::shared_ptr<sqlite3> db, std::vector<std::string> workTables = {});
   ~ConnectionImpl();
 
   sqlite3* db() const { return db_.get(); }
@@ -87,6 +94,7 @@ class ConnectionImpl {
   std::size_t planHits_ = 0;
   struct TranslatorHolder;
   std::unique_ptr<TranslatorHolder> translator_;
+  std::vector<std::string> workTables_;
 };
 
 // The file a connection string names: the Data Source of a Jet style string, or the string itself.

@@ -50,6 +50,8 @@ class FrameReport : public engine::Report {
   bool hasProperty(std::string_view name) const;
 
   const std::string& catalogueName() const { return catalogueName_; }
+  // Tables the report makes for its own run (temporary, seen by no other run).
+  virtual std::vector<std::string> workTables() const { return {}; }
   // How errors name the report: "Table Assignments By Table" (rptTableAssign).
   std::string displayName() const;
   void setCatalogueName(std::string n) { catalogueName_ = std::move(n); }

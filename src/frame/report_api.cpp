@@ -55,6 +55,7 @@ doc::Document ReportObject::run(bool* cancelled, std::shared_ptr<engine::HostSer
   opt.measurer = &measurer();
   opt.host = std::move(host);
   try {
+    const db::RunScope scope(report_->workTables());
     engine::RunResult res = engine::runReport(*report_, opt);
     if (cancelled) *cancelled = res.cancelled;
     res.document.title =

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -315,6 +316,71 @@ TEST_F(Db, ReopeningReplacesFieldsAndConnectionsReopen) {
   open();
   rs.open("SELECT EventName FROM Events", conn);
   EXPECT_EQ(rs.value("EventName").rawString(), "One");
+}
+
+}  // namespace
+}  // namespace galvix::db
+
+namespace galvix::db {
+namespace {
+
+// Each run makes its work table as its own: two threads making and reading the same table name
+// over one database file never see each other's rows, and nothing is left in the file.
+TEST(RunScope, WorkTablesBelongToTheirRunAndLeaveNothingBehind) {
+  const fs::path file = tempDb("scope.db");
+  {
+    Fixture f(file.string());
+    f.expenseCategory("Flowers");
+    f.expenseCategory("Music");
+  }
+  const std::string cs = file.string();
+  auto runs = [&](const char* category, int times, int* wrong) {
+    for (int i = 0; i < times; ++i) try {
+        RunScope scope({"BUDGET_REPORT"});
+        Connection maker;
+        maker.open(cs);
+        maker.execute(std::string("SELECT Category INTO BUDGET_REPORT FROM ExpenseCategories WHERE "
+                                  "Category = '") +
+                      category + "'");
+        maker.close();  // as the report does: closed and opened again
+        maker.open(cs);
+        Connection reader;  // another connection of the same run sees the table
+        reader.open(cs);
+        Recordset rs;
+        rs.open("SELECT Count(*) AS N, Min(Category) AS C FROM BUDGET_REPORT", reader);
+        if (rs.value("N").toLong() != 1 || rs.value("C").toString() != category) ++*wrong;
+        rs.close();
+        maker.execute("DROP TABLE BUDGET_REPORT");
+      } catch (const DbError&) {
+        ++*wrong;  // "already exists", "does not exist": another run's table
+      }
+  };
+  int wrongA = 0, wrongB = 0;
+  std::thread a(runs, "Flowers", 50, &wrongA), b(runs, "Music", 50, &wrongB);
+  a.join();
+  b.join();
+  EXPECT_EQ(wrongA, 0);
+  EXPECT_EQ(wrongB, 0);
+
+  // A run that ends without dropping its table leaves the database as it was.
+  {
+    RunScope scope({"BUDGET_REPORT"});
+    Connection c;
+    c.open(cs);
+    c.execute("SELECT Category INTO BUDGET_REPORT FROM ExpenseCategories");
+  }
+  Connection outside;
+  outside.open(cs);
+  EXPECT_EQ(errorOf([&] { outside.execute("DROP TABLE BUDGET_REPORT"); }).number(),
+            kErrNoSuchObject);
+  // Tables not named as work tables are made in the database, as before.
+  {
+    RunScope scope({"BUDGET_REPORT"});
+    Connection c;
+    c.open(cs);
+    c.execute("SELECT Category INTO VENDOR_SUMMARY FROM ExpenseCategories");
+  }
+  EXPECT_NO_THROW(outside.execute("DROP TABLE VENDOR_SUMMARY"));
 }
 
 }  // namespace

@@ -1,5 +1,10 @@
 #include <gmock/gmock.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
 #include <set>
 
 #include "db/connection.h"
@@ -8,6 +13,7 @@
 namespace galvix::testing {
 namespace {
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 
 class BudgetSummary : public ReportTest {
  protected:
@@ -70,25 +76,82 @@ TEST_F(BudgetSummary, TotalsAddTheAmountsAsDisplayed) {
   EXPECT_THAT(texts(d, "cncActualTtl"), ElementsAre("$0.99"));
 }
 
-TEST_F(BudgetSummary, LeftoverWorkTableIsReplacedAndDroppedAtTheEnd) {
+TEST_F(BudgetSummary, TheWorkTableIsTheRunsOwnAndALeftoverOneIsReplaced) {
   item("Music", false, 1, 50);
-  db().exec("CREATE TABLE BUDGET_REPORT (Junk TEXT)");
+  db().exec("CREATE TABLE BUDGET_REPORT (Junk TEXT)");  // left by an earlier version's run
   std::unique_ptr<ReportObject> r;
   auto d = runSummary(&r);
   EXPECT_THAT(texts(d, "cncActual"), ElementsAre("$50.00"));
-  auto tableCount = [&] {
+  auto visible = [&] {
     db::Connection c;
     c.open(db().connectionString());
-    db::Recordset rs;
-    rs.open(
-        "SELECT Count(*) AS N FROM ExpenseCategories WHERE EXISTS (SELECT 1 FROM "
-        "BUDGET_REPORT)",
-        c);
-    return rs.value("N").toLong();
+    try {
+      c.execute("DROP TABLE BUDGET_REPORT");
+      return true;
+    } catch (const db::DbError&) {
+      return false;
+    }
   };
-  EXPECT_EQ(tableCount(), 1);  // still there while the report object lives
+  // No other connection sees the run's table, and the leftover was dropped to make it.
+  EXPECT_FALSE(visible());
   r.reset();
-  EXPECT_THROW(tableCount(), db::DbError);  // dropped when it ends
+  EXPECT_FALSE(visible());
+}
+
+TEST_F(BudgetSummary, AFailureAtTheStartIsReportedAsItself) {
+  item("Music", false, 1, 50);
+  db().exec("DROP TABLE Items");
+  try {
+    runSummary();
+    ADD_FAILURE() << "ran without its items";
+  } catch (const ReportRunError& e) {
+    EXPECT_THAT(e.what(), HasSubstr("'Items'"));
+    EXPECT_THAT(e.what(), HasSubstr("SQL as written"));
+  }
+}
+
+// Runs on one database at once, in other processes: each prints its own event's figures, and a
+// run killed at any moment leaves the database file exactly as it was.
+TEST_F(BudgetSummary, ConcurrentAndKilledRunsNeverTouchEachOtherOrTheDatabase) {
+  item("Music", false, 1, 50);
+  const long first = event_;
+  event_ = db().event({.name = "Second"});
+  lines_.clear();
+  item("Music", false, 1, 70);
+  const long second = event_;
+  auto bytes = [&] {
+    std::ifstream in(db().path(), std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+  };
+  const std::string before = bytes();
+  auto child = [&](long event, const char* actual, int runs) {
+    const pid_t pid = ::fork();
+    if (pid != 0) return pid;
+    int bad = 0;
+    for (int i = 0; i < runs; ++i) {
+      try {
+        event_ = event;
+        auto d = runSummary();
+        bad += texts(d, "cncActual") != std::vector<std::string>{actual};
+      } catch (...) {
+        ++bad;
+      }
+    }
+    ::_exit(bad == 0 ? 0 : 1);
+  };
+  const pid_t a = child(first, "$50.00", 25), b = child(second, "$70.00", 25);
+  for (pid_t p : {a, b}) {
+    int status = 0;
+    ::waitpid(p, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "a run printed wrong figures";
+  }
+  for (int k = 0; k < 10; ++k) {
+    const pid_t p = child(first, "$50.00", 1000);
+    ::usleep(static_cast<useconds_t>(2000 + 7919 * k % 40000));
+    ::kill(p, SIGKILL);
+    ::waitpid(p, nullptr, 0);
+    EXPECT_EQ(bytes(), before) << "after kill " << k;
+  }
 }
 
 }  // namespace

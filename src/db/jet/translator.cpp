@@ -186,8 +186,9 @@ struct Translator::Impl {
     TableInfo info;
     sqlite3_stmt* st = nullptr;
     std::string q =
-        "SELECT type FROM sqlite_schema WHERE name = ?1 COLLATE NOCASE AND type IN "
-        "('table','view')";
+        "SELECT type FROM sqlite_temp_schema WHERE name = ?1 COLLATE NOCASE AND type IN "
+        "('table','view') UNION ALL SELECT type FROM sqlite_schema WHERE name = ?1 COLLATE "
+        "NOCASE AND type IN ('table','view')";
     if (sqlite3_prepare_v2(db, q.c_str(), -1, &st, nullptr) == SQLITE_OK) {
       sqlite3_bind_text(st, 1, std::string(name).c_str(), -1, SQLITE_TRANSIENT);
       if (sqlite3_step(st) == SQLITE_ROW) {

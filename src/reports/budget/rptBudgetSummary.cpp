@@ -19,6 +19,10 @@ class RptBudgetSummary : public frame::FrameReport {
     printDateOn("PageFooter");
   }
 
+  // Made by each run as its own: two summaries at once never read each other's amounts, and a
+  // run that dies leaves nothing in the database.
+  std::vector<std::string> workTables() const override { return {"BUDGET_REPORT"}; }
+
   // The work table lives until the report object ends.
   ~RptBudgetSummary() override {
     try {
@@ -54,9 +58,17 @@ class RptBudgetSummary : public frame::FrameReport {
         id;
     try {
       conn_->execute(makeTable);
-    } catch (const std::exception&) {
-      // A table left by a run that did not end cleanly: drop it and try once more.
-      conn_->execute("DROP TABLE BUDGET_REPORT");
+    } catch (const db::DbError& first) {
+      // A table left by a run that did not end cleanly: drop it and try once more. When the
+      // drop fails too, the first error is the one that says what is wrong.
+      try {
+        conn_->execute("DROP TABLE BUDGET_REPORT");
+      } catch (const db::DbError& drop) {
+        throw db::DbError(first.number(),
+                          first.description() + " (then dropping the work table to try again: " +
+                              drop.description() + ")",
+                          first.sqlWritten(), first.sqlExecuted(), first.position());
+      }
       conn_->execute(makeTable);
     }
     conn_->close();
