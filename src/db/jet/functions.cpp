@@ -242,6 +242,7 @@ void registerJetFunctions(sqlite3* db) {
 
   add(db, "jet_cat", 2, [](auto& a) { return opConcat(a[0], a[1]); });
   add(db, "jet_add", 2, [](auto& a) { return opAdd(a[0], a[1]); });
+  add(db, "jet_div", 2, [](auto& a) { return opDiv(a[0], a[1]); });
   add(db, "jet_intdiv", 2, [](auto& a) { return opIntDiv(a[0], a[1]); });
   add(db, "jet_mod", 2, [](auto& a) { return opMod(a[0], a[1]); });
   add(db, "jet_pow", 2, [](auto& a) {

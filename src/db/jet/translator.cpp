@@ -545,7 +545,8 @@ struct Translator::Impl {
     if (op == "-" || op == "*")
       return {"(" + value(a) + " " + op + " " + value(b) + ")", arithType(a.type, b.type, op),
               false};
-    if (op == "/") return {"(1.0 * " + value(a) + " / " + value(b) + ")", VarType::Double, false};
+    // Division by zero is an error, as with \ and Mod, not a silent Null.
+    if (op == "/") return {"jet_div(" + value(a) + ", " + value(b) + ")", VarType::Double, false};
     if (op == "\\") return {"jet_intdiv(" + value(a) + ", " + value(b) + ")", VarType::Long, false};
     if (op == "mod") return {"jet_mod(" + value(a) + ", " + value(b) + ")", VarType::Long, false};
     if (op == "^") return {"jet_pow(" + value(a) + ", " + value(b) + ")", VarType::Double, false};

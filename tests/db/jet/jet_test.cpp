@@ -273,6 +273,16 @@ TEST_F(Jet, ErrorsNameThePositionAndWhatIsWrong) {
       EXPECT_EQ(e.sqlWritten(), sql);
     }
   }
+  // Dividing by zero is an error whichever operator divides; Null still gives Null.
+  for (const char* sql : {"SELECT 7 / 0", "SELECT 7 \\ 0", "SELECT 7 Mod 0"}) {
+    try {
+      rows(sql);
+      ADD_FAILURE() << sql;
+    } catch (const DbError& e) {
+      EXPECT_THAT(e.description(), ::testing::HasSubstr("division by zero")) << sql;
+    }
+  }
+  EXPECT_THAT(rows("SELECT 7 / 2 & '|' & (Null / 0)"), ElementsAre("3.5|"));
   try {
     rows("SELECT Frob(Label) FROM GroupIDs");
     ADD_FAILURE();
