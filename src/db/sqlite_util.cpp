@@ -59,6 +59,11 @@ std::shared_ptr<sqlite3> openSqliteFile(const std::string& path, bool create) {
   if (rc != SQLITE_OK)
     throw DbError(kErrConnection,
                   "Cannot open database '" + path + "': " + std::string(sqlite3_errmsg(raw)));
+  // SQLite takes an empty file for an empty database; as an event database it is a mistake.
+  std::error_code ec;
+  if (!create && std::filesystem::file_size(path, ec) == 0 && !ec)
+    throw DbError(kErrConnection,
+                  "Cannot open database '" + path + "': the file is empty, not an event database.");
   return db;
 }
 
@@ -90,6 +95,10 @@ DbError sqliteError(sqlite3* db, int rc, std::string_view sqlWritten, std::strin
                                       "'. Make sure it exists and that its name is spelled "
                                       "correctly.");
   }
+  if (msg.rfind("too many columns", 0) == 0)
+    return with(kErrConnection,
+                "Too many fields defined: the result would have more columns than a row can "
+                "hold (a crosstab has one column per value of its PIVOT field).");
   if (msg.rfind("no such column: ", 0) == 0) {
     return with(kErrNoSuchColumn,
                 "No value given for one or more required parameters: unknown "

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -381,6 +382,35 @@ TEST(RunScope, WorkTablesBelongToTheirRunAndLeaveNothingBehind) {
     c.execute("SELECT Category INTO VENDOR_SUMMARY FROM ExpenseCategories");
   }
   EXPECT_NO_THROW(outside.execute("DROP TABLE VENDOR_SUMMARY"));
+}
+
+}  // namespace
+}  // namespace galvix::db
+
+namespace galvix::db {
+namespace {
+
+// Mistakes people make, told in their terms.
+TEST(Messages, EmptyFilesFoldersAndOverwideResultsSayWhatIsWrong) {
+  const fs::path empty = tempDb("empty.sqlite");
+  { std::ofstream touch(empty); }
+  Connection c;
+  DbError e = errorOf([&] { c.open(empty.string()); });
+  EXPECT_NE(e.description().find("the file is empty"), std::string::npos) << e.description();
+
+  const fs::path folder = tempDb("folder.mdb");
+  fs::create_directories(folder);
+  e = errorOf([&] { c.open(folder.string()); });
+  EXPECT_NE(e.description().find("it is a folder"), std::string::npos) << e.description();
+
+  const fs::path good = tempDb("wide.sqlite");
+  { Fixture f(good.string()); }
+  c.open(good.string());
+  std::string wide = "SELECT 1 AS c0";
+  for (int i = 1; i < 2100; ++i) wide += ", 1 AS c" + std::to_string(i);
+  Recordset rs;
+  e = errorOf([&] { rs.open(wide, c); });
+  EXPECT_NE(e.description().find("Too many fields defined"), std::string::npos) << e.description();
 }
 
 }  // namespace

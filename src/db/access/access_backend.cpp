@@ -387,6 +387,7 @@ std::shared_ptr<sqlite3> load(const std::string& path, LoadInfo* infoOut) {
 
 std::shared_ptr<sqlite3> open(const std::string& path) {
   std::error_code ec;
+  if (fs::is_directory(path, ec)) fail(path, "it is a folder, not an Access database file");
   std::uintmax_t size = fs::file_size(path, ec);
   if (ec) fail(path, "there is no such file");
   auto mtime = fs::last_write_time(path, ec);
