@@ -9,6 +9,8 @@
 //   galvix::writePdf(d, "guests.pdf");
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -52,10 +54,19 @@ class ReportObject {
   // messages the report shows go to `host` (stderr when null).
   doc::Document run(bool* cancelled = nullptr, std::shared_ptr<engine::HostServices> host = {});
 
+  // Stops the run in progress (or the next one) at its next band or within a moment of its
+  // current query; run() then fails with ReportRunError saying it was cancelled. Safe to call
+  // from another thread or a signal handler.
+  void cancel() noexcept;
+  // Runs that take longer fail with ReportRunError naming the limit; zero: no limit.
+  void setTimeLimit(std::chrono::milliseconds limit) { timeLimit_ = limit; }
+
   frame::FrameReport& designerObject() { return *report_; }
 
  private:
   std::unique_ptr<frame::FrameReport> report_;
+  std::unique_ptr<std::atomic<bool>> cancel_;
+  std::chrono::milliseconds timeLimit_{0};
 };
 
 class Report {

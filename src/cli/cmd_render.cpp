@@ -1,6 +1,7 @@
 // galvix list / render / render-all: the catalogue reports from the command line.
 #include <sys/stat.h>
 
+#include <chrono>
 #include <filesystem>
 #include <iostream>
 #include <map>
@@ -191,7 +192,10 @@ Registration render([](CLI::App& app) {
   auto out = std::make_shared<std::string>();
   auto format = std::make_shared<std::string>("pdf");
   auto locale = std::make_shared<std::string>();
+  auto timeout = std::make_shared<double>(0);
   cmd->add_option("name", *name, "Catalogue name, e.g. \"Guest List - with notes\"")->required();
+  cmd->add_option("--timeout", *timeout, "Give up after this many seconds (0: never)")
+      ->check(CLI::NonNegativeNumber);
   cmd->add_option("--db", *database, "Database file (.sqlite, .mdb, .accdb) or connection string")
       ->required();
   cmd->add_option("--set", *sets, "Property=Value (repeatable)");
@@ -218,6 +222,7 @@ Registration render([](CLI::App& app) {
       if (eq == std::string::npos) throw Exit{2, "galvix: --set wants Property=Value, got " + s};
       r->set(s.substr(0, eq), Variant(s.substr(eq + 1)));
     }
+    r->setTimeLimit(std::chrono::milliseconds(static_cast<long long>(*timeout * 1000)));
     std::string file = out->empty() ? fileStem(*name) + "." + *format : *out;
     renderOne(*r, file, *format, db::dataSourceOf(conn));
   });
@@ -228,8 +233,11 @@ Registration renderAll([](CLI::App& app) {
                                  "Render every available catalogue report with example properties");
   auto database = std::make_shared<std::string>();
   auto dir = std::make_shared<std::string>("out");
+  auto timeout = std::make_shared<double>(0);
   cmd->add_option("--db", *database, "Database file or connection string")->required();
   cmd->add_option("-o,--output", *dir, "Output folder");
+  cmd->add_option("--timeout", *timeout, "Give up on a report after this many seconds (0: never)")
+      ->check(CLI::NonNegativeNumber);
   cmd->callback([=] {
     std::string conn = connectionFor(*database);
     auto ids = exampleIds(conn);
@@ -247,6 +255,7 @@ Registration renderAll([](CLI::App& app) {
         setIf("ReportName", e.name);
         setIf("Criteria", "");
         for (const auto& [k, v] : e.example) r->set(k, Variant(substitute(v, ids)));
+        r->setTimeLimit(std::chrono::milliseconds(static_cast<long long>(*timeout * 1000)));
         renderOne(*r, *dir + "/" + fileStem(e.name) + ".pdf", "pdf", db::dataSourceOf(conn));
       } catch (const std::exception& ex) {
         ++failed;

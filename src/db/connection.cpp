@@ -56,6 +56,10 @@ bool tableExists(sqlite3* db, const std::string& name) {
 
 thread_local RunScope::State* t_scope = nullptr;
 
+bool isAccessPath(const std::string& path) {
+  return endsWithNoCase(path, ".mdb") || endsWithNoCase(path, ".accdb");
+}
+
 const std::string kClosedMessage = "Operation is not allowed when the object is closed.";
 
 }  // namespace
@@ -338,14 +342,21 @@ void Connection::open(std::string_view connectionString) {
   if (scope && !special)
     if (auto it = scope->handles.find(path); it != scope->handles.end()) db = it->second;
   if (!db) {
-    if (endsWithNoCase(path, ".mdb") || endsWithNoCase(path, ".accdb")) {
+    if (isAccessPath(path)) {
       db = access::open(path);
     } else {
       db = openSqliteFile(path, special);
     }
     registerTextCollation(db.get());
     jet::registerJetFunctions(db.get());
-    if (scope && !special) scope->handles.emplace(path, db);
+    if (scope && !special) {
+      scope->handles.emplace(path, db);
+      // The Access copy is one handle for the whole process: only the run's own files.
+      if (scope->interrupt && !isAccessPath(path))
+        sqlite3_progress_handler(
+            db.get(), 10000,
+            [](void* s) { return static_cast<RunScope::State*>(s)->interrupt() ? 1 : 0; }, scope);
+    }
   }
   impl_ = std::make_unique<ConnectionImpl>(std::move(db),
                                            scope ? scope->workTables : std::vector<std::string>{});
@@ -386,13 +397,19 @@ long Command::execute() {
   return conn_->execute(text_);
 }
 
-RunScope::RunScope(std::vector<std::string> workTables) : state_(std::make_unique<State>()) {
+RunScope::RunScope(std::vector<std::string> workTables, std::function<bool()> interrupt)
+    : state_(std::make_unique<State>()) {
   state_->workTables = std::move(workTables);
+  state_->interrupt = std::move(interrupt);
   state_->previous = t_scope;
   t_scope = state_.get();
 }
 
 RunScope::~RunScope() {
+  // Handles kept open by the report after its run no longer ask this scope.
+  if (state_->interrupt)
+    for (auto& [path, db] : state_->handles)
+      if (!isAccessPath(path)) sqlite3_progress_handler(db.get(), 0, nullptr, nullptr);
   t_scope = state_->previous;
 }
 

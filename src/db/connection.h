@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -49,7 +50,9 @@ struct Plan;
 // however the run ends, leaving the user's database as it was.
 class RunScope {
  public:
-  explicit RunScope(std::vector<std::string> workTables = {});
+  // `interrupt`, when given, is asked now and then while a statement runs on a database file of
+  // the run: true ends the statement with an error (a query that would take hours stops).
+  explicit RunScope(std::vector<std::string> workTables = {}, std::function<bool()> interrupt = {});
   ~RunScope();
   RunScope(const RunScope&) = delete;
   RunScope& operator=(const RunScope&) = delete;

@@ -63,6 +63,7 @@ class StatementCache {
 struct RunScope::State {
   RunScope::State* previous = nullptr;
   std::vector<std::string> workTables;
+  std::function<bool()> interrupt;
   std::unordered_map<std::string, std::shared_ptr<sqlite3>> handles;  // by file
 };
 

@@ -96,6 +96,11 @@ class DataControl {
   // A connection to reuse instead of opening one from connectionString() (subreports run per
   // row share their parent's).
   void setConnection(std::shared_ptr<db::Connection> c) { connection_ = std::move(c); }
+  // Closes the rows and lets go of the connection: the next run opens its own.
+  void release() {
+    close();
+    connection_.reset();
+  }
   const std::shared_ptr<db::Connection>& connection() const { return connection_; }
 
   // Engine side: opens the source if not yet open and returns it.

@@ -15,6 +15,14 @@ namespace galvix::engine {
 struct RunOptions {
   TextMeasurer* measurer = nullptr;    // required when any control can grow or shrink
   std::shared_ptr<HostServices> host;  // empty: the report's own (stderr by default)
+  // Asked before every band: true ends the run with RunStopped (another thread may set it).
+  std::function<bool()> stopRequested;
+};
+
+// The run was stopped from outside (cancelled, or past its time limit) before it ended.
+class RunStopped : public EngineError {
+ public:
+  using EngineError::EngineError;
 };
 
 struct RunResult {

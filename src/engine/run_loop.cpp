@@ -531,6 +531,7 @@ std::vector<doc::Item> RunLoop::buildItems(BandInstance& inst,
 }
 
 BandInstance RunLoop::formatSection(Section& s, const RowPtr& row, long rowIndex) {
+  if (options_.stopRequested && options_.stopRequested()) throw RunStopped("the run was stopped");
   setViewRow(row, rowIndex);
   if (row) bindControls(s, *row);
   BandInstance inst;

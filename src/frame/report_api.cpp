@@ -27,7 +27,12 @@ std::string who(const frame::FrameReport& r) {
 }
 }  // namespace
 
-ReportObject::ReportObject(std::unique_ptr<frame::FrameReport> r) : report_(std::move(r)) {}
+ReportObject::ReportObject(std::unique_ptr<frame::FrameReport> r)
+    : report_(std::move(r)), cancel_(std::make_unique<std::atomic<bool>>(false)) {}
+
+void ReportObject::cancel() noexcept {
+  cancel_->store(true);
+}
 ReportObject::~ReportObject() = default;
 ReportObject::ReportObject(ReportObject&&) noexcept = default;
 ReportObject& ReportObject::operator=(ReportObject&&) noexcept = default;
@@ -54,14 +59,36 @@ doc::Document ReportObject::run(bool* cancelled, std::shared_ptr<engine::HostSer
   engine::RunOptions opt;
   opt.measurer = &measurer();
   opt.host = std::move(host);
+  using Clock = std::chrono::steady_clock;
+  const auto deadline =
+      timeLimit_.count() > 0 ? Clock::now() + timeLimit_ : Clock::time_point::max();
+  std::atomic<bool>& cancelled_flag = *cancel_;
+  auto stop = [&cancelled_flag, deadline] {
+    return cancelled_flag.load(std::memory_order_relaxed) || Clock::now() > deadline;
+  };
+  opt.stopRequested = stop;
+  // Why the run stopped, when something asked it to; empty otherwise.
+  auto stopReason = [&]() -> std::string {
+    if (cancelled_flag.exchange(false)) return "the run was cancelled";
+    if (Clock::now() > deadline)
+      return "the run took longer than its time limit of " +
+             std::to_string(timeLimit_.count() / 1000.0).substr(0, 5) + " s";
+    return {};
+  };
+  // The data control's connection belongs to this run's scope: a later run opens its own.
+  struct Release {
+    frame::FrameReport& r;
+    ~Release() { r.data().release(); }
+  } release{*report_};
   try {
-    const db::RunScope scope(report_->workTables());
+    const db::RunScope scope(report_->workTables(), stop);
     engine::RunResult res = engine::runReport(*report_, opt);
     if (cancelled) *cancelled = res.cancelled;
     res.document.title =
         report_->catalogueName().empty() ? report_->name() : report_->catalogueName();
     return std::move(res.document);
   } catch (const db::DbError& e) {
+    if (auto why = stopReason(); !why.empty()) throw ReportRunError(who(*report_) + ": " + why);
     std::string msg = who(*report_) + ": " + e.description();
     if (!e.sqlWritten().empty()) msg += "\n  SQL as written:  " + e.sqlWritten();
     if (e.position() >= 0 && static_cast<size_t>(e.position()) < e.sqlWritten().size())
@@ -71,6 +98,7 @@ doc::Document ReportObject::run(bool* cancelled, std::shared_ptr<engine::HostSer
       msg += "\n  SQL as executed: " + e.sqlExecuted();
     throw ReportRunError(msg);
   } catch (const std::exception& e) {
+    if (auto why = stopReason(); !why.empty()) throw ReportRunError(who(*report_) + ": " + why);
     throw ReportRunError(who(*report_) + ": " + e.what());
   }
 }

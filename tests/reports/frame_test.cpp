@@ -66,16 +66,16 @@ class FrameRun : public ReportTest {
     long e = db().event({.name = "Smith Wedding"});
     party_ = db().party(
         e, {.name = "Reception", .date = data::date(2024, 6, 1), .time = data::time(14, 5)});
-    long g = db().group(e, {.label = "The Smiths"});
-    db().invitation(party_, g, {.formalLabel = "Mr. and Mrs. Smith"});
-    db().invite(db().guest(g, {.first = "Ann", .last = "Smith"}), party_, {.primary = true});
+    group_ = db().group(e, {.label = "The Smiths"});
+    db().invitation(party_, group_, {.formalLabel = "Mr. and Mrs. Smith"});
+    db().invite(db().guest(group_, {.first = "Ann", .last = "Smith"}), party_, {.primary = true});
   }
   std::unique_ptr<ReportObject> guestList() {
     auto r = report("Guest List - with notes");
     r->set("SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_)));
     return r;
   }
-  long party_ = 0;
+  long party_ = 0, group_ = 0;
 };
 
 TEST_F(FrameRun, DefaultCaptionsAndDatePrinted) {
@@ -128,6 +128,44 @@ TEST_F(FrameRun, CompanyFooterFromTheOwnCompanyRow) {
   EXPECT_TRUE(f->font.italic);
   EXPECT_TRUE(f->font.bold);
   EXPECT_EQ(f->font.size, 14);
+}
+
+}  // namespace
+}  // namespace galvix::testing
+
+namespace galvix::testing {
+namespace {
+
+// A run can be stopped from outside: by cancel(), or by a time limit that also ends a query
+// that would otherwise take hours.
+TEST_F(FrameRun, ARunCanBeCancelledOrTimedOutEvenInsideAQuery) {
+  auto r = report("RSVPs - One-line");
+  r->set("SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_)));
+  r->cancel();
+  try {
+    run(*r);
+    ADD_FAILURE() << "ran though cancelled";
+  } catch (const ReportRunError& e) {
+    EXPECT_THAT(e.what(), ::testing::HasSubstr("cancelled"));
+  }
+  EXPECT_NO_THROW(run(*r));  // a cancel stops one run, not the report for ever
+
+  // Four copies of 400 invitees joined with each other: longer than anyone would wait.
+  db().exec(
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 400) INSERT INTO "
+      "GuestNames (GroupID, GFName, GLName, Type) SELECT " +
+      std::to_string(group_) + ", 'G', 'Crowd', 0 FROM n");
+  r->set("SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_) +
+                             " AND 1 IN (SELECT 1 FROM GuestNames AS a, GuestNames AS b, "
+                             "GuestNames AS c, GuestNames AS d WHERE a.GuestID + b.GuestID + "
+                             "c.GuestID + d.GuestID < 0)"));
+  r->setTimeLimit(std::chrono::milliseconds(300));
+  try {
+    run(*r);
+    ADD_FAILURE() << "ran past its time limit";
+  } catch (const ReportRunError& e) {
+    EXPECT_THAT(e.what(), ::testing::HasSubstr("time limit"));
+  }
 }
 
 }  // namespace
