@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <chrono>
+#include <cmath>
 #include <filesystem>
 #include <iostream>
 #include <map>
@@ -91,6 +92,12 @@ std::optional<std::string> onlyEventName(const std::string& conn) {
   if (!rs.EOF_()) name.reset();
   rs.close();
   return name;
+}
+
+// Seconds as the library's limit: any positive time is at least a millisecond.
+std::chrono::milliseconds limitOf(double seconds) {
+  if (seconds <= 0) return std::chrono::milliseconds(0);
+  return std::chrono::milliseconds(std::max(1LL, std::llround(seconds * 1000)));
 }
 
 std::string fileStem(const std::string& name) {
@@ -222,7 +229,7 @@ Registration render([](CLI::App& app) {
       if (eq == std::string::npos) throw Exit{2, "galvix: --set wants Property=Value, got " + s};
       r->set(s.substr(0, eq), Variant(s.substr(eq + 1)));
     }
-    r->setTimeLimit(std::chrono::milliseconds(static_cast<long long>(*timeout * 1000)));
+    r->setTimeLimit(limitOf(*timeout));
     std::string file = out->empty() ? fileStem(*name) + "." + *format : *out;
     renderOne(*r, file, *format, db::dataSourceOf(conn));
   });
@@ -255,7 +262,7 @@ Registration renderAll([](CLI::App& app) {
         setIf("ReportName", e.name);
         setIf("Criteria", "");
         for (const auto& [k, v] : e.example) r->set(k, Variant(substitute(v, ids)));
-        r->setTimeLimit(std::chrono::milliseconds(static_cast<long long>(*timeout * 1000)));
+        r->setTimeLimit(limitOf(*timeout));
         renderOne(*r, *dir + "/" + fileStem(e.name) + ".pdf", "pdf", db::dataSourceOf(conn));
       } catch (const std::exception& ex) {
         ++failed;

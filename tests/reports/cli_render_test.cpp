@@ -97,12 +97,6 @@ TEST_F(CliRender, OutputsNeverReplaceTheirInputsOrExistingFilesUnasked) {
     EXPECT_EQ(fs::file_size(events), size);
     EXPECT_TRUE(fs::is_symlink(dir_ / "alias.pdf"));
   }
-  // A run past its --timeout writes nothing.
-  EXPECT_EQ(run("render \"RSVPs - One-line\" " + db() + where + " --timeout 0.000001 -o '" +
-                (dir_ / "late.pdf").string() + "'"),
-            1);
-  EXPECT_THAT(err_, HasSubstr("time limit"));
-  EXPECT_FALSE(fs::exists(dir_ / "late.pdf"));
   // import onto its own source, and over an existing file without --force.
   EXPECT_EQ(run("import '" + events.string() + "' '" + events.string() + "'"), 2);
   EXPECT_EQ(fs::file_size(events), size);
