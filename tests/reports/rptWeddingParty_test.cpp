@@ -68,12 +68,10 @@ TEST_F(WeddingParty, AnyOrderGivenSortsByRoleThenName) {
   person(g, "Amy", "Young", "Usher");
   person(g, "Bo", "Adams", "Usher");
   person(g, "Cy", "Zimmer", "Best Man");
-  const std::vector<std::string> sorted = {"Best Man", "Usher", "Usher", "Usher"};
   for (const Variant& order : {Variant(""), Variant("ORDER BY GuestNames.GFName DESC")}) {
-    auto d = runRoles(event_, &order);
-    EXPECT_THAT(texts(d, "Field4"), ::testing::ElementsAreArray(sorted));
     std::vector<std::string> names;
-    for (const auto& t : texts(d, "ContactIno")) names.push_back(t.substr(0, t.find('\r')));
+    for (const auto& t : texts(runRoles(event_, &order), "ContactIno"))
+      names.push_back(t.substr(0, t.find('\r')));
     EXPECT_THAT(names,
                 ElementsAre("Mx. Cy Zimmer ", "Mx. Bo Adams ", "Mx. Amy Young ", "Mx. Zed Young "));
   }
