@@ -125,6 +125,8 @@ class Builder {
     labelsAndStationery();
     // A guest who has not chosen a meal has no menu at all (a table of 0 means "not seated").
     f_.exec("UPDATE Invitees SET MenuID = NULL WHERE MenuID = 0");
+    // The planning application stores a blank suffix, not Null, for a guest without one.
+    f_.exec("UPDATE GuestNames SET GSuffix = '' WHERE GSuffix IS NULL");
     return sum_;
   }
 
@@ -376,6 +378,9 @@ class Builder {
       long role = f_.insert("EventRoles", {{"Role", Variant(roles[i])}});
       f_.set("GuestNames", g.guests[0].id, "RoleID", Variant(static_cast<int>(role)));
     }
+    // A reader from the group with neither a category nor a street address.
+    const long reader = f_.insert("EventRoles", {{"Role", Variant("Reader")}});
+    f_.set("GuestNames", groups[0].guests[0].id, "RoleID", Variant(static_cast<int>(reader)));
 
     for (size_t i = 0; i < groups.size(); ++i) {
       const Group& g = groups[i];

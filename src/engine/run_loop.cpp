@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "db/connection.h"
 #include "engine/paginator.h"
@@ -26,6 +27,18 @@ bool sameKey(const Variant& a, const Variant& b) {
 
 bool isText(ControlKind k) {
   return k == ControlKind::Label || k == ControlKind::Field;
+}
+
+// A check box's caption wraps beside its square: the platform's 13 pixels (195 twips) and a
+// 60-twip gap, as the renderer draws them.
+constexpr std::int32_t kCheckBoxAside = 255;
+
+// The text a growing or shrinking control is measured by, and the width it wraps in (0: none).
+std::pair<const std::string*, std::int32_t> measuredText(const ControlState& st,
+                                                         std::int32_t width) {
+  if (st.kind == ControlKind::CheckBox)
+    return {&st.caption, st.wordWrap ? std::max(1, width - kCheckBoxAside) : 0};
+  return {st.kind == ControlKind::Label ? &st.caption : &st.text, st.wordWrap ? width : 0};
 }
 
 // Clears the data control's run flag however the run ends.
@@ -307,7 +320,8 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
       std::int32_t fh = it == inst.fragments.end() ? 0 : it->second.height;
       nh = st.canShrink ? fh : std::max(ch, fh);
     } else if ((st.canGrow || st.canShrink) &&
-               (isText(st.kind) || st.kind == ControlKind::RichText)) {
+               (isText(st.kind) || st.kind == ControlKind::RichText ||
+                st.kind == ControlKind::CheckBox)) {
       if (!options_.measurer)
         throw EngineError("control '" + st.name +
                           "' can grow or shrink, but the run has no text measurer");
@@ -315,10 +329,8 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
       if (st.kind == ControlKind::RichText) {
         m = options_.measurer->measureRichHeight(st.rtf, rnd(st.width));
       } else {
-        const std::string& t = st.kind == ControlKind::Label ? st.caption : st.text;
-        m = t.empty()
-                ? 0
-                : options_.measurer->measure(t, st.font, st.wordWrap ? rnd(st.width) : 0).height;
+        const auto [t, wrap] = measuredText(st, rnd(st.width));
+        m = t->empty() ? 0 : options_.measurer->measure(*t, st.font, wrap).height;
       }
       if (st.canGrow) nh = std::max(nh, m);
       if (st.canShrink) nh = std::min(nh, m);
@@ -396,11 +408,10 @@ std::vector<doc::Item> RunLoop::buildItems(BandInstance& inst,
     if (!st.visible) continue;
     const std::int32_t dy = i < inst.shifts.size() ? inst.shifts[i] : 0;
     doc::Rect box{rnd(st.left), rnd(st.top) + dy, rnd(st.width), rnd(st.height)};
-    auto grownHeight = [&](const std::string& t) {
+    auto grownHeight = [&] {
       if (!(st.canGrow || st.canShrink) || !options_.measurer) return box.height;
-      std::int32_t m =
-          t.empty() ? 0
-                    : options_.measurer->measure(t, st.font, st.wordWrap ? box.width : 0).height;
+      const auto [t, wrap] = measuredText(st, box.width);
+      std::int32_t m = t->empty() ? 0 : options_.measurer->measure(*t, st.font, wrap).height;
       std::int32_t nh = box.height;
       if (st.canGrow) nh = std::max(nh, m);
       if (st.canShrink) nh = std::min(nh, m);
@@ -415,7 +426,7 @@ std::vector<doc::Item> RunLoop::buildItems(BandInstance& inst,
       case ControlKind::Field: {
         doc::Text t;
         t.text = st.kind == ControlKind::Label ? st.caption : st.text;
-        box.height = grownHeight(t.text);
+        box.height = grownHeight();
         t.box = box;
         t.font = st.font;
         t.foreColor = st.foreColor;
@@ -433,6 +444,7 @@ std::vector<doc::Item> RunLoop::buildItems(BandInstance& inst,
       }
       case ControlKind::CheckBox: {
         doc::CheckBox c;
+        box.height = grownHeight();
         c.box = box;
         c.checked = static_cast<const CheckBox&>(*s.controls_[i]).checked();
         c.caption = st.caption;

@@ -38,7 +38,7 @@ class FrameReport : public engine::Report {
   void setDateFormat(std::string f) { dateFormat_ = std::move(f); }
   void setConnectionString(std::string s) { data().setConnectionString(std::move(s)); }
   virtual void setSQLWhere(std::string w) { sqlWhere_ = std::move(w); }
-  void setSQLOrderBy(std::string o) { sqlOrderBy_ = std::move(o); }
+  virtual void setSQLOrderBy(std::string o) { sqlOrderBy_ = std::move(o); }
   void setTitle(std::string t);
   void setReportName(std::string t);
   void setCriteria(std::string t);

@@ -313,7 +313,22 @@ void PageRenderer::checkBox(cairo_t* cr, const doc::CheckBox& c) {
   const double side = std::min({9.75, pt(b.width), pt(b.height)});
   const double bx =
       pt(b.left) + (c.caption.empty() ? place(pt(b.width), side, hPlace(c.align)) : 0);
-  const double by = pt(b.top) + (pt(b.height) - side) / 2;
+  const double gap = 3.0;
+  const double room = pt(b.width) - side - gap;
+  LayoutPtr l;
+  double textTop = 0, by = pt(b.top) + (pt(b.height) - side) / 2;
+  if (!c.caption.empty() && room > 0) {
+    l = textLayout(c.caption, c.font, static_cast<std::int32_t>(room * 20), c.align);
+    PangoRectangle logical;
+    pango_layout_get_extents(l.get(), nullptr, &logical);
+    textTop = pt(b.top) + place(pt(b.height), ptFromPango(logical.height), 1);
+    // A caption that wraps (a box grown to hold it) keeps the square beside its first line.
+    if (pango_layout_get_line_count(l.get()) > 1) {
+      PangoRectangle first;
+      pango_layout_line_get_extents(pango_layout_get_line_readonly(l.get(), 0), nullptr, &first);
+      by = textTop + (ptFromPango(first.height) - side) / 2;
+    }
+  }
   const double inset = 0.5;
   cairo_set_source_rgb(cr, 1, 1, 1);
   cairo_rectangle(cr, bx + inset, by + inset, side - 2 * inset, side - 2 * inset);
@@ -328,18 +343,10 @@ void PageRenderer::checkBox(cairo_t* cr, const doc::CheckBox& c) {
     cairo_line_to(cr, bx + side * 0.80, by + side * 0.28);
     cairo_stroke(cr);
   }
-  if (!c.caption.empty()) {
-    const double gap = 3.0;
-    const double room = pt(b.width) - side - gap;
-    if (room > 0) {
-      LayoutPtr l = textLayout(c.caption, c.font, static_cast<std::int32_t>(room * 20), c.align);
-      PangoRectangle logical;
-      pango_layout_get_extents(l.get(), nullptr, &logical);
-      setColor(cr, c.foreColor);
-      cairo_move_to(cr, bx + side + gap,
-                    pt(b.top) + place(pt(b.height), ptFromPango(logical.height), 1));
-      pango_cairo_show_layout(cr, l.get());
-    }
+  if (l) {
+    setColor(cr, c.foreColor);
+    cairo_move_to(cr, bx + side + gap, textTop);
+    pango_cairo_show_layout(cr, l.get());
   }
   cairo_restore(cr);
 }

@@ -143,6 +143,34 @@ TEST(Growth, PushDownMovesControlsBelowAGrownOne) {
   }
 }
 
+TEST(Growth, CheckBoxGrowsToItsCaptionWrappedBesideTheSquare) {
+  Report r(layoutOf(R"J({"version": 1, "name": "rptChecks", "sections": [
+    {"kind": "detail", "name": "Detail", "height": 600, "pushDown": true, "controls": [
+      {"kind": "checkBox", "name": "chkName", "dataField": "On", "width": 2000, "height": 240,
+       "canGrow": true},
+      {"kind": "field", "name": "txtBelow", "top": 300, "width": 2000, "height": 240}]}]})J"));
+  r.data().setRows({"On"}, {{Variant::boolean(true)}, {Variant::boolean(false)}});
+  r.onFormat("Detail", [&r] {
+    const bool on = r.data().recordset().value("On").toBool();
+    r.checkBox("chkName").setCaption(on ? "a\nb\nc" : "short");
+  });
+  auto res = test::run(r);
+  const std::int32_t line = FixedMetricMeasurer::lineHeight(doc::Font{});
+  const std::int32_t growth = 3 * line - 240;
+  ASSERT_GT(growth, 0);
+  std::vector<doc::Rect> boxes;
+  for (const auto& it : res.document.pages.at(0).items)
+    if (auto* c = std::get_if<doc::CheckBox>(&it.content)) boxes.push_back(c->box);
+  ASSERT_EQ(boxes.size(), 2u);
+  EXPECT_EQ(boxes[0].height, 240 + growth);
+  EXPECT_EQ(boxes[1].height, 240);
+  // What is below the grown box moves down with it.
+  auto below = texts(res.document, 1, "txtBelow");
+  ASSERT_EQ(below.size(), 2u);
+  EXPECT_EQ(below[0]->box.top - boxes[0].top, 300 + growth);
+  EXPECT_EQ(below[1]->box.top - boxes[1].top, 300);
+}
+
 TEST(HandlerState, BandGrownInBeforePrintMovesWithItsState) {
   class R : public test::LoggingReport {
    public:

@@ -75,7 +75,15 @@ class LongValues : public ReportTest {
                        .dCarrier = "SNCF TGV inOui",
                        .dCarrierNo = "TGV 6102"});
       for (int i = 0; i < 2; ++i) {
-        const long guest = db().guest(group, {.first = kName60, .last = kLast30, .title = "Dr."});
+        const long guest =
+            db().guest(group, {.first = kName60,
+                               .last = kLast30,
+                               .title = "Dr.",
+                               .role = i == 0 && g % 2 == 0 ? "Witness to the Civil Ceremony and "
+                                                              "Keeper of the Rings"
+                                                            : ""});
+        // As the planning application stores it: a blank suffix, not Null.
+        db().set("GuestNames", guest, "GSuffix", Variant(""));
         db().invite(guest, party_,
                     {.attending = true,
                      .primary = i == 0,
