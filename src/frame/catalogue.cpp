@@ -71,7 +71,12 @@ std::vector<CatalogueEntry> makeCatalogue() {
        "guests per table with seat counts",
        {},
        {{"SQLWhere", "WHERE Parties.PartyID = {PartyID} "}, {"Criteria", "Party: {PartyName}"}}},
-      {"Guest Travel Summary", "rptTravelSummary", "arrival, stay and departure per group", {}},
+      // The report appends its own "and ..." condition: the clause must be a WHERE clause.
+      {"Guest Travel Summary",
+       "rptTravelSummary",
+       "arrival, stay and departure per group",
+       {},
+       {{"SQLWhere", "WHERE Parties.PartyID = {PartyID}"}, {"Criteria", "Party: {PartyName}"}}},
       {"Sub-Event Timelines", "rptMusic", "each party's timeline", {}},
       {"Party Statistics",
        "rptPartyStats",
