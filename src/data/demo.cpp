@@ -391,12 +391,43 @@ class Builder {
       invite(g, reception, rsvpd, attending, reception.id);
       if (g.outOfTown && r_.chance(60)) invite(g, brunch, r_.chance(70), true);
     }
+    travelVariety(reception, groups);
     seatReception(reception);
     roomPlan(rehearsal);
     timelines(ceremony, reception);
     journal(e);
     checklist(e);
     (void)brunch;
+  }
+
+  // Travel that is not the usual arrival, hotel and departure, on the three awkward groups'
+  // reception invitations: an arrival without a hotel or a departure, a group that drives in
+  // (hotel and departure, no arrival), and a hotel stay with no rooms booked yet.
+  void travelVariety(const Party& reception, const std::vector<Group>& groups) {
+    auto invitation = [&](const Group& g) {
+      for (const auto& pg : partyGroups_)
+        if (pg.partyId == reception.id && pg.group.id == g.id)
+          return std::to_string(pg.partyGroupId);
+      throw std::logic_error("demo: group not invited to the reception");
+    };
+    const std::string arrivalOnly = invitation(groups[0]);
+    f_.exec(
+        "UPDATE PartyDetails SET Hotel = NULL, CheckInDate = NULL, CheckOutDate = NULL, "
+        "AccNote = NULL, DDate = NULL, DTime = NULL, DLocation = NULL, DCarrier = NULL, "
+        "DCarrierNo = NULL, DropOff = 0, Pickup = -1 WHERE PartyGroupID = " +
+        arrivalOnly);
+    f_.exec("DELETE FROM HotelRooms WHERE PartyGroupID = " + arrivalOnly);
+    const std::string noRooms = invitation(groups[1]);
+    f_.exec(
+        "UPDATE PartyDetails SET AccNote = 'Suite on hold until the block is confirmed; "
+        "rooms to be booked by the couple.' WHERE PartyGroupID = " +
+        noRooms);
+    f_.exec("DELETE FROM HotelRooms WHERE PartyGroupID = " + noRooms);
+    f_.exec(
+        "UPDATE PartyDetails SET ADate = NULL, ATime = NULL, ALocation = NULL, ACarrier = "
+        "NULL, ACarrierNo = NULL, Pickup = 0, DLocation = 'By car', DCarrier = NULL, "
+        "DCarrierNo = NULL, DropOff = 0 WHERE PartyGroupID = " +
+        invitation(groups[2]));
   }
 
   // Tables of ten; some attending guests stay unseated and the last table stays empty.

@@ -56,24 +56,32 @@ class LongValues : public ReportTest {
                               .hPhone = "+33 4 90 92 00 00 ext. 12345",
                               .email = "bartholomew.fitzgerald-montgomery@example-family-mail.fr",
                               .notes = g % 2 ? kLong120 : ""});
-      db().invitation(party_, group,
-                      {.formalLabel = "Mr. and Mrs. " + kName60 + " " + kLast30,
-                       .casualLabel = kName60 + " & Family",
-                       .rsvpd = g % 2 == 0,
-                       .rsvpNote = g % 2 ? "Will arrive late after the ceremony, please keep "
-                                           "two seats near the door"
-                                         : "",
-                       .aDate = data::date(2025, 6, 13),
-                       .aTime = data::time(23, 55),
-                       .aLocation = "Aéroport Marseille Provence, Terminal 1, Hall A",
-                       .aCarrier = "Air France–KLM Regional Partners",
-                       .aCarrierNo = "AF 7644 / KL 1234",
-                       .pickup = true,
-                       .dDate = data::date(2025, 6, 16),
-                       .dTime = data::time(6, 5),
-                       .dLocation = "Gare d'Avignon TGV, Quai 3",
-                       .dCarrier = "SNCF TGV inOui",
-                       .dCarrierNo = "TGV 6102"});
+      const long stay = db().invitation(
+          party_, group,
+          {.formalLabel = "Mr. and Mrs. " + kName60 + " " + kLast30,
+           .casualLabel = kName60 + " & Family",
+           .rsvpd = g % 2 == 0,
+           .rsvpNote = g % 2 ? "Will arrive late after the ceremony, please keep "
+                               "two seats near the door"
+                             : "",
+           .hotel = "Hôtel du Château de la Motte-Fénelon et Spa des Vignes Anciennes",
+           .accNote = "Ground-floor room requested, close to the lift; late check-in after "
+                      "midnight confirmed by the front desk",
+           .checkIn = data::date(2025, 6, 13),
+           .checkOut = data::date(2025, 6, 16),
+           .aDate = data::date(2025, 6, 13),
+           .aTime = data::time(23, 45),
+           .aLocation = "Aéroport Marseille Provence, Terminal 1, Hall A arrivals",
+           .aCarrier = "Compagnie Aérienne Intercontinentale du Sud",
+           .aCarrierNo = "AF 123456789",
+           .pickup = true,
+           .dDate = data::date(2025, 6, 16),
+           .dTime = data::time(6, 5),
+           .dLocation = "Gare d'Avignon TGV, voie 3, near the Eurostar lounge",
+           .dCarrier = "Société Nationale des Chemins de fer Français",
+           .dCarrierNo = "TGV 6102 / EST 9015"});
+      for (int n = 0; n < g % 3; ++n)
+        db().hotelRoom(stay, "Junior suite with terrace over the lavender fields", 1200, n == 0);
       for (int i = 0; i < 2; ++i) {
         const long guest =
             db().guest(group, {.first = kName60,

@@ -1,5 +1,7 @@
 #include "reports/common/party_header.h"
 
+#include "runtime/vb.h"
+
 namespace galvix::reports {
 
 const char* const kPartyLocationSql =
@@ -33,6 +35,25 @@ std::array<PartyCount, 4> partyCounts(std::int32_t partyId) {
        "NumInvitees"},
       {"txtRSVPs", rsvpsCountSql(partyId), "CountOfRSVPs"},
   }};
+}
+
+std::string streetCityStatePostal(const std::string& street, const Variant& city,
+                                  const Variant& state, const Variant& postalCode) {
+  if (city.isNull() && state.isNull() && postalCode.isNull()) return street;
+  // Present parts (blank ones too) keep their separators as composed; a Null one is left out
+  // with the separator that would follow it.
+  std::string line;
+  const char* sep = "";
+  if (!city.isNull()) {
+    line += vb::Trim(city).toString();
+    sep = ", ";
+  }
+  if (!state.isNull()) {
+    line += sep + vb::Trim(state).toString();
+    sep = " ";
+  }
+  if (!postalCode.isNull()) line += sep + vb::Trim(postalCode).toString();
+  return street + "\r\n" + line;
 }
 
 }  // namespace galvix::reports

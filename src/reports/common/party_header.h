@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+#include "galvix/variant.h"
+
 namespace galvix::reports {
 
 struct PartyCount {
@@ -24,5 +26,11 @@ std::string rsvpsCountSql(std::int32_t partyId);
 // The party's location on up to three lines (street; city, state and postal code; country),
 // as a select-list term ending in "as Address, ".
 extern const char* const kPartyLocationSql;
+
+// The header location completed in code: the street as printed, a line break, then
+// "City, State PostalCode" with each part trimmed. A Null part is left out with its separator
+// (no ", " after a missing city); with all three Null the street stands alone.
+std::string streetCityStatePostal(const std::string& street, const Variant& city,
+                                  const Variant& state, const Variant& postalCode);
 
 }  // namespace galvix::reports
