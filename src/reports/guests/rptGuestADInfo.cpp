@@ -4,6 +4,7 @@
 #include "engine/layout_embed.h"
 #include "frame/catalogue.h"
 #include "frame/frame_report.h"
+#include "reports/common/party_header.h"
 #include "runtime/format.h"
 #include "runtime/vb.h"
 
@@ -66,22 +67,16 @@ class RptGuestADInfo : public frame::FrameReport {
   }
 
  private:
-  // The location gets its city line; a Null state or postal code is left out with its
-  // separator rather than failing the header.
+  // The location gets its city line (a Null city counts as empty; a Null state or postal code
+  // is left out with its separator rather than failing the header).
   void formatParty() {
     if (!hasRows()) return;
     auto& rs = data().recordset();
-    auto part = [&](const char* column) { return vb::Trim(rs.value(column)); };
-    const Variant state = part("State"), zip = part("PostalCode");
-    std::string line = vb::Trim(Variant(rs.value("City").displayText())).toString();
-    if (!state.isNull() && !zip.isNull()) {
-      line += ", " + state.toString() + " " + zip.toString();
-    } else if (!state.isNull() || !zip.isNull()) {
-      const std::string rest = state.isNull() ? zip.toString() : state.toString();
-      line += (line.empty() || rest.empty() ? "" : ", ") + rest;
-    }
+    const Variant city = rs.value("City");
     auto& address = field("txtAddress");
-    address.setText(address.text() + "\r\n" + line);
+    address.setText(streetCityStatePostal(address.text(),
+                                          city.isNull() ? Variant(std::string()) : city,
+                                          rs.value("State"), rs.value("PostalCode")));
     partyId_ = rs.value("PartyID").toLong();
   }
 
