@@ -265,6 +265,7 @@ void Paginator::commit(BandInstance& inst, bool flow) {
     if (splittable) {
       std::int32_t cut0 = 0;
       while (cut0 < h) {
+        bool clipped = false;
         std::int32_t room = bodyBottom_ - y;
         std::int32_t limit = cut0 + room;
         std::int32_t cut1 = h;
@@ -290,6 +291,7 @@ void Paginator::commit(BandInstance& inst, bool flow) {
             // No clean cut: what straddles the page end is clipped; the band goes on only
             // if it has items below.
             cut1 = std::max(cut0 + 1, limit);
+            clipped = true;
             report_.host().warning("band '" + s.name() + "' is taller than the page; clipped");
           }
           // Only empty space below the cut: the band ends on this page.
@@ -297,7 +299,15 @@ void Paginator::commit(BandInstance& inst, bool flow) {
           for (auto& it : items) more = more || extent(it).first >= cut1;
           if (!more) cut1 = h;
         }
+        const std::size_t first = pages_.back().items.size();
         emitAll(cut0, cut1, y);
+        // Text that runs past the page end stops there (the renderer ends it with an
+        // ellipsis) rather than printing over the footer.
+        if (clipped)
+          for (std::size_t k = first; k < pages_.back().items.size(); ++k)
+            if (auto* t = std::get_if<doc::Text>(&pages_.back().items[k].content))
+              if (t->box.top + t->box.height > bodyBottom_)
+                t->box.height = std::max(0, bodyBottom_ - t->box.top);
         y += std::min(cut1 - cut0, bodyBottom_ - y);
         y_ = y;
         cut0 = cut1;

@@ -1,7 +1,9 @@
 #include "engine/run_loop.h"
+#include "engine/text_util.h"
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "db/connection.h"
@@ -300,6 +302,25 @@ void RunLoop::runSubreports(BandInstance& inst) {
   }
 }
 
+// How tall text may grow: a page header or footer to a third of the page body, so the page
+// keeps room for its bands; any other band to what a page leaves below its header and above its
+// footer, so it fits on one page. The rest of the text is cut and ends in an ellipsis.
+std::int32_t RunLoop::growthLimit(const Section& s) const {
+  if (s.kind() == SectionKind::PageHeader || s.kind() == SectionKind::PageFooter)
+    return bodyHeight() / 3;
+  std::int32_t free = bodyHeight();
+  for (const auto& p : report_.sections_)
+    if ((p->kind() == SectionKind::PageHeader || p->kind() == SectionKind::PageFooter) &&
+        p->visible())
+      free -= rnd(p->height());
+  return std::max(free, bodyHeight() / 3);
+}
+
+std::int32_t RunLoop::bodyHeight() const {
+  const auto& ps = report_.pageSettings();
+  return std::max(0, rnd(report_.pageHeight() - ps.topMargin - ps.bottomMargin));
+}
+
 std::int32_t RunLoop::measure(BandInstance& inst) {
   Section& s = *inst.section;
   inst.shifts.clear();
@@ -330,10 +351,14 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
         m = options_.measurer->measureRichHeight(st.rtf, rnd(st.width));
       } else {
         const auto [t, wrap] = measuredText(st, rnd(st.width));
-        m = t->empty() ? 0 : options_.measurer->measure(*t, st.font, wrap).height;
+        const std::string_view shown =
+            cutToBox(*t, st.font.size, rnd(st.width), std::min(growthLimit(s), bodyHeight()));
+        m = t->empty() ? 0 : options_.measurer->measure(shown, st.font, wrap).height;
       }
       if (st.canGrow) nh = std::max(nh, m);
       if (st.canShrink) nh = std::min(nh, m);
+      // The band keeps the room its design gives below this control.
+      nh = std::min(nh, std::max(ch, growthLimit(s) - (rnd(s.height()) - ch)));
     }
     const bool line = st.kind == ControlKind::Line;
     const std::int32_t top = line ? rnd(std::min(st.top, st.top + st.height)) : rnd(st.top);
@@ -411,11 +436,13 @@ std::vector<doc::Item> RunLoop::buildItems(BandInstance& inst,
     auto grownHeight = [&] {
       if (!(st.canGrow || st.canShrink) || !options_.measurer) return box.height;
       const auto [t, wrap] = measuredText(st, box.width);
-      std::int32_t m = t->empty() ? 0 : options_.measurer->measure(*t, st.font, wrap).height;
+      const std::string_view shown =
+          cutToBox(*t, st.font.size, box.width, std::min(growthLimit(s), bodyHeight()));
+      std::int32_t m = t->empty() ? 0 : options_.measurer->measure(shown, st.font, wrap).height;
       std::int32_t nh = box.height;
       if (st.canGrow) nh = std::max(nh, m);
       if (st.canShrink) nh = std::min(nh, m);
-      return nh;
+      return std::min(nh, std::max(box.height, growthLimit(s) - (rnd(s.height()) - box.height)));
     };
     doc::Item item;
     item.section = s.name();

@@ -69,6 +69,8 @@ class RunLoop {
   // `embedded`: a subreport's run, flowed into one unbounded fragment (no pages).
   RunLoop(Report& report, const RunOptions& options, bool embedded);
   RunResult run();
+  std::int32_t growthLimit(const Section& s) const;
+  std::int32_t bodyHeight() const;
   Fragment runEmbedded(std::int32_t width);
 
   // Used by the paginator.

@@ -11,6 +11,7 @@
 #include <string>
 #include <utility>
 
+#include "engine/text_util.h"
 #include "render/rtf_reader.h"
 #include "render/text_layout.h"
 
@@ -246,7 +247,11 @@ void PageRenderer::text(cairo_t* cr, const doc::Text& t) {
     // Turned a quarter either way, the text runs along the box's height.
     const bool quarter = (a >= 450 && a < 1350) || (a >= 2250 && a < 3150);
     const std::int32_t fw = quarter ? b.height : b.width, fh = quarter ? b.width : b.height;
-    PangoLayout* l = layoutFor(t.text, t.font, t.wordWrap ? fw : 0, align);
+    // A value far longer than the box can show is cut before it is shaped.
+    const std::string_view shown = engine::cutToBox(t.text, t.font.size, fw, fh);
+    const std::string cutText = shown.size() < t.text.size() ? std::string(shown) : std::string();
+    PangoLayout* l =
+        layoutFor(cutText.empty() ? t.text : cutText, t.font, t.wordWrap ? fw : 0, align);
     PangoRectangle logical;
     pango_layout_get_extents(l, nullptr, &logical);
     // Wrapped text taller than a box that does not grow shows the whole lines that fit, the

@@ -61,11 +61,44 @@ std::string normalizeText(std::string_view text) {
   return out;
 }
 
+// Pango looks for a break inside a word longer than the line one character at a time, which
+// takes time growing with the square of the word. No real word is 64 characters long: in such a
+// run a zero-width space every 8 characters gives the line breaker places to break at.
+std::string breakableRuns(const std::string& t) {
+  constexpr std::size_t kLongRun = 64, kEvery = 8;
+  auto blank = [](unsigned char c) { return c == ' ' || c == '\n' || c == '\t'; };
+  auto lead = [](unsigned char c) { return (c & 0xC0) != 0x80; };
+  std::string out;
+  std::size_t run = 0;
+  bool longRun = false;
+  for (std::size_t i = 0; i < t.size(); ++i) {
+    const auto c = static_cast<unsigned char>(t[i]);
+    if (blank(c)) {
+      run = 0;
+    } else if (lead(c)) {
+      if (run == 0) {
+        std::size_t n = 0;
+        for (std::size_t j = i; j < t.size() && n <= kLongRun && !blank(t[j]); ++j)
+          n += lead(static_cast<unsigned char>(t[j]));
+        longRun = n > kLongRun;
+        if (longRun && out.empty()) out.reserve(t.size() + t.size() / 2);
+      }
+      if (longRun && run > 0 && run % kEvery == 0) {
+        if (out.empty()) out.assign(t, 0, i);
+        out += "\u200B";
+      }
+      ++run;
+    }
+    if (!out.empty()) out += t[i];
+  }
+  return out.empty() ? t : out;
+}
+
 LayoutPtr textLayout(std::string_view text, const doc::Font& font, std::int32_t wrapTwips,
                      doc::HAlign align) {
   LayoutPtr l(pango_layout_new(pangoContext()));
   pango_layout_set_font_description(l.get(), fontDescription(font));
-  const std::string t = normalizeText(text);
+  const std::string t = wrapTwips > 0 ? breakableRuns(normalizeText(text)) : normalizeText(text);
   pango_layout_set_text(l.get(), t.data(), static_cast<int>(t.size()));
   if (font.underline || font.strikeout) {
     PangoAttrList* attrs = pango_attr_list_new();

@@ -92,25 +92,41 @@ TEST(Subreports, BandTallerThanAPageWithNoCleanCutIsClippedOnce) {
     void warning(const std::string& t) override { warnings.push_back(t); }
   };
   auto host = std::make_shared<Host>();
-  Report r(layoutOf(R"J({"version": 1, "name": "rptTall",
+  auto tallReport = [&](const char* band, const char* controls) {
+    auto r = std::make_unique<Report>(layoutOf(std::string(R"J({"version": 1, "name": "rptTall",
       "page": {"paperWidth": 6000, "paperHeight": 4000,
                "margins": {"left": 500, "right": 500, "top": 500, "bottom": 500}},
       "sections": [
         {"kind": "pageHeader", "name": "PageHeader", "height": 200},
-        {"kind": "detail", "name": "Detail", "height": 300, "controls": [
-          {"kind": "field", "name": "txtNote", "dataField": "Note", "width": 1000, "height": 240,
-           "canGrow": true}]}]})J"));
-  r.setHost(host);
+        {"kind": "detail", "name": "Detail", "height": )J") +
+                                               band + R"J(, "controls": [)J" + controls + "]}]}"));
+    r->setHost(host);
+    return r;
+  };
+  // Text that grows past the page is cut to what the page leaves it: no clipping needed.
   std::string tall;
   for (int i = 0; i < 30; ++i) tall += "line\n";
-  r.data().setRows({"Note"}, {{"short"}, {Variant::string(tall)}, {"after"}});
-  auto res = test::run(r);
-  EXPECT_EQ(allTexts(res.document, "txtNote").size(), 3u);
+  auto r = tallReport("300", R"J({"kind": "field", "name": "txtNote", "dataField": "Note",
+                          "width": 1000, "height": 240, "canGrow": true})J");
+  r->data().setRows({"Note"}, {{"short"}, {Variant::string(tall)}, {"after"}});
+  auto res = test::run(*r);
   ASSERT_EQ(res.document.pages.size(), 3u);
-  EXPECT_EQ(texts(res.document, 2, "txtNote").at(0)->box.top, 500 + 200);
+  const auto* cut = texts(res.document, 2, "txtNote").at(0);
+  EXPECT_EQ(cut->box.top, 500 + 200);
+  EXPECT_LE(cut->box.top + cut->box.height, 4000 - 500);
   EXPECT_EQ(texts(res.document, 3, "txtNote").at(0)->text, "after");
+  EXPECT_TRUE(host->warnings.empty());
+
+  // A control designed taller than the page has no clean cut: clipped once, its text box ending
+  // at the page end.
+  auto fixed = tallReport("3600", R"J({"kind": "label", "name": "lblTall", "caption": "x",
+                               "width": 1000, "height": 3600})J");
+  fixed->data().setRows({"Note"}, {{"one"}});
+  res = test::run(*fixed);
   EXPECT_EQ(host->warnings,
             (std::vector<std::string>{"band 'Detail' is taller than the page; clipped"}));
+  const auto* label = texts(res.document, 1, "lblTall").at(0);
+  EXPECT_EQ(label->box.top + label->box.height, 4000 - 500);
 }
 
 TEST(Growth, PushDownMovesControlsBelowAGrownOne) {

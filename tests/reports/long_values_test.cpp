@@ -168,3 +168,37 @@ TEST_F(LongValues, NoTextPrintsOverAnotherAndNoneIsCutShort) {
 
 }  // namespace
 }  // namespace galvix::testing
+
+namespace galvix::testing {
+namespace {
+
+// Values far beyond any page: a title of 100,000 characters without a space and a group label
+// of 20,000. Each is cut to its page (a header to a third of it), the report keeps its few
+// pages, and nothing is drawn outside the page body or over the footer.
+TEST_F(LongValues, ValuesLongerThanAPageAreCutToIt) {
+  db().set("PartyDetails", 1, "FormalLabel", Variant(std::string(20000, 'x')));
+  auto r = report("RSVPs - One-line");
+  r->set("SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_)));
+  r->set("Title", Variant(std::string(100000, 'W')));
+  const doc::Document d = run(*r);
+  ASSERT_FALSE(d.pages.empty());
+  EXPECT_LE(d.pages.size(), 3u);
+  for (const auto& page : d.pages) {
+    std::int32_t footerTop = page.height;
+    for (const auto& it : page.items)
+      if (it.section == "PageFooter")
+        if (auto* t = std::get_if<doc::Text>(&it.content))
+          footerTop = std::min(footerTop, t->box.top);
+    for (const auto& it : page.items) {
+      auto* t = std::get_if<doc::Text>(&it.content);
+      if (!t || it.section == "PageFooter") continue;
+      EXPECT_LE(t->box.top + t->box.height, footerTop) << it.control;
+      if (it.control == "lblTitle") {
+        EXPECT_LE(t->box.height, page.height / 3);
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace galvix::testing
