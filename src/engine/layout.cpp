@@ -457,7 +457,7 @@ std::shared_ptr<const Layout> loadLayout(std::string_view text, std::string file
   json j;
   try {
     j = json::parse(text.begin(), text.end());
-  } catch (const json::parse_error& e) {
+  } catch (const json::exception& e) {  // syntax, and numbers too large for any type
     throw LayoutError(file, "", std::string("not valid JSON: ") + e.what());
   }
   if (j.is_object() && j.contains("frame")) j = applyFrame(j, file);

@@ -69,11 +69,14 @@ INSTANTIATE_TEST_SUITE_P(
                   "rptBad.json: /sections/0/dataField: only group headers have 'dataField'"}));
 
 TEST(MalformedLayout, NotJsonNamesTheFile) {
-  try {
-    loadLayout("{\"version\":1,", "rptBad.json");
-    FAIL();
-  } catch (const LayoutError& e) {
-    EXPECT_EQ(std::string(e.what()).rfind("rptBad.json: /: not valid JSON", 0), 0u) << e.what();
+  // Cut short, and a number no type holds (found by fuzzing: it escaped as another exception).
+  for (const char* bad : {"{\"version\":1,", "{\"version\": 66577E77777777777777777777770}"}) {
+    try {
+      loadLayout(bad, "rptBad.json");
+      ADD_FAILURE() << bad;
+    } catch (const LayoutError& e) {
+      EXPECT_EQ(std::string(e.what()).rfind("rptBad.json: /: not valid JSON", 0), 0u) << e.what();
+    }
   }
 }
 
