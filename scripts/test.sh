@@ -2,6 +2,7 @@
 # Installs what is missing, builds, and runs every test.
 #   scripts/test.sh             normal build in build/
 #   scripts/test.sh --sanitize  AddressSanitizer + UndefinedBehaviorSanitizer build in build-asan/
+#   scripts/test.sh --thread    ThreadSanitizer build in build-tsan/ of the tests that run threads
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
@@ -10,6 +11,16 @@ flags=()
 if [ "${1:-}" = "--sanitize" ]; then
   dir=build-asan
   flags=(-DGALVIX_SANITIZE=ON -DGALVIX_BENCH=OFF -DCMAKE_BUILD_TYPE=Debug)
+fi
+if [ "${1:-}" = "--thread" ]; then
+  # Runs of one process at once on one database: the work tables of each run are its own.
+  dir=build-tsan
+  cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DGALVIX_BENCH=OFF \
+    -DCMAKE_C_FLAGS=-fsanitize=thread -DCMAKE_CXX_FLAGS=-fsanitize=thread \
+    -DCMAKE_EXE_LINKER_FLAGS=-fsanitize=thread >/dev/null
+  cmake --build "$dir" -j "$(nproc)" --target db_tests
+  TSAN_OPTIONS=halt_on_error=1 "$dir/tests/db/db_tests" --gtest_filter='RunScope.*'
+  exit 0
 fi
 cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo "${flags[@]}" >/dev/null
 cmake --build "$dir" -j "$(nproc)"
