@@ -18,8 +18,10 @@ if [ "${1:-}" = "--thread" ]; then
   cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DGALVIX_BENCH=OFF \
     -DCMAKE_C_FLAGS=-fsanitize=thread -DCMAKE_CXX_FLAGS=-fsanitize=thread \
     -DCMAKE_EXE_LINKER_FLAGS=-fsanitize=thread >/dev/null
-  cmake --build "$dir" -j "$(nproc)" --target db_tests
-  TSAN_OPTIONS=halt_on_error=1 "$dir/tests/db/db_tests" --gtest_filter='RunScope.*'
+  cmake --build "$dir" -j "$(nproc)" --target db_tests access_tests
+  export TSAN_OPTIONS=halt_on_error=1
+  "$dir/tests/db/db_tests" --gtest_filter='RunScope.*'
+  "$dir/tests/db/access_tests" --gtest_filter='AccessFiles.EachRunHasItsOwnCopyForItsWorkTables'
   exit 0
 fi
 cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo "${flags[@]}" >/dev/null

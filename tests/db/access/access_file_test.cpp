@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <thread>
 
 #include "db/access/access_backend.h"
 #include "db/connection.h"
@@ -241,6 +242,38 @@ TEST(AccessFiles, OneLoadPerFileSharedByConnectionsWithWorkTablesAndTheFileUntou
   b.execute("DROP TABLE BUDGET_REPORT");
   EXPECT_THROW(rs.open("SELECT Sum(N) FROM BUDGET_REPORT", a), DbError);
   EXPECT_EQ(read(path), before);
+}
+
+// Report runs in two threads on one Access file each read their own copy: neither sees the
+// other's work table, and the loaded file keeps none.
+TEST(AccessFiles, EachRunHasItsOwnCopyForItsWorkTables) {
+  SAMPLE(path, "Northwind_jet4.mdb");
+  auto runs = [&](int category, int* wrong) {
+    for (int i = 0; i < 20; ++i) try {
+        RunScope scope({"BUDGET_REPORT"});
+        Connection maker, reader;
+        maker.open(path);
+        maker.execute("SELECT ProductID INTO BUDGET_REPORT FROM Products WHERE CategoryID = " +
+                      std::to_string(category));
+        reader.open(path);
+        const long want = first(reader, "SELECT Count(*) FROM Products WHERE CategoryID = " +
+                                            std::to_string(category))
+                              .toLong();
+        if (first(reader, "SELECT Count(*) FROM BUDGET_REPORT").toLong() != want) ++*wrong;
+      } catch (const DbError&) {
+        ++*wrong;
+      }
+  };
+  int wrongA = 0, wrongB = 0;
+  std::thread a(runs, 1, &wrongA), b(runs, 2, &wrongB);
+  a.join();
+  b.join();
+  EXPECT_EQ(wrongA, 0);
+  EXPECT_EQ(wrongB, 0);
+  Connection outside;
+  outside.open(path);
+  Recordset rs;
+  EXPECT_THROW(rs.open("SELECT Count(*) FROM BUDGET_REPORT", outside), DbError);
 }
 
 TEST(AccessFiles, AChangedFileIsLoadedAgain) {
