@@ -56,4 +56,10 @@ std::string streetCityStatePostal(const std::string& street, const Variant& city
   return street + "\r\n" + line;
 }
 
+std::int32_t completeLocation(engine::Field& address, engine::RowView& row) {
+  address.setText(streetCityStatePostal(address.text(), row.value("City"), row.value("State"),
+                                        row.value("PostalCode")));
+  return row.value("PartyID").toLong();
+}
+
 }  // namespace galvix::reports

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+#include "engine/controls.h"
+#include "engine/data_control.h"
 #include "galvix/variant.h"
 
 namespace galvix::reports {
@@ -32,5 +34,9 @@ extern const char* const kPartyLocationSql;
 // (no ", " after a missing city); with all three Null the street stands alone.
 std::string streetCityStatePostal(const std::string& street, const Variant& city,
                                   const Variant& state, const Variant& postalCode);
+
+// The party header's location field completed from the row's City, State and PostalCode by the
+// rule above; returns the row's PartyID.
+std::int32_t completeLocation(engine::Field& address, engine::RowView& row);
 
 }  // namespace galvix::reports

@@ -56,11 +56,7 @@ class RptGuestHotel : public frame::FrameReport {
  private:
   void formatParty() {
     if (!hasRows()) return;
-    auto& rs = data().recordset();
-    auto& address = field("txtAddress");
-    address.setText(streetCityStatePostal(address.text(), rs.value("City"), rs.value("State"),
-                                          rs.value("PostalCode")));
-    partyId_ = rs.value("PartyID").toLong();
+    partyId_ = completeLocation(field("txtAddress"), data().recordset());
   }
 
   void formatGroup() {

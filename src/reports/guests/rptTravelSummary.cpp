@@ -52,11 +52,7 @@ class RptTravelSummary : public frame::FrameReport {
  private:
   void formatParty() {
     if (!hasRows()) return;
-    auto& rs = data().recordset();
-    auto& address = field("txtAddress");
-    address.setText(streetCityStatePostal(address.text(), rs.value("City"), rs.value("State"),
-                                          rs.value("PostalCode")));
-    partyId_ = rs.value("PartyID").toLong();
+    partyId_ = completeLocation(field("txtAddress"), data().recordset());
     const std::string invitees =
         "Select Count(1) as NumInvitees from Invitees Where PartyID = " + std::to_string(partyId_);
     field("txtNumInvitations").setText(sideCount(invitationsCountSql(partyId_), "CountOfGroupID"));
