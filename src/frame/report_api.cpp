@@ -17,8 +17,10 @@ void installFormatter() {
   });
 }
 
+// One per thread, like the pango context it measures with: runs on several threads never share
+// a cache or a layout.
 engine::TextMeasurer& measurer() {
-  static std::unique_ptr<engine::TextMeasurer> m = render::makePangoMeasurer();
+  thread_local std::unique_ptr<engine::TextMeasurer> m = render::makePangoMeasurer();
   return *m;
 }
 

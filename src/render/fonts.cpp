@@ -98,7 +98,7 @@ std::string resolveUncached(std::string_view name) {
 }  // namespace
 
 std::string resolveFamily(std::string_view name) {
-  static std::unordered_map<std::string, std::string> cache;
+  thread_local std::unordered_map<std::string, std::string> cache;
   auto it = cache.find(std::string(name));
   if (it == cache.end()) {
     if (cache.size() >= kCacheLimit) cache.clear();  // bounded against many odd names
@@ -107,28 +107,43 @@ std::string resolveFamily(std::string_view name) {
   return it->second;
 }
 
+// Per thread: pango's font maps and contexts are not to be shared between threads (four threads
+// on one map waited on each other for ever inside pangoft2). Each thread's is freed with it.
 PangoContext* pangoContext() {
-  static PangoContext* ctx = [] {
-    PangoFontMap* map = pango_cairo_font_map_new();
-    PangoContext* c = pango_font_map_create_context(map);
-    g_object_unref(map);  // the context keeps it
-    pango_cairo_context_set_resolution(c, 72.0);
-    cairo_font_options_t* opts = cairo_font_options_create();
-    cairo_font_options_set_hint_style(opts, CAIRO_HINT_STYLE_NONE);
-    cairo_font_options_set_hint_metrics(opts, CAIRO_HINT_METRICS_OFF);
-    cairo_font_options_set_antialias(opts, CAIRO_ANTIALIAS_GRAY);
-    pango_cairo_context_set_font_options(c, opts);
-    cairo_font_options_destroy(opts);
-    pango_context_set_round_glyph_positions(c, FALSE);
-    pango_context_set_language(c, pango_language_from_string("en-us"));
-    return c;
-  }();
-  return ctx;
+  struct Holder {
+    PangoContext* ctx = nullptr;
+    ~Holder() {
+      if (ctx) g_object_unref(ctx);
+    }
+  };
+  thread_local Holder holder;
+  if (!holder.ctx)
+    holder.ctx = [] {
+      PangoFontMap* map = pango_cairo_font_map_new();
+      PangoContext* c = pango_font_map_create_context(map);
+      g_object_unref(map);  // the context keeps it
+      pango_cairo_context_set_resolution(c, 72.0);
+      cairo_font_options_t* opts = cairo_font_options_create();
+      cairo_font_options_set_hint_style(opts, CAIRO_HINT_STYLE_NONE);
+      cairo_font_options_set_hint_metrics(opts, CAIRO_HINT_METRICS_OFF);
+      cairo_font_options_set_antialias(opts, CAIRO_ANTIALIAS_GRAY);
+      pango_cairo_context_set_font_options(c, opts);
+      cairo_font_options_destroy(opts);
+      pango_context_set_round_glyph_positions(c, FALSE);
+      pango_context_set_language(c, pango_language_from_string("en-us"));
+      return c;
+    }();
+  return holder.ctx;
 }
 
 const PangoFontDescription* fontDescription(const doc::Font& font) {
   using Key = std::tuple<std::string, double, bool, bool>;
-  static std::map<Key, PangoFontDescription*> cache;
+  struct Cache : std::map<Key, PangoFontDescription*> {
+    ~Cache() {
+      for (auto& [k, v] : *this) pango_font_description_free(v);
+    }
+  };
+  thread_local Cache cache;
   Key key{font.name, font.size, font.bold, font.italic};
   auto it = cache.find(key);
   if (it != cache.end()) return it->second;
