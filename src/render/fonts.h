@@ -16,9 +16,9 @@ namespace galvix::render {
 // monospace, or sans) so that any name prints.
 std::string resolveFamily(std::string_view name);
 
-// Shared by the measurer and every sink, so text breaks identically everywhere: 72 dpi (one pango
-// unit of size is one point), no hinting, unrounded glyph positions. Not thread-safe: render on
-// one thread.
+// Shared by the measurer and every sink of a thread, so text breaks identically everywhere: 72
+// dpi (one pango unit of size is one point), no hinting, unrounded glyph positions. One per
+// thread (as are the font caches): threads render at once without sharing pango state.
 PangoContext* pangoContext();
 
 // A cached description of `font` (family resolved, size, weight, style); owned by the cache.
