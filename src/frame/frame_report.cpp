@@ -38,7 +38,10 @@ std::int32_t propLong(const Variant& v) {
 }
 
 FrameReport::FrameReport(const engine::EmbeddedLayout& layout, bool commonProperties)
-    : engine::Report(layout) {
+    : FrameReport(layout.layout(), commonProperties) {}
+
+FrameReport::FrameReport(std::shared_ptr<const engine::Layout> layout, bool commonProperties)
+    : engine::Report(std::move(layout)) {
   // Keeps the standard frame linked in (and so registered) wherever a designer is.
   (void)engine::layouts::stdFrame();
   if (!commonProperties) return;

@@ -31,6 +31,8 @@ class FrameReport : public engine::Report {
 
   // `catalogueName` is filled in by the catalogue; designers pass their layout.
   explicit FrameReport(const engine::EmbeddedLayout& layout, bool commonProperties = true);
+  // A layout built in code: two designers that differ only in their handlers share one file.
+  explicit FrameReport(std::shared_ptr<const engine::Layout> layout, bool commonProperties = true);
   ~FrameReport() override;
 
   // ---- Properties ----
