@@ -11,6 +11,7 @@
 #include <tuple>
 #include <vector>
 
+#include "data/demo_events.h"
 #include "data/fixture.h"
 
 namespace galvix::data {
@@ -123,6 +124,7 @@ class Builder {
     gala();
     vendorsAndBudget();
     labelsAndStationery();
+    addEventSummaries(f_, sum_.weddingEventId, sum_.galaEventId);
     // A guest who has not chosen a meal has no menu at all (a table of 0 means "not seated").
     f_.exec("UPDATE Invitees SET MenuID = NULL WHERE MenuID = 0");
     // The planning application stores a blank suffix, not Null, for a guest without one.

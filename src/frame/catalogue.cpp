@@ -27,6 +27,14 @@ const std::vector<std::pair<std::string, std::string>> kTravelExample = {
     {"TimeFormat", "h:mm AP"},
     {"Criteria", "Party: {PartyName}"}};
 
+// Every event, earliest first.
+const std::vector<std::pair<std::string, std::string>> kEventsExample = {
+    {"SQLWhere", ""},
+    {"SQLOrderBy", "ORDER BY Events.EventStartDate"},
+    {"TimeFormat", "h:mm AP"},
+    {"Title", "Summary of Events"},
+    {"ReportName", "All events by start date"}};
+
 std::vector<CatalogueEntry> makeCatalogue() {
   std::vector<CatalogueEntry> c = {
       {"Master Budget Summary", "rptMasterBudget", "amounts kept per expense category", {}},
@@ -38,7 +46,21 @@ std::vector<CatalogueEntry> makeCatalogue() {
       {"Budget Worksheets", "rptBudgetDetail", "worksheet items by expense category",
        setProp("WorkSheetType", Variant(std::int16_t{0}))},
       {"Checklist - Calendar", "", "(not available)", {}},
-      {"Checklist - Tabular", "rptChecklist", "the host's task query as a table", {}},
+      // The host writes the whole statement; the report takes SQLWhere as its row source.
+      {"Checklist - Tabular",
+       "rptChecklist",
+       "the host's task query as a table",
+       {},
+       {{"SQLWhere",
+         "SELECT Events.EventName, Checklists.ChecklistName, ChecklistItems.Done, "
+         "ChecklistItems.Item, ChecklistItems.DueDate, ChecklistItems.[Time], "
+         "ChecklistItems.AssignedTo FROM (Events INNER JOIN Checklists ON Events.EventID = "
+         "Checklists.EventID) INNER JOIN ChecklistItems ON Checklists.ChecklistID = "
+         "ChecklistItems.ChecklistID WHERE Events.EventID = {EventID} ORDER BY "
+         "Checklists.ChecklistName, ChecklistItems.DueDate, ChecklistItems.Item"},
+        {"TimeFormat", "h:mm AP"},
+        {"ReportName", "Checklist"},
+        {"Criteria", "All tasks of the event"}}},
       {"Master Guest List",
        "rptFamilyAndFriends",
        "directory of the event's guest groups",
@@ -87,7 +109,14 @@ std::vector<CatalogueEntry> makeCatalogue() {
        "arrival, stay and departure per group",
        {},
        {{"SQLWhere", "WHERE Parties.PartyID = {PartyID}"}, {"Criteria", "Party: {PartyName}"}}},
-      {"Sub-Event Timelines", "rptMusic", "each party's timeline", {}},
+      // The clauses are joined to the statement without blanks: the where clause ends in one.
+      {"Sub-Event Timelines",
+       "rptMusic",
+       "each party's timeline",
+       {},
+       {{"SQLWhere", "WHERE Parties.EventID = {EventID} "},
+        {"SQLOrderBy", "ORDER BY Parties.Date, Parties.Time, StageOfEvents.EventOrder"},
+        {"TimeFormat", "h:mm AP"}}},
       {"Party Statistics",
        "rptPartyStats",
        "one party's counts and summaries",
@@ -124,9 +153,23 @@ std::vector<CatalogueEntry> makeCatalogue() {
       {"Event Pros - Quote Comparison", "rptVendorSummary", "items against vendor quotes", {}},
       {"rptLabels", "rptLabels", "mailing labels and envelopes", {}},
       {"Invoice", "rptInvoice", "an invoice with items and payments", {}},
-      {"SummaryOfEventsWithOutPics", "rptEvents", "events with sub-events and contacts", {}},
-      {"SummaryOfEventsWithPics", "rptEventsWithPic", "events with contacts and pictures", {}},
-      {"EventInfo", "rptEventInfo", "one event with contacts, parties and journal", {}},
+      {"SummaryOfEventsWithOutPics",
+       "rptEvents",
+       "events with sub-events and contacts",
+       {},
+       kEventsExample},
+      {"SummaryOfEventsWithPics",
+       "rptEventsWithPic",
+       "events with contacts and pictures",
+       {},
+       kEventsExample},
+      {"EventInfo",
+       "rptEventInfo",
+       "one event with contacts, parties and journal",
+       {},
+       {{"EventID", "{EventID}"},
+        {"SQLOrderBy", "ORDER BY EntryDate"},
+        {"ReportName", "Event Information"}}},
       {"PieChart", "rptPieChart", "the event budget as a pie", {}},
       {"VendorPhoneBook", "rptVendorPhoneBook", "vendor phone book", {}},
       {"Event Pros - One Line Report", "rptVendorOneLine", "one line per vendor", {}},
