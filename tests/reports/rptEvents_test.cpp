@@ -1,0 +1,173 @@
+#include <gmock/gmock.h>
+#include <stdlib.h>
+
+#include <filesystem>
+
+#include "db/connection.h"
+#include "report_test_util.h"
+#include "reports/common/picture_file.h"
+
+namespace galvix::testing {
+namespace {
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// Bytes that open as a bitmap, `size` long in all.
+Bytes bitmapOf(std::size_t size, std::uint8_t fill) {
+  Bytes b(size, fill);
+  b[0] = 'B';
+  b[1] = 'M';
+  return b;
+}
+
+class EventSummary : public ReportTest {
+ protected:
+  void SetUp() override {
+    ReportTest::SetUp();
+    wedding_ = db().event({.name = "Lee Wedding",
+                           .type = "Wedding",
+                           .status = "Contracted",
+                           .budget = data::money(48500),
+                           .start = data::date(2025, 6, 13),
+                           .end = data::date(2025, 6, 14)});
+    db().party(wedding_,
+               {.name = "Ceremony", .date = data::date(2025, 6, 14), .time = data::time(15, 30)});
+    db().party(wedding_,
+               {.name = "Reception", .date = data::date(2025, 6, 14), .time = data::time(18, 0)});
+    // No budget, no sub-events.
+    gala_ = db().event({.name = "Gala",
+                        .type = "Corporate",
+                        .status = "Inquiry",
+                        .start = data::date(2025, 1, 10)});
+    contact(
+        wedding_, 1,
+        {.label = "Ann", .hPhone = "555-0101", .mPhone = "555-0103", .email = "ann@example.com"},
+        {.first = "Ann", .last = "Lee", .title = "Ms."}, Variant::binary(picture_));
+    // Only a work phone and an e-mail; a home phone of blanks; no title.
+    contact(wedding_, 2,
+            {.label = "Bo", .hPhone = "   ", .wPhone = "555-0202", .email = "bo@example.com"},
+            {.first = "Bo", .last = "Lee", .suffix = "Jr."}, Variant::null());
+    // Contacts numbered otherwise are no client contacts.
+    contact(wedding_, 3, {.label = "Cy", .hPhone = "555-0303"}, {.first = "Cy", .last = "Lee"},
+            Variant::null());
+    contact(gala_, 1, {.label = "Dee", .email = "dee@example.com"},
+            {.first = "Dee", .last = "Diaz", .title = "Dr."}, Variant::null());
+  }
+
+  void contact(long event, int number, data::GroupSpec g, data::GuestSpec who, Variant pic) {
+    g.contactNumber = number;
+    who.picture = std::move(pic);
+    const long guest = db().guest(db().group(event, g), who);
+    if (who.title.empty()) db().set("GuestNames", guest, "GTitle", Variant(""));
+  }
+
+  doc::Document runSummary(const std::string& name, const std::string& orderBy,
+                           const std::string& timeFormat = "h:mm AP") {
+    auto r = report(name);
+    r->set("SQLOrderBy", Variant(orderBy));
+    r->set("TimeFormat", Variant(timeFormat));
+    return run(*r);
+  }
+
+  static std::vector<const doc::Picture*> pictures(const doc::Document& d, const std::string& c) {
+    std::vector<const doc::Picture*> out;
+    for (const auto& p : d.pages)
+      for (const auto& it : p.items)
+        if (auto* pic = std::get_if<doc::Picture>(&it.content); pic && it.control == c)
+          out.push_back(pic);
+    return out;
+  }
+
+  Bytes picture_ = bitmapOf(2500, 0x5A);
+  long wedding_ = 0, gala_ = 0;
+};
+
+TEST_F(EventSummary, EachEventWithItsOwnContactsAndSubEvents) {
+  const auto d = runSummary("SummaryOfEventsWithOutPics", "ORDER BY Events.EventName DESC");
+  EXPECT_THAT(texts(d, "txtEventName"), ElementsAre("Lee Wedding", "Gala"));
+  EXPECT_THAT(texts(d, "txtTypeOfEvent"), ElementsAre("Wedding", "Corporate"));
+  // The regional currency form; an empty budget stays empty.
+  EXPECT_THAT(texts(d, "txtBudget"), ElementsAre("$48,500.00", ""));
+  EXPECT_THAT(texts(d, "txtStartDate"), ElementsAre("6/13/2025", "1/10/2025"));
+  EXPECT_THAT(texts(d, "txtStatus"), ElementsAre("Contracted", "Inquiry"));
+  // Title, first and last name each followed by a blank, then the suffix.
+  EXPECT_THAT(texts(d, "txtContact1"), ElementsAre("Ms. Ann Lee ", "Dr. Dee Diaz "));
+  EXPECT_THAT(texts(d, "txtContactInfo1"),
+              ElementsAre("(H) 555-0101\r\n(M) 555-0103\r\nann@example.com", "dee@example.com"));
+  // The gala has no secondary contact: its block is empty, not the wedding's again.
+  EXPECT_THAT(texts(d, "txtContact2"), ElementsAre("Bo Lee Jr.", ""));
+  EXPECT_THAT(texts(d, "txtContactInfo2"), ElementsAre("(W) 555-0202\r\nbo@example.com", ""));
+  // The gala has no sub-events: no caption and no lines for it.
+  EXPECT_THAT(texts(d, "lblSubEvent"), ElementsAre("Sub Events"));
+  EXPECT_THAT(texts(d, "txtSubEvent"), ElementsAre("Ceremony", "Reception"));
+  EXPECT_THAT(texts(d, "txtSubEventDate"), ElementsAre("6/14/2025", "6/14/2025"));
+  // The parent's time format reaches the sub-events, "AP" there read as AMPM.
+  EXPECT_THAT(texts(d, "txtSubEventTime"), ElementsAre("3:30 PM", "6:00 PM"));
+  EXPECT_THAT(texts(d, "lblDatePrinted"), ElementsAre("Date Printed: 6/1/2024"));
+  EXPECT_THAT(pictures(d, "imgPic1"), IsEmpty());
+}
+
+TEST_F(EventSummary, WithoutAnOrderEveryEventInTheDatabasesOrder) {
+  const auto d = runSummary("SummaryOfEventsWithOutPics", "", "");
+  EXPECT_THAT(texts(d, "txtEventName"), ElementsAre("Lee Wedding", "Gala"));
+  EXPECT_THAT(texts(d, "txtSubEventTime"), ElementsAre("3:30:00 PM", "6:00:00 PM"));
+}
+
+TEST_F(EventSummary, ThePictureVariantAddsTheContactsPicturesAndNothingElse) {
+  const std::filesystem::path tmp =
+      std::filesystem::temp_directory_path() / ("galvix_pictures_" + std::to_string(::getpid()));
+  std::filesystem::create_directories(tmp);
+  const char* before = std::getenv("TMPDIR");
+  const std::string saved = before ? before : "";
+  ::setenv("TMPDIR", tmp.c_str(), 1);
+  const auto withPics = runSummary("SummaryOfEventsWithPics", "ORDER BY Events.EventName DESC");
+  if (before)
+    ::setenv("TMPDIR", saved.c_str(), 1);
+  else
+    ::unsetenv("TMPDIR");
+  // The temporary files are gone once each picture is loaded.
+  EXPECT_TRUE(std::filesystem::is_empty(tmp));
+  std::filesystem::remove_all(tmp);
+
+  const auto pics = pictures(withPics, "imgPic1");
+  ASSERT_EQ(pics.size(), 1u);  // the gala's contact has none
+  ASSERT_TRUE(pics[0]->data);
+  EXPECT_EQ(*pics[0]->data, picture_);
+  EXPECT_THAT(pictures(withPics, "imgPic2"), IsEmpty());
+  const auto plain = runSummary("SummaryOfEventsWithOutPics", "ORDER BY Events.EventName DESC");
+  for (const char* c : {"txtEventName", "txtBudget", "txtContact1", "txtContactInfo1",
+                        "txtContact2", "txtContactInfo2", "txtSubEvent", "txtSubEventTime"})
+    EXPECT_EQ(texts(withPics, c), texts(plain, c)) << c;
+}
+
+TEST_F(EventSummary, AValueThatIsNoPictureShowsNone) {
+  db().exec("UPDATE GuestNames SET ContactPic = X'00010203' WHERE GFName = 'Ann'");
+  const auto d = runSummary("SummaryOfEventsWithPics", "");
+  EXPECT_THAT(pictures(d, "imgPic1"), IsEmpty());
+  EXPECT_THAT(texts(d, "txtContact1"), ElementsAre("Ms. Ann Lee ", "Dr. Dee Diaz "));
+}
+
+TEST_F(EventSummary, APictureIsCopiedInChunksOfAThousandBytes) {
+  db::Connection c;
+  c.open(db().connectionString());
+  db::Recordset rs;
+  rs.open("SELECT ContactPic FROM GuestNames WHERE GFName IN ('Ann', 'Bo') ORDER BY GFName", c);
+  std::vector<std::size_t> sizes;
+  Bytes copied;
+  const long size = reports::copyInChunks(rs.fields("ContactPic"), [&](const Bytes& b) {
+    sizes.push_back(b.size());
+    copied.insert(copied.end(), b.begin(), b.end());
+  });
+  EXPECT_EQ(size, 2500);
+  EXPECT_THAT(sizes, ElementsAre(1000u, 1000u, 500u));
+  EXPECT_EQ(copied, picture_);
+  rs.moveNext();  // Bo: no picture, nothing to write
+  sizes.clear();
+  EXPECT_EQ(reports::copyInChunks(rs.fields("ContactPic"),
+                                  [&](const Bytes& b) { sizes.push_back(b.size()); }),
+            0);
+  EXPECT_THAT(sizes, IsEmpty());
+}
+
+}  // namespace
+}  // namespace galvix::testing
