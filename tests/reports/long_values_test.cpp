@@ -102,6 +102,36 @@ class LongValues : public ReportTest {
         if (g < 5) db().chair(roundTable, 2 * g + i + 1, guest);
       }
     }
+    // Client contacts, journal, checklist and timeline of the event summaries.
+    for (int n = 1; n <= 2; ++n) {
+      const long contact = db().group(
+          event_, {.label = "Contact " + std::to_string(n),
+                   .address = "The Old Orangery, Upper Terrace, Château de la Motte-Fénelon",
+                   .city = "Saint-Rémy-de-Provence",
+                   .state = "Bouches-du-Rhône",
+                   .postalCode = "13210",
+                   .country = "France",
+                   .hPhone = "+33 4 90 92 00 00 ext. 12345",
+                   .wPhone = "+33 4 90 92 11 11 ext. 67890",
+                   .mPhone = "+33 6 12 34 56 78",
+                   .fPhone = "+33 4 90 92 22 22",
+                   .email = "bartholomew.fitzgerald-montgomery@example-family-mail.fr",
+                   .notes = kLong120,
+                   .contactNumber = n});
+      const long who = db().guest(
+          contact, {.first = kName60, .last = kLast30, .title = "The Honourable", .suffix = "III"});
+      db().set("GuestNames", who, "ContactPic",
+               Variant::binary(Bytes{'B', 'M', 0, 0, 0, 0, 0, 0, 0, 0}));
+    }
+    db().set("Events", event_, "PrintJournal", Variant(true));
+    db().journal(event_, data::dateTime(2025, 1, 31, 23, 59), kLong120 + " " + kLong120);
+    const long list = db().checklist(event_, "Rehearsal dinner, welcome drinks and the terrace");
+    db().checklistItem(list, "Confirm the shuttle timetable from the hotel with " + kLong120, false,
+                       data::dateTime(2025, 6, 13, 23, 45), data::time(23, 45),
+                       "Maximiliana Theodora and the wedding planner's assistant");
+    db().stage(party_, 1, data::time(18, 30), "Welcome drinks on the upper terrace by the fountain",
+               "Les Quatre Saisons, L'Été, first movement (Allegro non molto)",
+               "The Provence Chamber Orchestra with soloists", kLong120);
     const long cat = db().expenseCategory(
         "Flowers, floral arrangements, boutonnières and the ceremony arch decoration");
     db().budgetLine(event_, cat, {.budget = data::money(1234.5), .actual = data::money(99.99)});
