@@ -72,7 +72,7 @@ class RptEventInfo : public frame::FrameReport {
   }
 
  private:
-  void fillContact(db::Recordset& rs, const char* n, const char* notesField) {
+  void fillContact(db::Recordset& rs, const char* n) {
     const std::string i = n;
     field("txtContact" + i).setText(shown(rs.value("Contact")));
     field("txtHPhone" + i).setText(shown(rs.value("HPhone")));
@@ -80,7 +80,7 @@ class RptEventInfo : public frame::FrameReport {
     field("txtMobile" + i).setText(shown(rs.value("MPhone")));
     field("txtFax" + i).setText(shown(rs.value("FPhone")));
     field("txtEMail" + i).setText(shown(rs.value("E-Mail")));
-    field(notesField).setText(shown(rs.value("Notes")));
+    field("txtNotes" + i).setText(shown(rs.value("Notes")));
   }
 
   void formatContacts() {
@@ -90,10 +90,10 @@ class RptEventInfo : public frame::FrameReport {
       field("txtEventStatus").setText(shown(rs.value("Status")));
       const Variant budget = rs.value("Budget");
       field("txtBudget").setText(budget.isNull() ? std::string() : Format(budget, "Currency"));
-      fillContact(rs, "1", "txtNotes1");
+      fillContact(rs, "1");
     });
     sideQuery(secondarySql(eventId()), [&](db::Recordset& rs) {
-      if (!rs.EOF_()) fillContact(rs, "2", "txtNotes2");
+      if (!rs.EOF_()) fillContact(rs, "2");
     });
   }
 
