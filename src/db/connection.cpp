@@ -87,12 +87,10 @@ const std::string kClosedMessage = "Operation is not allowed when the object is 
 // ---------------------------------------------------------------------------------------------
 DbError::DbError(std::uint32_t number, std::string description, std::string sqlWritten,
                  std::string sqlExecuted, int position)
-    : std::runtime_error(description),
-      number_(number),
-      description_(std::move(description)),
-      sqlWritten_(std::move(sqlWritten)),
-      sqlExecuted_(std::move(sqlExecuted)),
-      position_(position) {}
+    : galvix::Error(description), number_(number), description_(std::move(description)) {
+  withSql(std::move(sqlWritten), std::move(sqlExecuted), position);
+  withCause(description_);
+}
 
 // ---------------------------------------------------------------------------------------------
 std::string dataSourceOf(std::string_view cs) {

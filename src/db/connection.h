@@ -2,6 +2,8 @@
 // recordsets (forward-only read-only, or static with a record count), and commands.
 #pragma once
 
+#include "galvix/error.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -23,20 +25,18 @@ inline constexpr std::uint32_t kErrBofEof = 0x800A0BCD;        // BOF or EOF is 
 inline constexpr std::uint32_t kErrItemNotFound = 0x800A0CC1;  // no field of that name or ordinal
 
 // A database error: a number, a description, and the SQL as written and as executed.
-class DbError : public std::runtime_error {
+class DbError : public galvix::Error {
  public:
   DbError(std::uint32_t number, std::string description, std::string sqlWritten = {},
           std::string sqlExecuted = {}, int position = -1);
   std::uint32_t number() const noexcept { return number_; }
   const std::string& description() const noexcept { return description_; }
-  const std::string& sqlWritten() const noexcept { return sqlWritten_; }
-  const std::string& sqlExecuted() const noexcept { return sqlExecuted_; }
-  int position() const noexcept { return position_; }  // 0-based offset in sqlWritten, -1 if none
+  // sqlWritten(), sqlExecuted() and position() (0-based offset in sqlWritten, -1 if none) are
+  // galvix::Error's.
 
  private:
   std::uint32_t number_;
-  std::string description_, sqlWritten_, sqlExecuted_;
-  int position_;
+  std::string description_;
 };
 
 class ConnectionImpl;
