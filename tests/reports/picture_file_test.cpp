@@ -3,8 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include "db/connection.h"
 #include "report_test_util.h"
@@ -16,7 +18,6 @@ namespace fs = std::filesystem;
 using reports::loadPicture;
 using reports::PictureFileError;
 using reports::readPictureThroughFile;
-using reports::tempPicturePath;
 
 class PictureFileTest : public ReportTest {
  protected:
@@ -88,11 +89,31 @@ TEST_F(PictureFileTest, UndecodablePictureNamesTheColumnAndSameBytesShareOnePict
   EXPECT_NE(loadPicture(other, "ImageBLOB", first), first);
 }
 
-TEST(TempPicturePath, InTheFolderOrTheTemporaryFolder) {
-  EXPECT_EQ(tempPicturePath("/data/events"), "/data/events/TempPic.jpg");
-  EXPECT_EQ(tempPicturePath("/data/events/"), "/data/events/TempPic.jpg");
-  EXPECT_EQ(tempPicturePath("/"), "/TempPic.jpg");
-  EXPECT_EQ(tempPicturePath(""), frame::tempFolder() + "/TempPic.jpg");
+TEST_F(PictureFileTest, RunsSharingTheFileNameEachReadTheirOwnPicture) {
+  const Bytes a(3000, 0xAA), b(2000, 0xBB);
+  db().image(db().vendor(), a);
+  db().image(db().vendor(), b);
+  const std::string file = path();
+  auto reader = [&](const Bytes& want, std::atomic<int>& wrong) {
+    db::Connection c;
+    c.open(db().connectionString());
+    for (int i = 0; i < 100; ++i) {
+      db::Recordset rs;
+      rs.open(
+          "SELECT ImageBLOB FROM ImageLibrary WHERE ImageID = " + std::to_string(want == a ? 1 : 2),
+          c);
+      if (readPictureThroughFile(rs.fields("ImageBLOB"), file, 100) != want) ++wrong;
+      rs.close();
+    }
+  };
+  std::atomic<int> wrongA{0}, wrongB{0};
+  std::thread ta(reader, std::cref(a), std::ref(wrongA));
+  std::thread tb(reader, std::cref(b), std::ref(wrongB));
+  ta.join();
+  tb.join();
+  EXPECT_EQ(wrongA, 0);
+  EXPECT_EQ(wrongB, 0);
+  EXPECT_FALSE(fs::exists(file));
 }
 
 }  // namespace
