@@ -77,6 +77,13 @@ std::map<std::string, std::string> exampleIds(const std::string& conn) {
     ids["{RoomPlanPartyName}"] = rs.value("SubEventName").displayText();
   }
   rs.close();
+  // The invoice wants one of the event's invoices.
+  ids["{InvoiceID}"] = "1";
+  rs.open("SELECT Invoices.InvoiceID FROM Invoices WHERE Invoices.EventID = " + ids["{EventID}"] +
+              " ORDER BY Invoices.InvoiceID",
+          c);
+  if (!rs.EOF_()) ids["{InvoiceID}"] = rs.value("InvoiceID").toString();
+  rs.close();
   return ids;
 }
 
@@ -175,7 +182,9 @@ std::string examplesHelp() {
     for (const auto& [k, v] : e.example) s += " \\\n      --set \"" + k + "=" + v + "\"";
     s += "\n";
   }
-  return s + "({PartyID}, {RoomPlanPartyID} and {EventID} stand for keys of your database.)\n";
+  return s +
+         "({PartyID}, {RoomPlanPartyID}, {EventID} and {InvoiceID} stand for keys of your "
+         "database.)\n";
 }
 
 Registration list([](CLI::App& app) {

@@ -11,6 +11,7 @@
 #include <tuple>
 #include <vector>
 
+#include "data/demo_vendors.h"
 #include "data/fixture.h"
 
 namespace galvix::data {
@@ -763,6 +764,7 @@ class Builder {
                       .paidOn = date(2027, 5, 3),
                       .paid = true,
                       .invoiceId = inv});
+    addVendorDirectory(f_, e, own);
   }
 
   long vendor(const char* name, const char* category, long catId, double tax, double tip,
