@@ -53,7 +53,9 @@ std::string ItemTotals::tipCaption() const {
 }
 
 double ItemTotals::grandTotal(const Variant& subTotal) const {
-  return opAdd(opAdd(subTotal, Variant(tax_)), Variant(tip_)).toDouble();
+  // A group whose amounts are all Null has no sub total: its lines add nothing.
+  const Variant sub = subTotal.isNull() || subTotal.isEmpty() ? Variant::dbl(0) : subTotal;
+  return opAdd(opAdd(sub, Variant(tax_)), Variant(tip_)).toDouble();
 }
 
 }  // namespace galvix::reports
