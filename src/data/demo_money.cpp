@@ -53,14 +53,17 @@ void addMoneyDemo(Fixture& f, const DemoSummary& s) {
                              .tax = q.tax,
                              .tip = q.tip});
     f.vendorCategory(v, catering);
-    const long c = f.contact(v, {.first = "Jordan", .last = "Lee", .title = "Chef", .phone = "(312) 555-0178"});
+    const long c = f.contact(
+        v, {.first = "Jordan", .last = "Lee", .title = "Chef", .phone = "(312) 555-0178"});
     const long a = f.assignment(gala, catering, v,
                                 {.worksheetType = 2,
                                  .tax = q.tax,
                                  .tip = q.tip,
                                  .notes = "Quote valid for 60 days.",
                                  .primaryContactId = c});
-    f.item(a, {.item = "Plated dinner", .price = money(q.dinner), .qty = 50, .tax = true, .tip = true});
+    f.item(
+        a,
+        {.item = "Plated dinner", .price = money(q.dinner), .qty = 50, .tax = true, .tip = true});
     f.item(a, {.item = "Hors d'oeuvres", .price = money(q.starters), .qty = 50, .tax = true});
   }
 
@@ -68,17 +71,16 @@ void addMoneyDemo(Fixture& f, const DemoSummary& s) {
   // invoice, his balance open, and a zero line that no schedule lists.
   const std::string planning =
       "SELECT min(VendorAssignmentID) FROM Items WHERE InvoiceID = (" + kInvoice + ")";
-  const long rest = f.payment(0, {.type = "Final payment",
-                                  .amount = money(3735.3),
-                                  .due = date(2027, 5, 31)});
+  const long rest =
+      f.payment(0, {.type = "Final payment", .amount = money(3735.3), .due = date(2027, 5, 31)});
   setKey(f, "PaymentSchedule", "PaymentID", rest, "VendorAssignmentID", planning);
   setKey(f, "PaymentSchedule", "PaymentID", rest, "InvoiceID", kInvoice);
   for (const long p :
        {f.payment(0, {.type = "Deposit",
-                      .amount = money(500),
-                      .due = date(2026, 9, 1),
-                      .paidOn = date(2026, 8, 28),
-                      .paid = true}),
+                     .amount = money(500),
+                     .due = date(2026, 9, 1),
+                     .paidOn = date(2026, 8, 28),
+                     .paid = true}),
         f.payment(0, {.type = "Final payment", .amount = money(1685), .due = date(2027, 6, 12)}),
         f.payment(0, {.type = "Second payment", .amount = money(0), .due = date(2027, 1, 15)})})
     setKey(f, "PaymentSchedule", "PaymentID", p, "VendorAssignmentID", kDj);

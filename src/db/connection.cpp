@@ -420,7 +420,8 @@ void Connection::keepWorkTable(std::string_view table) {
   sqlite3_bind_text(st, 1, table.data(), static_cast<int>(table.size()), SQLITE_TRANSIENT);
   std::string definition;
   if (sqlite3_step(st) == SQLITE_ROW)
-    if (const auto* text = sqlite3_column_text(st, 0)) definition = reinterpret_cast<const char*>(text);
+    if (const auto* text = sqlite3_column_text(st, 0))
+      definition = reinterpret_cast<const char*>(text);
   sqlite3_finalize(st);
   // SQLite keeps a temporary table's definition without its TEMP keyword.
   constexpr std::string_view kCreate = "CREATE TABLE ";

@@ -66,7 +66,8 @@ class RptBudgetDetail : public frame::FrameReport {
 
   void formatTotals() {
     auto& sub = field("txtSubTtl");
-    field("txtGrandTtl").setDataValue(Format(Variant::dbl(totals_.grandTotal(sub.value())), "Currency"));
+    field("txtGrandTtl")
+        .setDataValue(Format(Variant::dbl(totals_.grandTotal(sub.value())), "Currency"));
     sub.setDataValue(Format(sub.value(), "Currency"));
     label("lblTaxTtl").setCaption(totals_.taxCaption());
     label("lblTipTtl").setCaption(totals_.tipCaption());

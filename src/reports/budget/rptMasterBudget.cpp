@@ -56,8 +56,7 @@ class RptMasterBudget : public frame::FrameReport {
       return;
     }
     const double actual = shown(field("cncActual"));
-    balance.setDataValue(
-        Format(Variant::dbl(actual - shown(field("cncPayments"))), "Currency"));
+    balance.setDataValue(Format(Variant::dbl(actual - shown(field("cncPayments"))), "Currency"));
     overUnder.setDataValue(Format(Variant::dbl(actual - shown(field("cncBudget"))), "Currency"));
   }
 
@@ -71,9 +70,9 @@ class RptMasterBudget : public frame::FrameReport {
             Variant::dbl(shown(field("cncActualTtl")) - shown(field("cncBudgetTtl"))), "Currency"));
     showTotal(field("cncPaymentsTtl"));
     field("cncBalanceTtl")
-        .setDataValue(Format(
-            Variant::dbl(shown(field("cncActualTtl")) - shown(field("cncPaymentsTtl"))),
-            "Currency"));
+        .setDataValue(
+            Format(Variant::dbl(shown(field("cncActualTtl")) - shown(field("cncPaymentsTtl"))),
+                   "Currency"));
   }
 };
 

@@ -37,8 +37,8 @@ class RptPayment : public frame::FrameReport {
         "Invoices.InvoiceID = PaymentSchedule.InvoiceID ";
     sql += sqlWhere().empty() ? "WHERE VendorAssignments.EventID = "
                               : sqlWhere() + "AND VendorAssignments.EventID = ";
-    sql += std::to_string(eventId()) + " AND Selected = True " +
-           "AND PaymentSchedule.Amount > 0 " + "ORDER BY PaymentSchedule.DueDate";
+    sql += std::to_string(eventId()) + " AND Selected = True " + "AND PaymentSchedule.Amount > 0 " +
+           "ORDER BY PaymentSchedule.DueDate";
     data().setSource(sql);
   }
 

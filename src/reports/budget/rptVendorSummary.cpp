@@ -91,8 +91,7 @@ class RptVendorSummary : public frame::FrameReport {
           // Another comparison dropped it first: what the drop was for is done.
           if (drop.number() == db::kErrNoSuchObject) continue;
           throw db::DbError(first.number(),
-                            first.description() +
-                                " (then dropping the work table to try again: " +
+                            first.description() + " (then dropping the work table to try again: " +
                                 drop.description() + ")",
                             first.sqlWritten(), first.sqlExecuted(), first.position());
         }

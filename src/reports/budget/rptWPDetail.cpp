@@ -39,10 +39,9 @@ class RptWPDetail : public frame::FrameReport {
     // Always the estimates, whatever the caller set.
     workSheetType_ = 2;
     const std::string type = std::to_string(workSheetType_);
-    std::string tail =
-        vb::upper(sqlWhere()).find("WHERE") != std::string::npos
-            ? sqlWhere() + " and VendorAssignments.WorkSheetType = " + type
-            : " WHERE VendorAssignments.WorkSheetType = " + type + " " + sqlWhere();
+    std::string tail = vb::upper(sqlWhere()).find("WHERE") != std::string::npos
+                           ? sqlWhere() + " and VendorAssignments.WorkSheetType = " + type
+                           : " WHERE VendorAssignments.WorkSheetType = " + type + " " + sqlWhere();
     data().setSource(
         "SELECT DISTINCTROW ExpenseCategories.Category, Vendors.CompanyName, "
         "Vendors.MainBusinessLine, Vendors.MainFaxLine, Vendors.WWW, IIF(Trim(Vendors.Address & "
@@ -143,7 +142,8 @@ class RptWPDetail : public frame::FrameReport {
   ItemTotals totals_;
 };
 
-const frame::DesignerRegistration reg("rptWPDetail", [] { return std::make_unique<RptWPDetail>(); });
+const frame::DesignerRegistration reg("rptWPDetail",
+                                      [] { return std::make_unique<RptWPDetail>(); });
 
 }  // namespace
 }  // namespace galvix::reports
