@@ -190,8 +190,7 @@ struct Printed {
 class MoneyAmounts : public ::testing::TestWithParam<const char*> {
  protected:
   static void SetUpTestSuite() {
-    dir_ = std::filesystem::temp_directory_path() /
-           ("galvix_money_" + std::to_string(::getpid()));
+    dir_ = std::filesystem::temp_directory_path() / ("galvix_money_" + std::to_string(::getpid()));
     std::filesystem::create_directories(dir_);
     path_ = (dir_ / "demo.sqlite").string();
     summary_ = data::writeDemoDatabase(path_);
@@ -240,7 +239,8 @@ class MoneyAmounts : public ::testing::TestWithParam<const char*> {
       return rows_.vendors.at(rows_.assignments.at(i->assignment).vendor).company;
     };
     std::stable_sort(lines.begin(), lines.end(), [&](auto* x, auto* y) {
-      if (int c = vb::compareTextNoCase(category(x->assignment), category(y->assignment))) return c < 0;
+      if (int c = vb::compareTextNoCase(category(x->assignment), category(y->assignment)))
+        return c < 0;
       if (byCompany)
         if (int c = vb::compareTextNoCase(company(x), company(y))) return c < 0;
       return before(x->item, y->item);
@@ -263,7 +263,8 @@ class MoneyAmounts : public ::testing::TestWithParam<const char*> {
   };
   Totals totals(const Group& g) {
     const auto& first = rows_.assignments.at(g.firstAssignment);
-    const float taxRate = static_cast<float>(first.tax / 100), tipRate = static_cast<float>(first.tip / 100);
+    const float taxRate = static_cast<float>(first.tax / 100),
+                tipRate = static_cast<float>(first.tip / 100);
     Totals t;
     t.taxCaption = "Tax (" + percentText(taxRate) + "%):";
     t.tipCaption = "Tip (" + percentText(tipRate) + "%):";
@@ -274,8 +275,10 @@ class MoneyAmounts : public ::testing::TestWithParam<const char*> {
       t.amounts.push_back(show(amount));
       // Tax and tip on the line as displayed, tip before tax.
       const double shown = std::round(amount * 100) / 100;
-      if (i->tax) t.tax = toUnits(static_cast<double>(t.tax) / 10000 + shown * static_cast<double>(taxRate));
-      if (i->tip) t.tip = toUnits(static_cast<double>(t.tip) / 10000 + shown * static_cast<double>(tipRate));
+      if (i->tax)
+        t.tax = toUnits(static_cast<double>(t.tax) / 10000 + shown * static_cast<double>(taxRate));
+      if (i->tip)
+        t.tip = toUnits(static_cast<double>(t.tip) / 10000 + shown * static_cast<double>(tipRate));
     }
     return t;
   }
@@ -443,7 +446,8 @@ TEST_P(MoneyAmounts, QuoteComparison) {
   for (const auto& [c, _] : cells) columns.push_back(c);
   std::stable_sort(columns.begin(), columns.end(), before);
   ASSERT_GE(columns.size(), 7u);  // the demo turns the page
-  const Printed p = print("Event Pros - Quote Comparison", e, "WHERE VendorAssignments.WorkSheetType = 2 ");
+  const Printed p =
+      print("Event Pros - Quote Comparison", e, "WHERE VendorAssignments.WorkSheetType = 2 ");
   EXPECT_TRUE(p.d.pages.at(0).landscape);
   for (size_t k = 0; k < columns.size() && k < 8; ++k) {
     SCOPED_TRACE(columns[k]);

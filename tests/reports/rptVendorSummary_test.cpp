@@ -20,7 +20,8 @@ class QuoteComparison : public ReportTest {
   }
   // A vendor with its own tax and tip percentages, quoting on worksheet `type`.
   long quote(const std::string& company, double tax, double tip, int type = 2, long event = 0) {
-    if (!vendors_.count(company)) vendors_[company] = db().vendor({.company = company, .tax = tax, .tip = tip});
+    if (!vendors_.count(company))
+      vendors_[company] = db().vendor({.company = company, .tax = tax, .tip = tip});
     // The assignment's own rates are not the ones the comparison uses.
     return db().assignment(event ? event : event_, cat_, vendors_[company],
                            {.worksheetType = type, .tax = 50, .tip = 50});
@@ -40,7 +41,8 @@ TEST_F(QuoteComparison, OneColumnPerVendorAndWorksheetWithItsOwnTaxAndTip) {
   const long a2 = quote("Alpha", 10, 0);
   db().item(a2, {.item = "Dinner", .price = money(50), .qty = 2, .tax = true});
   db().item(a2, {.item = "Wine", .price = money(10), .qty = 3});
-  db().item(quote("Alpha", 10, 0, 1), {.item = "Dinner", .price = money(40), .qty = 2, .tip = true});
+  db().item(quote("Alpha", 10, 0, 1),
+            {.item = "Dinner", .price = money(40), .qty = 2, .tip = true});
   db().item(quote("Chez Laurent - Traiteur", 0, 20),
             {.item = "Dinner", .price = money(60), .qty = 2, .tax = true, .tip = true});
   auto d = runComparison();

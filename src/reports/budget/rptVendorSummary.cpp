@@ -140,6 +140,7 @@ class RptVendorSummary : public frame::FrameReport {
       const auto dash = f.find('-');
       head.as<engine::Label>()->setCaption(dash == std::string::npos ? f : f.substr(dash + 1));
       head.border().bottom = engine::lineStyleFromCode(6);
+      head.font().size = 8;  // long company names need the room
       head.font().bold = true;
 
       auto& quote = section("Detail").add("DDActiveReports2.Field", "txtQuote" + suffix);
