@@ -84,6 +84,21 @@ std::map<std::string, std::string> exampleIds(const std::string& conn) {
           c);
   if (!rs.EOF_()) ids["{InvoiceID}"] = rs.value("InvoiceID").toString();
   rs.close();
+  // The quote comparison wants the event whose item most event professionals quote on.
+  ids["{QuoteEventID}"] = ids["{EventID}"];
+  ids["{QuoteEventName}"] = ids["{EventName}"];
+  rs.open(
+      "SELECT VendorAssignments.EventID, Events.EventName, Count(1) AS N FROM (VendorAssignments "
+      "INNER JOIN Items ON VendorAssignments.VendorAssignmentID = Items.VendorAssignmentID) "
+      "INNER JOIN Events ON VendorAssignments.EventID = Events.EventID WHERE "
+      "VendorAssignments.WorkSheetType = 2 GROUP BY VendorAssignments.EventID, Events.EventName, "
+      "Items.Item ORDER BY Count(1) DESC, VendorAssignments.EventID",
+      c);
+  if (!rs.EOF_()) {
+    ids["{QuoteEventID}"] = rs.value("EventID").toString();
+    ids["{QuoteEventName}"] = rs.value("EventName").displayText();
+  }
+  rs.close();
   return ids;
 }
 
@@ -183,7 +198,7 @@ std::string examplesHelp() {
     s += "\n";
   }
   return s +
-         "({PartyID}, {RoomPlanPartyID}, {EventID} and {InvoiceID} stand for keys of your "
+         "({PartyID}, {RoomPlanPartyID}, {EventID}, {InvoiceID} and {QuoteEventID} stand for keys of your "
          "database.)\n";
 }
 

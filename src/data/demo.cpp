@@ -1,4 +1,5 @@
 #include "data/demo.h"
+#include "data/demo_money.h"
 
 #include <glib.h>
 #include <unistd.h>
@@ -123,6 +124,7 @@ class Builder {
     wedding();
     gala();
     vendorsAndBudget();
+    addMoneyDemo(f_, sum_);
     labelsAndStationery();
     // A guest who has not chosen a meal has no menu at all (a table of 0 means "not seated").
     f_.exec("UPDATE Invitees SET MenuID = NULL WHERE MenuID = 0");

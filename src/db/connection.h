@@ -83,6 +83,10 @@ class Connection {
   long execute(std::string_view jetSql);
   // The same for SQL already in SQLite's dialect (one or more statements, run as one unit).
   long executeNative(std::string_view sqliteSql);
+  // Copies this run's work table `table` (made as a temporary table of the run) into the
+  // database file, replacing a table of that name there, in one step: for a work table the
+  // user keeps after the run. Does nothing when the run has no such table.
+  void keepWorkTable(std::string_view table);
 
   ConnectionImpl& impl();  // backend access for the recordset and tools
 

@@ -27,16 +27,25 @@ const std::vector<std::pair<std::string, std::string>> kTravelExample = {
     {"TimeFormat", "h:mm AP"},
     {"Criteria", "Party: {PartyName}"}};
 
+// The event is set first: the where clause is composed with it when it is set.
+const std::vector<std::pair<std::string, std::string>> kEventClauseExample = {
+    {"EventID", "{EventID}"}, {"SQLWhere", ""}};
+
 std::vector<CatalogueEntry> makeCatalogue() {
   std::vector<CatalogueEntry> c = {
-      {"Master Budget Summary", "rptMasterBudget", "amounts kept per expense category", {}},
+      {"Master Budget Summary",
+       "rptMasterBudget",
+       "amounts kept per expense category",
+       {},
+       {{"EventID", "{EventID}"}}},
       {"Budget Summary",
        "rptBudgetSummary",
        "budget, actual and difference per category",
        {},
        {{"EventID", "{EventID}"}}},
+      // The event comes first: setting the where clause composes it with the event.
       {"Budget Worksheets", "rptBudgetDetail", "worksheet items by expense category",
-       setProp("WorkSheetType", Variant(std::int16_t{0}))},
+       setProp("WorkSheetType", Variant(std::int16_t{0})), kEventClauseExample},
       {"Checklist - Calendar", "", "(not available)", {}},
       {"Checklist - Tabular", "rptChecklist", "the host's task query as a table", {}},
       {"Master Guest List",
@@ -114,14 +123,27 @@ std::vector<CatalogueEntry> makeCatalogue() {
        {},
        {{"EventID", "{EventID}"}, {"SQLOrderBy", "ORDER BY Role"}}},
       {"Event Pros - Estimates", "rptWPDetail", "vendor estimates with contacts and items",
-       setProp("WorkSheetType", Variant(std::int16_t{2}))},
+       setProp("WorkSheetType", Variant(std::int16_t{2})), kEventClauseExample},
       {"Event Pros - Contact Information", "rptWPDetail", "vendor contact information",
        [](FrameReport& r) {
          for (const char* s : {"ghDetail", "Detail", "gfDetail", "gfCompanyInfo"})
            r.section(s).setVisible(false);
-       }},
-      {"Event Pros - Payment Schedule", "rptPayment", "scheduled payments by due date", {}},
-      {"Event Pros - Quote Comparison", "rptVendorSummary", "items against vendor quotes", {}},
+       },
+       kEventClauseExample},
+      {"Event Pros - Payment Schedule",
+       "rptPayment",
+       "scheduled payments by due date",
+       {},
+       {{"EventID", "{EventID}"}}},
+      // The clause ends in a blank: the report appends "And ..." to it directly.
+      {"Event Pros - Quote Comparison",
+       "rptVendorSummary",
+       "items against vendor quotes",
+       {},
+       {{"EventID", "{QuoteEventID}"},
+        {"SQLWhere", "WHERE VendorAssignments.WorkSheetType = 2 "},
+        {"Title", "{QuoteEventName}"},
+        {"Criteria", "Estimates"}}},
       {"rptLabels", "rptLabels", "mailing labels and envelopes", {}},
       {"Invoice",
        "rptInvoice",

@@ -109,6 +109,62 @@ class LongValues : public ReportTest {
     for (int type : {0, 1})
       db().item(db().assignment(event_, cat, vendor, {.worksheetType = type}),
                 {.item = "Ceremony arch", .price = data::money(type ? 1987654.32 : 1234567.89)});
+
+    // The estimates, payments and quotes: a company with every part of its block long.
+    const long pro = db().vendor(
+        {.company = "Traiteur des Alpilles et du Pays d'Arles - Réceptions, Banquets et Mariages",
+         .address = "Domaine de la Grande Bastide, Chemin des Oliviers Centenaires, Bâtiment B",
+         .city = "Saint-Rémy-de-Provence",
+         .state = "Bouches-du-Rhône",
+         .postalCode = "13210 CEDEX 04",
+         .country = "France métropolitaine",
+         .phone = "+33 4 90 92 00 00 ext. 12345",
+         .fax = "+33 4 90 92 00 01 ext. 67890",
+         .www = "www.traiteur-des-alpilles-et-du-pays-darles-receptions.example.fr",
+         .tax = 20,
+         .tip = 12.5});
+    const long chef = db().contact(pro, {.first = kName60,
+                                         .last = kLast30,
+                                         .title = "Dr.",
+                                         .suffix = "",
+                                         .email = "maximiliana.wolfeschlegelsteinhausen@traiteur-"
+                                                  "des-alpilles.example.fr",
+                                         .phone = "+33 4 90 92 00 00 ext. 12345",
+                                         .fax = "+33 4 90 92 00 01",
+                                         .mobile = "+33 6 12 34 56 78 (weekends only)",
+                                         .pager = "+33 6 98 76 54 32 (emergencies)"});
+    const long estimate = db().assignment(
+        event_, cat, pro,
+        {.worksheetType = 2,
+         .selected = true,
+         .tax = 20,
+         .tip = 12.5,
+         .deliveryDate = data::date(2025, 6, 14),
+         .deliveryTime = data::time(11, 30),
+         .deliveryAddress = "Service entrance behind the Orangery, via the gravel lane along "
+                            "the vineyard wall, gate code 4711",
+         .notes = kLong120,
+         .cancellationPolicy = "The deposit is not refundable. Half of the balance is due when "
+                               "cancelled within sixty days of the event, all of it within "
+                               "thirty days, unless the date can be moved within the season.",
+         .primaryContactId = chef,
+         .secondaryContactId = chef});
+    db().item(estimate, {.item = "Seven-course tasting menu with wine pairings from the Luberon",
+                         .description = kLong120,
+                         .price = data::money(189.5),
+                         .qty = 120,
+                         .tax = true,
+                         .tip = true,
+                         .paidBy = "Witness to the Civil Ceremony and Keeper of the Rings"});
+    db().item(estimate, {.item = "Ceremony arch", .price = data::money(980), .tax = true});
+    db().payment(estimate, {.type = "Deposit",
+                            .amount = data::money(12345.67),
+                            .due = data::date(2025, 1, 15),
+                            .paidOn = data::date(2025, 1, 14),
+                            .paid = true});
+    db().payment(
+        estimate,
+        {.type = "Final payment", .amount = data::money(19876.54), .due = data::date(2025, 6, 1)});
     vendorDirectoryAndInvoice();
   }
 
@@ -195,7 +251,8 @@ class LongValues : public ReportTest {
 
   // Catalogue examples name an event and a party by placeholders.
   std::string expand(std::string v) const {
-    v = std::regex_replace(v, std::regex("\\{EventID\\}"), std::to_string(event_));
+    v = std::regex_replace(v, std::regex("\\{(Quote)?EventID\\}"), std::to_string(event_));
+    v = std::regex_replace(v, std::regex("\\{QuoteEventName\\}"), "The Ashworth Wedding");
     v = std::regex_replace(v, std::regex("\\{(RoomPlan)?PartyID\\}"), std::to_string(party_));
     v = std::regex_replace(v, std::regex("\\{InvoiceID\\}"), std::to_string(invoice_));
     return std::regex_replace(v, std::regex("\\{(RoomPlan)?PartyName\\}"), "Rehearsal Dinner");
