@@ -198,7 +198,8 @@ std::string examplesHelp() {
     s += "\n";
   }
   return s +
-         "({PartyID}, {RoomPlanPartyID}, {EventID}, {InvoiceID} and {QuoteEventID} stand for keys of your "
+         "({PartyID}, {RoomPlanPartyID}, {EventID}, {InvoiceID} and {QuoteEventID} stand for keys "
+         "of your "
          "database.)\n";
 }
 
