@@ -11,6 +11,7 @@
 #include <tuple>
 #include <vector>
 
+#include "data/demo_budget.h"
 #include "data/fixture.h"
 
 namespace galvix::data {
@@ -122,6 +123,7 @@ class Builder {
     wedding();
     gala();
     vendorsAndBudget();
+    addSmallBudgetLines(f_, sum_.weddingEventId);
     labelsAndStationery();
     // A guest who has not chosen a meal has no menu at all (a table of 0 means "not seated").
     f_.exec("UPDATE Invitees SET MenuID = NULL WHERE MenuID = 0");
