@@ -325,7 +325,7 @@ std::vector<doc::Item> PieDrawing::draw(std::int32_t width, std::int32_t height,
   }
 
   // ---- The pie and its labels ----
-  const double areaW = pieRight - pieLeft;
+  const double areaW = pieRight - pieLeft, roomBottom = pieBottom;
   double areaH = pieBottom - pieTop;
   struct Label {
     std::size_t point;
@@ -445,8 +445,9 @@ std::vector<doc::Item> PieDrawing::draw(std::int32_t width, std::int32_t height,
         // Each side is a column of labels kept in slice order from top to bottom; when they do
         // not fit, the text gets smaller, then the smallest slices lose their label (the legend
         // still names them).
-        const double top = pieTop, bottom = pieBottom;
-        double size = 8 + adjust;
+        // Many labels may use all the height the legend leaves before they get smaller.
+        const double top = pieTop;
+        double bottom = pieBottom, size = 8 + adjust;
         auto place = [&](std::vector<Label*>& side) {
           std::sort(side.begin(), side.end(),
                     [](const Label* a, const Label* b) { return a->wanted < b->wanted; });
@@ -480,6 +481,10 @@ std::vector<doc::Item> PieDrawing::draw(std::int32_t width, std::int32_t height,
           std::vector<Label*> left, right;
           for (Label& l : labels) (l.right ? right : left).push_back(&l);
           if (place(left) && place(right)) break;
+          if (bottom < roomBottom) {
+            bottom = roomBottom;
+            continue;
+          }
           if (size > 6) {
             size -= 1;
             continue;
@@ -491,6 +496,7 @@ std::vector<doc::Item> PieDrawing::draw(std::int32_t width, std::int32_t height,
           labels.erase(smallest);
         }
         const doc::Font f = font(size, s.labelBold);
+        for (const Label& l : labels) pieBottom = std::max(pieBottom, l.top + l.h);
         for (Label& l : labels) {
           const double edgeX = l.right ? c.x + rx + gap : c.x - rx - gap;
           const double y = l.top + l.h / 2;
