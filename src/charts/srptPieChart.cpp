@@ -15,7 +15,12 @@ SrptPieChart::SrptPieChart()
 
 void SrptPieChart::setSQLWhere(std::string w) {
   sqlWhere_ = std::move(w);
-  column_ = Variant(sqlWhere_).toInteger();
+  try {
+    column_ = Variant(sqlWhere_).toInteger();
+  } catch (const RuntimeError& e) {
+    throw RuntimeError(e.number(), "srptPieChart: SQLWhere \"" + sqlWhere_ +
+                                       "\" names no budget column (0 to 3): " + e.what());
+  }
 }
 
 void SrptPieChart::onReportStart() {

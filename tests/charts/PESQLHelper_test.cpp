@@ -18,7 +18,7 @@ constexpr const char* kSql =
     "SPCategories INNER JOIN ExpenseCategories ON SPCategories.CategoryID = "
     "ExpenseCategories.CategoryID WHERE EventID = ";
 
-class Helper : public ::testing::Test {
+class ChartData : public ::testing::Test {
  protected:
   void SetUp() override {
     dir_ = std::filesystem::temp_directory_path() /
@@ -59,7 +59,7 @@ class Helper : public ::testing::Test {
   db::Recordset rs_;
 };
 
-TEST_F(Helper, ValuesReadBackAsCurrencyRoundedSinglesWithOneSpareRowAndColumn) {
+TEST_F(ChartData, ValuesReadBackAsCurrencyRoundedSinglesWithOneSpareRowAndColumn) {
   line("Cake", data::money(100), data::money(12.3456), data::money(-20));
   line("Flowers", data::money(50), data::money(7), data::money(1234.5));
   db::Recordset& rs = open();
@@ -82,7 +82,7 @@ TEST_F(Helper, ValuesReadBackAsCurrencyRoundedSinglesWithOneSpareRowAndColumn) {
   EXPECT_FLOAT_EQ(h.XValues(0, 1), 1234.5f);
 }
 
-TEST_F(Helper, NullAndTextLoadAsZeroAndMinPointsIsTheFirstSuch) {
+TEST_F(ChartData, NullAndTextLoadAsZeroAndMinPointsIsTheFirstSuch) {
   line("A", data::money(1), Variant::null(), data::money(3));
   line("B", data::money(1), data::money(2), data::money(3));
   line("C", data::money(1), Variant::null(), data::money(3));
@@ -101,7 +101,7 @@ TEST_F(Helper, NullAndTextLoadAsZeroAndMinPointsIsTheFirstSuch) {
   EXPECT_FLOAT_EQ(h.XValues(0, 1), 0.0f);
 }
 
-TEST_F(Helper, LoadingValuesLeavesTheFirstRowCurrentForTheCaptions) {
+TEST_F(ChartData, LoadingValuesLeavesTheFirstRowCurrentForTheCaptions) {
   line("Cake", data::money(1), data::money(2), data::money(3));
   line("Attire", data::money(1), data::money(2), data::money(3));
   db::Recordset& rs = open();
@@ -114,7 +114,7 @@ TEST_F(Helper, LoadingValuesLeavesTheFirstRowCurrentForTheCaptions) {
   EXPECT_EQ(errorNumber([&] { h.PointLabelString(3); }), 9);
 }
 
-TEST_F(Helper, MoneyColumnsCaptionAsCurrencyAndANullCaptionIsAnError) {
+TEST_F(ChartData, MoneyColumnsCaptionAsCurrencyAndANullCaptionIsAnError) {
   line("Cake", data::money(1), data::money(1234.5), Variant::null());
   db::Recordset& rs = open();
   PESQLHelper h;
@@ -124,7 +124,7 @@ TEST_F(Helper, MoneyColumnsCaptionAsCurrencyAndANullCaptionIsAnError) {
   EXPECT_EQ(errorNumber([&] { h.LoadPointLabels(rs, 3); }), 94);
 }
 
-TEST_F(Helper, SubsetLabelsAreColumnNamesBelowTheUpperBound) {
+TEST_F(ChartData, SubsetLabelsAreColumnNamesBelowTheUpperBound) {
   line("Cake", data::money(1), data::money(2), data::money(3));
   db::Recordset& rs = open();
   PESQLHelper h;
@@ -137,7 +137,7 @@ TEST_F(Helper, SubsetLabelsAreColumnNamesBelowTheUpperBound) {
   EXPECT_EQ(h.SubsetLabelString(2), "");
 }
 
-TEST_F(Helper, NoRowsGiveNoPointsButTheSpareCells) {
+TEST_F(ChartData, NoRowsGiveNoPointsButTheSpareCells) {
   db::Recordset& rs = open();
   PESQLHelper h;
   h.LoadXData(rs, {3, 3});
@@ -149,7 +149,7 @@ TEST_F(Helper, NoRowsGiveNoPointsButTheSpareCells) {
   EXPECT_EQ(errorNumber([&] { h.PointLabelString(1); }), 9);
 }
 
-TEST_F(Helper, ReadingBeforeLoadingOrWithoutARecordCountIsAnError) {
+TEST_F(ChartData, ReadingBeforeLoadingOrWithoutARecordCountIsAnError) {
   PESQLHelper h;
   EXPECT_EQ(errorNumber([&] { h.XValues(0, 0); }), 9);
   EXPECT_EQ(errorNumber([&] { h.PointLabelString(0); }), 9);

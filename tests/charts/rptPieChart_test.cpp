@@ -133,14 +133,26 @@ TEST_F(PieChart, NoCategoriesPrintAnEmptyChartUnderTheHeaderAndFooter) {
   EXPECT_THAT(texts(d, "Field3"), ElementsAre("1"));
 }
 
-TEST_F(PieChart, AWhereClauseEndingInALetterFailsTheRun) {
+TEST_F(PieChart, ALetterForTheColumnOrANamelessCategoryFailsTheRun) {
   add(kRows);
   auto r = report("PieChart");
   r->set("EventID", Variant(static_cast<int>(event_)));
+  auto failure = [&]() -> std::string {
+    try {
+      r->run();
+    } catch (const ReportRunError& e) {
+      return e.what();
+    }
+    return "no error";
+  };
   r->set("SQLWhere", Variant("WHERE Category = Cake"));
-  EXPECT_THROW(r->run(), ReportRunError);
+  EXPECT_THAT(failure(), ::testing::HasSubstr("type mismatch"));
   r->set("SQLWhere", Variant("7"));  // a digit, but no such column
-  EXPECT_THROW(r->run(), ReportRunError);
+  EXPECT_THAT(failure(), ::testing::HasSubstr("7"));
+  // A category without a name cannot caption its slice.
+  db().set("ExpenseCategories", db().expenseCategory("Attire"), "Category", Variant::null());
+  r->set("SQLWhere", Variant("2"));
+  EXPECT_THAT(failure(), ::testing::HasSubstr("Null"));
 }
 
 // The subreport writes the chart's properties in the order the chart is built: data, then the
