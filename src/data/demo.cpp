@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "data/demo_vendors.h"
+#include "data/demo_budget.h"
 #include "data/fixture.h"
 
 namespace galvix::data {
@@ -125,6 +126,7 @@ class Builder {
     gala();
     vendorsAndBudget();
     addMoneyDemo(f_, sum_);
+    addSmallBudgetLines(f_, sum_.weddingEventId);
     labelsAndStationery();
     // A guest who has not chosen a meal has no menu at all (a table of 0 means "not seated").
     f_.exec("UPDATE Invitees SET MenuID = NULL WHERE MenuID = 0");

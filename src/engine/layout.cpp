@@ -312,6 +312,7 @@ ControlState readControl(const json& j, const std::string& path, const std::stri
                                         {"zoom", doc::SizeMode::Zoom}});
   c.rtf = r.str("rtf");
   c.chartTitle = r.str("title");
+  c.chartSubtitle = r.str("subtitle");
   r.done();
   return c;
 }

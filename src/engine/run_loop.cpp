@@ -50,6 +50,24 @@ struct RunningGuard {
   ~RunningGuard() { d.endRun(); }
 };
 
+// Moves an item made relative to a control (a subreport's rows, a chart's drawing) onto its band.
+void moveItem(doc::Item& it, std::int32_t dx, std::int32_t dy) {
+  std::visit(
+      [&](auto& c) {
+        using T = std::decay_t<decltype(c)>;
+        if constexpr (std::is_same_v<T, doc::Line>) {
+          c.x1 += dx;
+          c.x2 += dx;
+          c.y1 += dy;
+          c.y2 += dy;
+        } else {
+          c.box.left += dx;
+          c.box.top += dy;
+        }
+      },
+      it.content);
+}
+
 }  // namespace
 
 void Accumulator::add(const Variant& v) {
@@ -529,33 +547,22 @@ std::vector<doc::Item> RunLoop::buildItems(BandInstance& inst,
         break;
       }
       case ControlKind::Chart: {
-        doc::Chart c;
-        c.box = box;
-        c.title = st.chartTitle;
-        c.values = st.chartValues;
-        c.labels = st.chartLabels;
-        item.content = std::move(c);
-        break;
+        if (!st.chart) continue;
+        for (doc::Item& drawn : st.chart->draw(box.width, box.height, options_.measurer)) {
+          drawn.section = item.section;
+          drawn.control = item.control;
+          drawn.row = item.row;
+          moveItem(drawn, box.left, box.top);
+          items.push_back(std::move(drawn));
+        }
+        continue;
       }
       case ControlKind::SubReport: {
         auto it = inst.fragments.find(i);
         if (it == inst.fragments.end()) continue;
         for (const auto& fi : it->second.items) {
           doc::Item moved = fi;
-          std::visit(
-              [&](auto& c) {
-                using T = std::decay_t<decltype(c)>;
-                if constexpr (std::is_same_v<T, doc::Line>) {
-                  c.x1 += box.left;
-                  c.x2 += box.left;
-                  c.y1 += box.top;
-                  c.y2 += box.top;
-                } else {
-                  c.box.left += box.left;
-                  c.box.top += box.top;
-                }
-              },
-              moved.content);
+          moveItem(moved, box.left, box.top);
           items.push_back(std::move(moved));
         }
         continue;

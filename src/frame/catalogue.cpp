@@ -153,7 +153,14 @@ std::vector<CatalogueEntry> makeCatalogue() {
       {"SummaryOfEventsWithOutPics", "rptEvents", "events with sub-events and contacts", {}},
       {"SummaryOfEventsWithPics", "rptEventsWithPic", "events with contacts and pictures", {}},
       {"EventInfo", "rptEventInfo", "one event with contacts, parties and journal", {}},
-      {"PieChart", "rptPieChart", "the event budget as a pie", {}},
+      // The last character of SQLWhere picks the column: 1 suggested, 2 budget, 3 actual.
+      {"PieChart",
+       "rptPieChart",
+       "the event budget as a pie",
+       {},
+       {{"EventID", "{EventID}"},
+        {"SQLWhere", "3"},
+        {"Criteria", "Actual expenses by expense category"}}},
       // Any SQLGroupBy but "CompanyName" (exactly so) groups by expense category.
       {"VendorPhoneBook",
        "rptVendorPhoneBook",

@@ -560,5 +560,54 @@ TEST(Bands, HiddenAndPageBreakSections) {
   EXPECT_EQ(c[2]->box.top, 500 + 600);  // one after another
 }
 
+// A chart prints what its drawing makes for its box, moved onto the band and tagged with the
+// chart; without a drawing it prints nothing.
+TEST(Charts, DrawingIsMadeForTheBoxAndPlacedWithIt) {
+  struct Drawing : ChartDrawing {
+    std::vector<doc::Item> draw(std::int32_t w, std::int32_t h, TextMeasurer* m) const override {
+      doc::Text t;
+      t.box = {10, 20, w - 10, m ? m->measure("x", t.font, 0).height : 0};
+      doc::Path p;
+      p.box = {0, 0, w, h};
+      std::vector<doc::Item> out(3);
+      out[0].content = t;
+      out[1].content = doc::Line{0, 0, w, h};
+      out[2].content = p;
+      return out;
+    }
+  };
+  class R : public Report {
+   public:
+    R()
+        : Report(layoutOf(layoutJson("rptChart", R"(
+        {"kind": "detail", "name": "Detail", "height": 3000, "controls": [
+          {"kind": "chart", "name": "chtA", "left": 1000, "top": 500, "width": 4000, "height": 2000},
+          {"kind": "chart", "name": "chtEmpty", "left": 0, "top": 0, "width": 500, "height": 500}
+        ]})"))) {
+      static_cast<Chart&>(control("chtA")).setDrawing(std::make_shared<Drawing>());
+    }
+  } r;
+  const doc::Document d = test::run(r).document;
+  ASSERT_EQ(d.pages.size(), 1u);
+  std::vector<const doc::Item*> drawn;
+  for (const auto& it : d.pages[0].items) {
+    EXPECT_NE(it.control, "chtEmpty");
+    if (it.control == "chtA") drawn.push_back(&it);
+  }
+  ASSERT_EQ(drawn.size(), 3u);
+  const auto& t = std::get<doc::Text>(drawn[0]->content);
+  const auto& l = std::get<doc::Line>(drawn[1]->content);
+  const auto& p = std::get<doc::Path>(drawn[2]->content);
+  EXPECT_EQ(drawn[0]->section, "Detail");
+  EXPECT_EQ(t.box.left - p.box.left, 10);
+  EXPECT_EQ(t.box.width, 3990);
+  EXPECT_GT(t.box.height, 0);
+  EXPECT_EQ(l.x1, p.box.left);
+  EXPECT_EQ(l.y2 - l.y1, 2000);
+  EXPECT_EQ(p.box.left, 500 + 1000);  // margin, then the control's place on the band
+  EXPECT_EQ(p.box.top, 500 + 500);
+  EXPECT_EQ(p.box.width, 4000);
+}
+
 }  // namespace
 }  // namespace galvix::engine

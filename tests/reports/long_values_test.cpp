@@ -105,6 +105,15 @@ class LongValues : public ReportTest {
     const long cat = db().expenseCategory(
         "Flowers, floral arrangements, boutonnières and the ceremony arch decoration");
     db().budgetLine(event_, cat, {.budget = data::money(1234.5), .actual = data::money(99.99)});
+    // The pie chart's slices: a long name with a large amount, a tiny one and one not known yet.
+    db().budgetLine(event_,
+                    db().expenseCategory("Photography and videography of the ceremony, the "
+                                         "dinner on the terrace and the late-night party"),
+                    {.budget = data::money(4200), .actual = data::money(3987.65)});
+    db().budgetLine(event_, db().expenseCategory("Pourboires"),
+                    {.budget = data::money(5), .actual = data::money(0.5)});
+    db().budgetLine(event_, db().expenseCategory("Coiffure et maquillage de la mariée"),
+                    {.budget = data::money(650)});
     const long vendor = db().vendor({.company = "Fleurs de Provence et Jardins du Luberon SARL"});
     for (int type : {0, 1})
       db().item(db().assignment(event_, cat, vendor, {.worksheetType = type}),
