@@ -581,7 +581,9 @@ class Parser {
             expect(Token::RParen, "')'");
             return e;
           }
-          if (reserved(ln)) syntaxError(sql_, t.pos, "(unexpected " + describe(t) + ")");
+          // Left, Right and Asc are also functions: followed by '(' they are calls.
+          bool call = (ln == "left" || ln == "right" || ln == "asc") && cur().kind == Token::LParen;
+          if (reserved(ln) && !call) syntaxError(sql_, t.pos, "(unexpected " + describe(t) + ")");
         }
         if (!bracketed && cur().kind == Token::LParen) {
           next();
