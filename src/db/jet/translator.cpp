@@ -880,6 +880,11 @@ struct Translator::Impl {
 
   SelectOut select(const Select& s, const Scope* outer, bool topLevel) {
     (void)topLevel;
+    if (!s.unionWith.empty()) {
+      std::vector<const Select*> members{&s};
+      for (const auto& m : s.unionWith) members.push_back(m.get());
+      return compound(members, s.unionAll, outer);
+    }
     Parts p = selectParts(s, outer, true);
     return assemble(s, p);
   }
@@ -887,11 +892,26 @@ struct Translator::Impl {
   // ---- Statements ----
 
   Translation unionOf(const Statement& st) {
+    std::vector<const Select*> members;
+    for (const auto& sel : st.selects) members.push_back(sel.get());
+    SelectOut o = compound(members, st.unionAll, nullptr);
     Translation t;
+    t.sql = o.sql;
+    if (!o.star) {
+      t.columnNames = o.names;
+      t.columnTypes = o.types;
+    }
+    return t;
+  }
+
+  // SELECT ... UNION [ALL] SELECT ...: the first member names the columns; `all[i - 1]` tells
+  // whether member i keeps duplicates.
+  SelectOut compound(const std::vector<const Select*>& members, const std::vector<bool>& all,
+                     const Scope* outer) {
     std::string sql;
     SelectOut first;
     std::vector<Parts> parts;
-    for (const auto& sel : st.selects) parts.push_back(selectParts(*sel, nullptr, false));
+    for (const Select* sel : members) parts.push_back(selectParts(*sel, outer, false));
     // A column that is text in one member and a date or truth value in another is text, the
     // others' values written as CStr writes them (an invoice's blank due date beside real ones).
     for (size_t k = 0; k < parts[0].itemSql.size(); ++k) {
@@ -908,15 +928,15 @@ struct Translator::Impl {
         p.out.types[k] = VarType::String;
       }
     }
-    for (size_t i = 0; i < st.selects.size(); ++i) {
+    for (size_t i = 0; i < members.size(); ++i) {
       Parts& p = parts[i];
-      SelectOut o = assemble(*st.selects[i], p);
+      SelectOut o = assemble(*members[i], p);
       if (i == 0) first = o;
-      if (i) sql += st.unionAll[i - 1] ? " UNION ALL " : " UNION ";
+      if (i) sql += all[i - 1] ? " UNION ALL " : " UNION ";
       sql += o.sql;
     }
     // The last member's ORDER BY orders the whole union, by output column.
-    const Select& last = *st.selects.back();
+    const Select& last = *members.back();
     std::string order;
     for (size_t i = 0; i < last.orderBy.size(); ++i) {
       const Expr& e = *last.orderBy[i].expr;
@@ -944,12 +964,8 @@ struct Translator::Impl {
     // Ordered from outside: SQLite 3.40 fails to resolve columns of a RIGHT JOIN in a grouped
     // compound that carries its own ORDER BY.
     if (!order.empty()) sql = "SELECT * FROM (" + sql + ") ORDER BY " + order;
-    t.sql = sql;
-    if (!first.star) {
-      t.columnNames = first.names;
-      t.columnTypes = first.types;
-    }
-    return t;
+    first.sql = sql;
+    return first;
   }
 
   std::vector<Variant> pivotValues(const Select& s, const Expr& pivot) {
