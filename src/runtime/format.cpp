@@ -52,6 +52,7 @@ Decimal decimalOf(const Variant& v) {
     d.point = static_cast<int>(d.digits.size());
   } else {
     double x = v.toDouble();
+    if (!std::isfinite(x)) throw RuntimeError(kErrOverflow, "Overflow (Format)");
     int sig = v.type() == VarType::Single ? 7 : 15;
     d.negative = std::signbit(x) && x != 0;
     char buf[64];
