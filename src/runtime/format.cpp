@@ -945,7 +945,8 @@ std::string Format(const Variant& value, std::string_view pattern, int firstDayO
   if (isTextPattern(secs[0]) && !hasDigitPlaceholder(secs[0])) {
     if (value.isNull() || (value.type() == VarType::String && value.rawString().empty())) {
       if (secs.size() >= 2) return formatText("", secs[1]);
-      return formatText("", secs[0]);
+      // Null without a section of its own prints nothing; "" fills the placeholders.
+      return value.isNull() ? "" : formatText("", secs[0]);
     }
     return formatText(value.displayText(), secs[0]);
   }

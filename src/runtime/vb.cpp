@@ -229,8 +229,10 @@ Variant Asc(const Variant& v) {
       0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
   for (int i = 0; i < 32; ++i)
     if (cp1252[i] == u) return Variant::integer(static_cast<std::int16_t>(128 + i));
-  if ((u >= 128 && u < 160) || u > 0xFFFF) return Variant::integer('?');  // no code for it
-  return Variant::longInt(static_cast<std::int32_t>(u));
+  // "0 - 255 on non-DBCS systems": a character the code page lacks is '?', as the conversion
+  // to the code page writes it.
+  if ((u >= 128 && u < 160) || u > 255) return Variant::integer('?');
+  return Variant::integer(static_cast<std::int16_t>(u));
 }
 
 Variant CStr(const Variant& v) {

@@ -169,6 +169,8 @@ TEST_F(FormatTest, TextPlaceholdersAroundLiterals) {
   // "@;"Unknown"": the second section stands for Null and zero-length text.
   EXPECT_EQ(Format(Variant::null(), "@;\"Unknown\""), "Unknown");
   EXPECT_EQ(Format("", "@;\"Unknown\""), "Unknown");
+  EXPECT_EQ(Format("", "@@"), "  ");
+  EXPECT_EQ(Format(Variant::null(), "@@"), "");
   // One case rule per section: the first of < and > decides.
   EXPECT_EQ(Format("Mixed Case", "<&>&"), "mixed case");
   EXPECT_EQ(Format("Mixed Case", ">&<&"), "MIXED CASE");

@@ -208,11 +208,15 @@ TEST_F(Jet, BracketedQualifiedNamesAndFormat) {
 TEST_F(Jet, LeftRightAndAscAreFunctionsWhenCalled) {
   long e = f().event();
   f().group(e, {.label = "Galvix"});
-  EXPECT_THAT(rows("SELECT Left('Hello World', 1), Right('Hello World', 5), Asc('Apple'), "
-                   "Asc('a'), Left$(Label, 3), Right$(Label, 3), Asc(Chr(233)), Asc(Chr(128)), "
+  EXPECT_THAT(rows("SELECT Left('Hello World', 1), Left('Hello World', 7), Left('Hello World', "
+                   "20), Right('Hello World', 1), Right('Hello World', 6), Right('Hello World', "
+                   "20), Asc('A'), Asc('a'), Asc('Apple') FROM GroupIDs"),
+              ElementsAre("H|Hello W|Hello World|d| World|Hello World|65|97|65"));
+  // Codes are the code page's ("0 - 255"): the euro sign is 128, a character it lacks '?'.
+  EXPECT_THAT(rows("SELECT Left$(Label, 3), Right$(Label, 3), Asc(Chr(233)), Asc('€'), Asc('Ł'), "
                    "Left(Null, 2) FROM GroupIDs LEFT JOIN GuestCategories ON "
                    "GroupIDs.CategoryID = GuestCategories.CategoryID ORDER BY Left(Label, 1) ASC"),
-              ElementsAre("H|World|65|97|Gal|vix|233|128|<null>"));
+              ElementsAre("Gal|vix|233|128|63|<null>"));
   EXPECT_THROW(rows("SELECT Asc('') FROM GroupIDs"), DbError);  // invalid procedure call
 }
 
