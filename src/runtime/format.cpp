@@ -426,6 +426,7 @@ bool hasDigitPlaceholder(std::string_view sec) {
 
 bool isDateChar(char c) {
   switch (std::tolower(static_cast<unsigned char>(c))) {
+    case 'a':
     case 'd':
     case 'w':
     case 'm':
@@ -632,6 +633,14 @@ std::string formatDatePattern(double serial, std::string_view p, WeekRule week) 
           out += hostPattern(std::trunc(serial), r.shortDate);
         else
           out += hostPattern(std::trunc(serial), r.longDate);
+        break;
+      case 'a':
+        // aaaa is dddd, the day's localised name; other runs of a are text.
+        if (n == 4)
+          out += r.days[static_cast<size_t>(d.weekday - 1)];
+        else
+          out.append(n, c);
+        token = n == 4;
         break;
       case 'w':
         n = std::min<size_t>(n, 2);

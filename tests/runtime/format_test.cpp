@@ -111,6 +111,7 @@ TEST_F(FormatTest, DocumentedDateAndTimeExamples) {
   EXPECT_EQ(Format(myTime, "h:m:s"), "17:4:23");
   EXPECT_EQ(Format(myTime, "hh:mm:ss am/pm"), "05:04:23 pm");
   EXPECT_EQ(Format(when(1993, 1, 27), "dddd, mmm d yyyy"), "Wednesday, Jan 27 1993");
+  EXPECT_EQ(Format(when(1993, 1, 27), "aaaa"), "Wednesday");  // "The same as dddd"
   // Day zero is a time alone, midnight too.
   EXPECT_EQ(Format(Variant::date(0), "General Date"), "12:00:00 AM");
 }

@@ -260,6 +260,12 @@ TEST_F(Jet, AnAliasThatNeedsItselfIsACircularReference) {
   // An alias may be used before the item that defines it.
   EXPECT_THAT(rows("SELECT Total * 2 AS Twice, Price * Qty AS Total FROM Items"),
               ElementsAre("1000|500"));
+  // Each use copies the aliased expression: a doubling chain is refused before it explodes.
+  std::string chain = "SELECT 1 AS a0";
+  for (int i = 1; i <= 40; ++i)
+    chain += ", a" + std::to_string(i - 1) + " + a" + std::to_string(i - 1) + " AS a" +
+             std::to_string(i);
+  EXPECT_THROW(rows(chain), DbError);
 }
 
 // A union may stand as a subquery in FROM, ordered and named by its members as a whole union.
