@@ -35,6 +35,8 @@ RegionalSettings enGB() {
   r.am = "am";
   r.pm = "pm";
   r.dateOrder = RegionalSettings::Order::DMY;
+  r.firstDayOfWeek = 2;
+  r.firstWeekOfYear = 2;
   return r;
 }
 
@@ -60,6 +62,8 @@ RegionalSettings deDE() {
   r.days = {"Sonntag", "Montag", "Dienstag", "Mittwoch", "Donnerstag", "Freitag", "Samstag"};
   r.daysShort = {"So", "Mo", "Di", "Mi", "Do", "Fr", "Sa"};
   r.dateOrder = RegionalSettings::Order::DMY;
+  r.firstDayOfWeek = 2;
+  r.firstWeekOfYear = 2;
   return r;
 }
 

@@ -29,6 +29,9 @@ struct RegionalSettings {
   std::array<std::string, 12> months, monthsShort;
   std::array<std::string, 7> days, daysShort;  // Sunday first
   enum class Order { MDY, DMY, YMD } dateOrder = Order::MDY;
+  // Week rules as Format's arguments number them: 1 Sunday .. 7 Saturday; 1 the week holding
+  // 1 January, 2 the first week with four days in the year, 3 the first full week.
+  int firstDayOfWeek = 1, firstWeekOfYear = 1;
 };
 
 // The current settings: en-US unless GALVIX_LOCALE or setRegional chose another.
