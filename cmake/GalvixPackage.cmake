@@ -6,6 +6,9 @@ include(CMakePackageConfigHelpers)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/version.h.in
                ${PROJECT_BINARY_DIR}/include/galvix/version.h @ONLY)
 
+# Every module has added its designers by now.
+galvix_link_designers(galvix_reports)
+
 get_property(galvix_objlibs GLOBAL PROPERTY GALVIX_OBJECT_LIBRARIES)
 set(galvix_objects)
 foreach(l IN LISTS galvix_objlibs)

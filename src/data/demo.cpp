@@ -12,8 +12,8 @@
 #include <tuple>
 #include <vector>
 
-#include "data/demo_vendors.h"
 #include "data/demo_budget.h"
+#include "data/demo_vendors.h"
 #include "data/fixture.h"
 
 namespace galvix::data {
