@@ -410,7 +410,10 @@ void Paginator::placeCell(std::vector<BandInstance>& queue, std::size_t from, st
                           std::int32_t ch, Section& detail) {
   const int n = std::max(1, detail.columnCount());
   const std::int32_t sp = std::max(0, rnd(detail.columnSpacing()));
-  colWidth_ = std::max<std::int32_t>(0, (width_ - (n - 1) * sp) / n);
+  const std::int64_t given = rnd(detail.columnWidth());
+  const std::int64_t derived = (std::int64_t{width_} - std::int64_t{n - 1} * sp) / n;
+  colWidth_ = static_cast<std::int32_t>(
+      std::clamp<std::int64_t>(given > 0 ? given : derived, 0, std::int64_t{1} << 30));
   auto startColumns = [&] {
     colsUsed_ = true;
     colIndex_ = 0;
@@ -455,7 +458,9 @@ void Paginator::placeCell(std::vector<BandInstance>& queue, std::size_t from, st
     }
     cellY_ = rowTop_;
   }
-  cellX_ = left_ + colIndex_ * (colWidth_ + sp);
+  cellX_ = static_cast<std::int32_t>(
+      std::clamp<std::int64_t>(left_ + std::int64_t{colIndex_} * (std::int64_t{colWidth_} + sp),
+                               -(std::int64_t{1} << 30), std::int64_t{1} << 30));
   for (std::size_t k = from; k < to; ++k) {
     if (!queue[k].sectionState.visible) continue;
     commit(queue[k], false);

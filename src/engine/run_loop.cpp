@@ -719,6 +719,9 @@ RunResult RunLoop::run() {
   RunResult res;
   report_.cancelled_ = false;
   report_.pageNumber_ = 0;
+  report_.measurer_ = options_.measurer;
+  const std::unique_ptr<Report, void (*)(Report*)> forgetMeasurer(
+      &report_, [](Report* r) { r->measurer_ = nullptr; });
   if (options_.host) report_.setHost(options_.host);
   RunningGuard guard(report_.data_);
   try {
@@ -738,6 +741,9 @@ RunResult RunLoop::run() {
 
 Fragment RunLoop::runEmbedded(std::int32_t width) {
   report_.cancelled_ = false;
+  report_.measurer_ = options_.measurer;
+  const std::unique_ptr<Report, void (*)(Report*)> forgetMeasurer(
+      &report_, [](Report* r) { r->measurer_ = nullptr; });
   RunningGuard guard(report_.data_);
   try {
     begin();
