@@ -122,15 +122,14 @@ class RptStationery : public frame::FrameReport, private st::GuestLookup {
     }
     const st::GuestTexts found = st::gatherGuestTexts(guestIds, used_, *this);
     try {
-      label = st::labelAsRtf(fieldValue("Label").toString());
+      label = fieldValue("Label").toString();
     } catch (const std::exception&) {
     }
+    // The control gives back the text it was given, so replacing placeholder by placeholder in
+    // its current text is the merge of the template.
     auto& rtf = richText("rtfDocument");
     rtf.setRtf(text_);
-    rtf.setRtf(st::replaceAll(rtf.rtf(), st::kGuestName, label));
-    rtf.setRtf(st::replaceAll(rtf.rtf(), st::kMenuSelection, found.menu));
-    rtf.setRtf(st::replaceAll(rtf.rtf(), st::kTable, found.table));
-    rtf.setRtf(st::replaceAll(rtf.rtf(), st::kSeat, found.seat));
+    rtf.setRtf(st::mergeTemplate(rtf.rtf(), label, found));
   }
 
   std::string forGuest(const std::string& g) const {

@@ -79,4 +79,12 @@ std::string labelAsRtf(std::string_view label) {
   return replaceAll(label, "\r\n", " \\par ");
 }
 
+std::string mergeTemplate(std::string_view rtfTemplate, std::string_view label,
+                          const GuestTexts& texts) {
+  std::string rtf = replaceAll(rtfTemplate, kGuestName, labelAsRtf(label));
+  rtf = replaceAll(rtf, kMenuSelection, texts.menu);
+  rtf = replaceAll(rtf, kTable, texts.table);
+  return replaceAll(rtf, kSeat, texts.seat);
+}
+
 }  // namespace galvix::reports::stationery

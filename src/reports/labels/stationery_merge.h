@@ -51,4 +51,11 @@ std::string replaceAll(std::string_view text, std::string_view find, std::string
 // A label's line breaks (CR LF) as rich-text paragraph breaks.
 std::string labelAsRtf(std::string_view label);
 
+// The template with its placeholders replaced, in this order: the guest's name (`label`, its
+// line breaks made paragraph breaks), the menu, the table, the seat. Each replacement works on
+// the result of the one before, so a name that itself holds "<Table#>" gets the table text.
+// Texts are spliced in as they are: rich-text control words in them take effect.
+std::string mergeTemplate(std::string_view rtfTemplate, std::string_view label,
+                          const GuestTexts& texts);
+
 }  // namespace galvix::reports::stationery
