@@ -301,13 +301,17 @@ void Paginator::commit(BandInstance& inst, bool flow) {
         }
         const std::size_t first = pages_.back().items.size();
         emitAll(cut0, cut1, y);
-        // Text that runs past the page end stops there (the renderer ends it with an
-        // ellipsis) rather than printing over the footer.
+        // Text that runs past the page end stops there (the renderer ends plain text with an
+        // ellipsis and clips rich text to its box) rather than printing over the footer.
+        auto stopAtPageEnd = [&](doc::Rect& box) {
+          if (box.top + box.height > bodyBottom_) box.height = std::max(0, bodyBottom_ - box.top);
+        };
         if (clipped)
-          for (std::size_t k = first; k < pages_.back().items.size(); ++k)
-            if (auto* t = std::get_if<doc::Text>(&pages_.back().items[k].content))
-              if (t->box.top + t->box.height > bodyBottom_)
-                t->box.height = std::max(0, bodyBottom_ - t->box.top);
+          for (std::size_t k = first; k < pages_.back().items.size(); ++k) {
+            auto& content = pages_.back().items[k].content;
+            if (auto* t = std::get_if<doc::Text>(&content)) stopAtPageEnd(t->box);
+            if (auto* r = std::get_if<doc::RichText>(&content)) stopAtPageEnd(r->box);
+          }
         y += std::min(cut1 - cut0, bodyBottom_ - y);
         y_ = y;
         cut0 = cut1;
