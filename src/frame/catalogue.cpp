@@ -97,8 +97,8 @@ const std::vector<std::pair<std::string, std::string>> kPlaceCards = {
     {"Text",
      "{\\rtf1\\ansi\\ansicpg1252\\deff0{\\fonttbl{\\f0\\froman Times New Roman;}{\\f1\\fswiss "
      "Arial;}}{\\colortbl;\\red128\\green0\\blue64;\\red90\\green90\\blue90;}\n"
-     "\\pard\\qc\\sb360\\f0\\fs40\\cf1\\b <Guest's Name Here>\\b0\\par\n"
-     "\\pard\\qc\\sb160\\f1\\fs22\\cf2 Table <Table#> \\'b7 Seat <Seat#>\\par\n"
+     "\\pard\\qc\\sb360\\f0\\fs36\\cf1\\b <Guest's Name Here>\\b0\\par\n"
+     "\\pard\\qc\\sb160\\f1\\fs22\\cf2 <Table#> \\'b7 Seat <Seat#>\\par\n"
      "\\pard\\qc\\sb120\\f1\\fs20\\i\\cf0 <Menu Selection>\\i0\\par\n"
      "\\pard\\qc\\sb160\\f0\\fs18\\cf2 Soir\\'e9e de r\\'e9ception \\'97 bon app\\'e9tit\\par}"},
     {"StationeryID", "2"},
@@ -110,9 +110,9 @@ const std::vector<std::pair<std::string, std::string>> kPlaceCards = {
     {"BottomMargin", "0"},
     {"RightMargin", "0"},
     {"LabelWidth", "5040"},
-    {"LabelHeight", "2880"},
+    {"LabelHeight", "3240"},
     {"HPitch", "5400"},
-    {"VPitch", "3240"},
+    {"VPitch", "3600"},
     {"NumberAcross", "2"},
     {"NumberDown", "4"}};
 
