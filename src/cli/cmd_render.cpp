@@ -77,6 +77,28 @@ std::map<std::string, std::string> exampleIds(const std::string& conn) {
     ids["{RoomPlanPartyName}"] = rs.value("SubEventName").displayText();
   }
   rs.close();
+  // The invoice wants one of the event's invoices.
+  ids["{InvoiceID}"] = "1";
+  rs.open("SELECT Invoices.InvoiceID FROM Invoices WHERE Invoices.EventID = " + ids["{EventID}"] +
+              " ORDER BY Invoices.InvoiceID",
+          c);
+  if (!rs.EOF_()) ids["{InvoiceID}"] = rs.value("InvoiceID").toString();
+  rs.close();
+  // The quote comparison wants the event whose item most event professionals quote on.
+  ids["{QuoteEventID}"] = ids["{EventID}"];
+  ids["{QuoteEventName}"] = ids["{EventName}"];
+  rs.open(
+      "SELECT VendorAssignments.EventID, Events.EventName, Count(1) AS N FROM (VendorAssignments "
+      "INNER JOIN Items ON VendorAssignments.VendorAssignmentID = Items.VendorAssignmentID) "
+      "INNER JOIN Events ON VendorAssignments.EventID = Events.EventID WHERE "
+      "VendorAssignments.WorkSheetType = 2 GROUP BY VendorAssignments.EventID, Events.EventName, "
+      "Items.Item ORDER BY Count(1) DESC, VendorAssignments.EventID",
+      c);
+  if (!rs.EOF_()) {
+    ids["{QuoteEventID}"] = rs.value("EventID").toString();
+    ids["{QuoteEventName}"] = rs.value("EventName").displayText();
+  }
+  rs.close();
   return ids;
 }
 
@@ -180,7 +202,10 @@ std::string examplesHelp() {
       s += "\n";
     }
   }
-  return s + "({PartyID}, {RoomPlanPartyID} and {EventID} stand for keys of your database.)\n";
+  return s +
+         "({PartyID}, {RoomPlanPartyID}, {EventID}, {InvoiceID} and {QuoteEventID} stand for keys "
+         "of your "
+         "database.)\n";
 }
 
 Registration list([](CLI::App& app) {

@@ -1,4 +1,5 @@
 #include "data/demo.h"
+#include "data/demo_money.h"
 
 #include <glib.h>
 #include <unistd.h>
@@ -11,6 +12,7 @@
 #include <tuple>
 #include <vector>
 
+#include "data/demo_vendors.h"
 #include "data/fixture.h"
 
 namespace galvix::data {
@@ -122,6 +124,7 @@ class Builder {
     wedding();
     gala();
     vendorsAndBudget();
+    addMoneyDemo(f_, sum_);
     labelsAndStationery();
     addLabelsDemo(f_, sum_.receptionPartyId);
     // A guest who has not chosen a meal has no menu at all (a table of 0 means "not seated").
@@ -764,6 +767,7 @@ class Builder {
                       .paidOn = date(2027, 5, 3),
                       .paid = true,
                       .invoiceId = inv});
+    addVendorDirectory(f_, e, own);
   }
 
   long vendor(const char* name, const char* category, long catId, double tax, double tip,

@@ -2,6 +2,8 @@
 // (Label, Field, CheckBox, ...). The engine copies the state record to snapshot a band instance.
 #pragma once
 
+#include "galvix/error.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -99,9 +101,9 @@ struct ControlState {
 };
 
 // Raised when code asks for a control or section that does not exist, or of the wrong kind.
-class EngineError : public std::runtime_error {
+class EngineError : public galvix::Error {
  public:
-  using std::runtime_error::runtime_error;
+  using galvix::Error::Error;
 };
 
 // Base facade: the properties every control has.

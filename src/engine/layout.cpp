@@ -16,7 +16,7 @@ namespace galvix::engine {
 using nlohmann::json;
 
 LayoutError::LayoutError(std::string file, std::string path, std::string reason)
-    : std::runtime_error(file + ": " + (path.empty() ? "/" : path) + ": " + reason),
+    : galvix::Error(file + ": " + (path.empty() ? "/" : path) + ": " + reason),
       file_(std::move(file)),
       path_(std::move(path)),
       reason_(std::move(reason)) {}

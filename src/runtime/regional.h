@@ -37,4 +37,17 @@ const RegionalSettings& regional();
 void setRegional(std::string_view name);
 const RegionalSettings& regionalByName(std::string_view name);
 
+// The settings of one run, on its thread only, for the scope's life (an empty name keeps the
+// current ones); other threads keep theirs.
+class RegionalScope {
+ public:
+  explicit RegionalScope(std::string_view name);
+  ~RegionalScope();
+  RegionalScope(const RegionalScope&) = delete;
+  RegionalScope& operator=(const RegionalScope&) = delete;
+
+ private:
+  const RegionalSettings* previous_;
+};
+
 }  // namespace galvix

@@ -130,16 +130,156 @@ class LongValues : public ReportTest {
     for (int type : {0, 1})
       db().item(db().assignment(event_, cat, vendor, {.worksheetType = type}),
                 {.item = "Ceremony arch", .price = data::money(type ? 1987654.32 : 1234567.89)});
+
+    // The estimates, payments and quotes: a company with every part of its block long.
+    const long pro = db().vendor(
+        {.company = "Traiteur des Alpilles et du Pays d'Arles - Réceptions, Banquets et Mariages",
+         .address = "Domaine de la Grande Bastide, Chemin des Oliviers Centenaires, Bâtiment B",
+         .city = "Saint-Rémy-de-Provence",
+         .state = "Bouches-du-Rhône",
+         .postalCode = "13210 CEDEX 04",
+         .country = "France métropolitaine",
+         .phone = "+33 4 90 92 00 00 ext. 12345",
+         .fax = "+33 4 90 92 00 01 ext. 67890",
+         .www = "www.traiteur-des-alpilles-et-du-pays-darles-receptions.example.fr",
+         .tax = 20,
+         .tip = 12.5});
+    const long chef = db().contact(pro, {.first = kName60,
+                                         .last = kLast30,
+                                         .title = "Dr.",
+                                         .suffix = "",
+                                         .email = "maximiliana.wolfeschlegelsteinhausen@traiteur-"
+                                                  "des-alpilles.example.fr",
+                                         .phone = "+33 4 90 92 00 00 ext. 12345",
+                                         .fax = "+33 4 90 92 00 01",
+                                         .mobile = "+33 6 12 34 56 78 (weekends only)",
+                                         .pager = "+33 6 98 76 54 32 (emergencies)"});
+    const long estimate = db().assignment(
+        event_, cat, pro,
+        {.worksheetType = 2,
+         .selected = true,
+         .tax = 20,
+         .tip = 12.5,
+         .deliveryDate = data::date(2025, 6, 14),
+         .deliveryTime = data::time(11, 30),
+         .deliveryAddress = "Service entrance behind the Orangery, via the gravel lane along "
+                            "the vineyard wall, gate code 4711",
+         .notes = kLong120,
+         .cancellationPolicy = "The deposit is not refundable. Half of the balance is due when "
+                               "cancelled within sixty days of the event, all of it within "
+                               "thirty days, unless the date can be moved within the season.",
+         .primaryContactId = chef,
+         .secondaryContactId = chef});
+    db().item(estimate, {.item = "Seven-course tasting menu with wine pairings from the Luberon",
+                         .description = kLong120,
+                         .price = data::money(189.5),
+                         .qty = 120,
+                         .tax = true,
+                         .tip = true,
+                         .paidBy = "Witness to the Civil Ceremony and Keeper of the Rings"});
+    db().item(estimate, {.item = "Ceremony arch", .price = data::money(980), .tax = true});
+    db().payment(estimate, {.type = "Deposit",
+                            .amount = data::money(12345.67),
+                            .due = data::date(2025, 1, 15),
+                            .paidOn = data::date(2025, 1, 14),
+                            .paid = true});
+    db().payment(
+        estimate,
+        {.type = "Final payment", .amount = data::money(19876.54), .due = data::date(2025, 6, 1)});
+    vendorDirectoryAndInvoice();
+  }
+
+  // The planner's own company with a logo, professionals with long contacts in two categories,
+  // and an invoice of long lines.
+  void vendorDirectoryAndInvoice() {
+    const long own = db().vendor({.company = "Maison Ashworth Événements et Conciergerie de Luxe",
+                                  .address = "Bâtiment des Anciennes Écuries, 14 Chemin du Moulin",
+                                  .city = "Saint-Rémy-de-Provence",
+                                  .postalCode = "13210",
+                                  .country = "France",
+                                  .system = 1,
+                                  .myCompany = true});
+    // 4x2 pixels of one colour.
+    db().image(own,
+               {'G', 'I', 'F', '8', '9', 'a', 4, 0, 2, 0, 0x80, 0, 0, 0x20, 0x40, 0xC0, 0, 0,
+                0,   ',', 0,   0,   0,   0,   4, 0, 2, 0, 0,    2, 3, 0x84, 0x8F, 0x05, 0, ';'});
+    const long required = db().expenseCategory(
+        "Lighting, sound reinforcement, staging and the evening's special effects");
+    db().budgetLine(event_, required, {.vendorRequired = true});
+    const long other = db().expenseCategory("Transport");
+    const long v = db().vendor({.company = "Lumières et Sonorisation du Grand Luberon SARL",
+                                .address = "Zone Artisanale des Grandes Terres, Lot 27, Hangar B",
+                                .city = "Cavaillon",
+                                .state = "Provence-Alpes-Côte d'Azur",
+                                .postalCode = "84300",
+                                .phone = "+33 4 90 71 00 00 poste 1234",
+                                .fax = "+33 4 90 71 00 01 poste 5678",
+                                .www = "www.lumieres-et-sonorisation-du-grand-luberon.example.fr"});
+    db().vendorCategory(v, required);
+    db().vendorCategory(v, other);
+    long contacts[2];
+    for (int i = 0; i < 2; ++i)
+      contacts[i] = db().contact(
+          v, {.first = kName60,
+              .last = kLast30,
+              .title = "Dr.",
+              .suffix = "",
+              .nickName = "Maximiliana the Magnificent",
+              .jobTitle = "Directrice Technique et Responsable de la Sécurité",
+              .email = "maximiliana.wolfeschlegelsteinhausen@lumieres-luberon.example.fr",
+              .phone = "+33 4 90 71 00 00 poste 1234",
+              .fax = "+33 4 90 71 00 01 poste 5678",
+              .mobile = "+33 6 12 34 56 78",
+              .pager = "+33 6 98 76 54 32",
+              .reportOrder = i + 1});
+    const long show = db().assignment(event_, required, v,
+                                      {.worksheetType = 2,
+                                       .tip = 15,
+                                       .deliveryTime = data::time(16, 30),
+                                       .primaryContactId = contacts[0],
+                                       .secondaryContactId = contacts[1]});
+    // A running head holds two lines: the longest company name a directory heads with.
+    db().assignment(event_, required,
+                    db().vendor({.company = kName60 + " " + kLast30, .phone = "+33 4"}),
+                    {.worksheetType = 2});
+    for (const char* c : {"Title", "FirstName", "LastName", "Suffix", "NickName", "JobTitle"})
+      db().exec(std::string("UPDATE VendorContacts SET ") + c + " = '' WHERE " + c + " IS NULL");
+
+    invoice_ = db().invoice(event_, {.number = "2025-000012345-PROVENCE-ASHWORTH",
+                                     .description = kLong120,
+                                     .note = kLong120 + " " + kLong120,
+                                     .createdBy = kName60 + " " + kLast30,
+                                     .paymentTerms = "Half on signature, half thirty days "
+                                                     "before the wedding",
+                                     .billToName = "Mr. and Mrs. " + kName60 + " " + kLast30,
+                                     .billToAddress = "The Old Orangery, Upper Terrace\r\n"
+                                                      "Château de la Motte-Fénelon\r\n"
+                                                      "1200 Route des Vignes Anciennes",
+                                     .date = data::date(2025, 5, 1),
+                                     .due = data::date(2025, 5, 31)});
+    const long items = db().assignment(event_, required, own, {.worksheetType = 1, .tax = 20});
+    db().item(items, {.item = "Planning and coordination of the whole wedding weekend",
+                      .description = " including the rehearsal dinner and the Sunday brunch",
+                      .price = data::money(1987654.32),
+                      .qty = 3,
+                      .tax = true,
+                      .invoiceId = invoice_});
+    db().paymentType("Deposit on signature of the contract, non-refundable", 1);
+    db().payment(show, {.type = "Deposit on signature of the contract, non-refundable",
+                        .amount = data::money(1234567.89),
+                        .invoiceId = invoice_});
   }
 
   // Catalogue examples name an event and a party by placeholders.
   std::string expand(std::string v) const {
-    v = std::regex_replace(v, std::regex("\\{EventID\\}"), std::to_string(event_));
+    v = std::regex_replace(v, std::regex("\\{(Quote)?EventID\\}"), std::to_string(event_));
+    v = std::regex_replace(v, std::regex("\\{QuoteEventName\\}"), "The Ashworth Wedding");
     v = std::regex_replace(v, std::regex("\\{(RoomPlan)?PartyID\\}"), std::to_string(party_));
+    v = std::regex_replace(v, std::regex("\\{InvoiceID\\}"), std::to_string(invoice_));
     return std::regex_replace(v, std::regex("\\{(RoomPlan)?PartyName\\}"), "Rehearsal Dinner");
   }
 
-  long event_ = 0, party_ = 0;
+  long event_ = 0, party_ = 0, invoice_ = 0;
 };
 
 bool overlap(const doc::Rect& a, const doc::Rect& b) {

@@ -1,12 +1,16 @@
 #include <mutex>
+#include <sstream>
 
 #include "db/connection.h"
 #include "engine/run.h"
 #include "frame/catalogue.h"
 #include "frame/frame_report.h"
+#include "frame/host.h"
 #include "galvix/report.h"
 #include "render/render.h"
+#include "reports/designers.h"
 #include "runtime/format.h"
+#include "runtime/regional.h"
 
 namespace galvix {
 namespace {
@@ -26,6 +30,23 @@ engine::TextMeasurer& measurer() {
 
 std::string who(const frame::FrameReport& r) {
   return r.displayName();
+}
+
+void linkDesignersOnce() {
+  static std::once_flag once;
+  std::call_once(once, [] { reports::linkDesigners(); });
+}
+
+// Output failures as the public type, whatever layer raised them.
+template <typename F>
+auto output(F&& f) -> decltype(f()) {
+  try {
+    return f();
+  } catch (const OutputError&) {
+    throw;
+  } catch (const std::exception& e) {
+    throw OutputError(e.what());
+  }
 }
 }  // namespace
 
@@ -47,7 +68,24 @@ const std::string& ReportObject::designer() const {
 }
 
 void ReportObject::set(std::string_view property, const Variant& value) {
-  report_->set(property, value);
+  try {
+    report_->set(property, value);
+  } catch (const std::exception& e) {
+    PropertyError err(e.what());
+    err.withReport(who(*report_)).withCause(e.what());
+    throw err;
+  }
+}
+
+void ReportObject::setLocale(std::string name) {
+  try {
+    if (!name.empty()) (void)regionalByName(name);
+  } catch (const std::exception& e) {
+    PropertyError err(who(*report_) + ": " + e.what());
+    err.withReport(who(*report_)).withCause(e.what());
+    throw err;
+  }
+  locale_ = std::move(name);
 }
 std::vector<std::string> ReportObject::properties() const {
   return report_->propertyNames();
@@ -56,8 +94,10 @@ bool ReportObject::hasProperty(std::string_view property) const {
   return report_->hasProperty(property);
 }
 
-doc::Document ReportObject::run(bool* cancelled, std::shared_ptr<engine::HostServices> host) {
+doc::Document ReportObject::run(bool* cancelled, std::shared_ptr<HostServices> host) {
   installFormatter();
+  const RegionalScope regional(locale_);
+  const frame::RunHost runHost(host.get());
   engine::RunOptions opt;
   opt.measurer = &measurer();
   opt.host = std::move(host);
@@ -69,6 +109,11 @@ doc::Document ReportObject::run(bool* cancelled, std::shared_ptr<engine::HostSer
     return cancelled_flag.load(std::memory_order_relaxed) || Clock::now() > deadline;
   };
   opt.stopRequested = stop;
+  auto stopped = [&](const std::string& why) {
+    ReportRunError err(who(*report_) + ": " + why);
+    err.withReport(who(*report_)).withCause(why);
+    throw err;
+  };
   // Why the run stopped, when something asked it to; empty otherwise.
   auto stopReason = [&]() -> std::string {
     if (cancelled_flag.exchange(false)) return "the run was cancelled";
@@ -90,7 +135,7 @@ doc::Document ReportObject::run(bool* cancelled, std::shared_ptr<engine::HostSer
         report_->catalogueName().empty() ? report_->name() : report_->catalogueName();
     return std::move(res.document);
   } catch (const db::DbError& e) {
-    if (auto why = stopReason(); !why.empty()) throw ReportRunError(who(*report_) + ": " + why);
+    if (auto why = stopReason(); !why.empty()) stopped(why);
     std::string msg = who(*report_) + ": " + e.description();
     if (!e.sqlWritten().empty()) msg += "\n  SQL as written:  " + e.sqlWritten();
     if (e.position() >= 0 && static_cast<size_t>(e.position()) < e.sqlWritten().size())
@@ -98,27 +143,66 @@ doc::Document ReportObject::run(bool* cancelled, std::shared_ptr<engine::HostSer
              e.sqlWritten().substr(static_cast<size_t>(e.position()), 40);
     if (!e.sqlExecuted().empty() && e.sqlExecuted() != e.sqlWritten())
       msg += "\n  SQL as executed: " + e.sqlExecuted();
-    throw ReportRunError(msg);
+    DatabaseError err(msg);
+    err.withReport(who(*report_)).withSql(e.sqlWritten(), e.sqlExecuted(), e.position());
+    err.withCause(e.description());
+    throw err;
   } catch (const std::exception& e) {
-    if (auto why = stopReason(); !why.empty()) throw ReportRunError(who(*report_) + ": " + why);
-    throw ReportRunError(who(*report_) + ": " + e.what());
+    if (auto why = stopReason(); !why.empty()) stopped(why);
+    ReportRunError err(who(*report_) + ": " + e.what());
+    err.withReport(who(*report_)).withCause(e.what());
+    if (const auto* ge = dynamic_cast<const Error*>(&e))
+      err.withSql(ge->sqlWritten(), ge->sqlExecuted(), ge->position());
+    throw err;
   }
 }
 
 std::unique_ptr<ReportObject> Report::GetNewReport(std::string_view name) const {
+  linkDesignersOnce();
   auto r = frame::newReport(name);
   if (!r) return nullptr;
   return std::make_unique<ReportObject>(std::move(r));
 }
 
+std::vector<CatalogueInfo> Report::catalogue() {
+  linkDesignersOnce();
+  std::vector<CatalogueInfo> out;
+  for (const auto& e : frame::catalogue()) {
+    CatalogueInfo info{e.name, e.designer, e.about, e.built(), {}};
+    if (info.available)
+      if (auto r = frame::newReport(e.name)) info.properties = r->propertyNames();
+    out.push_back(std::move(info));
+  }
+  return out;
+}
+
 void writePdf(const doc::Document& d, const std::string& path) {
-  render::writePdf(d, path);
+  output([&] { render::writePdf(d, path); });
 }
 std::vector<std::string> writePng(const doc::Document& d, const std::string& prefix, double dpi) {
-  return render::writePng(d, prefix, dpi);
+  return output([&] { return render::writePng(d, prefix, dpi); });
 }
 std::vector<std::string> writeSvg(const doc::Document& d, const std::string& prefix) {
-  return render::writeSvg(d, prefix);
+  return output([&] { return render::writeSvg(d, prefix); });
+}
+void writePdf(const doc::Document& d, std::ostream& out) {
+  output([&] { render::writePdf(d, out); });
+}
+std::vector<unsigned char> pdfBytes(const doc::Document& d) {
+  std::ostringstream out;
+  writePdf(d, out);
+  const std::string s = std::move(out).str();
+  return {s.begin(), s.end()};
+}
+void writePng(const doc::Document& d, std::size_t page, std::ostream& out, double dpi) {
+  output([&] { render::writePng(d, page, out, dpi); });
+}
+void writeSvg(const doc::Document& d, std::size_t page, std::ostream& out) {
+  output([&] { render::writeSvg(d, page, out); });
+}
+
+const char* version() noexcept {
+  return GALVIX_VERSION_STRING;
 }
 
 }  // namespace galvix
