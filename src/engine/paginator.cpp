@@ -8,8 +8,11 @@ namespace galvix::engine {
 
 namespace {
 
+// To whole twips. Sizes a host gives can be anything a single holds: beyond a billion twips
+// (about 11 miles) they saturate, and not-a-number is 0, rather than wrapping.
 std::int32_t rnd(double v) {
-  return static_cast<std::int32_t>(std::nearbyint(v));
+  if (std::isnan(v)) return 0;
+  return static_cast<std::int32_t>(std::clamp(std::nearbyint(v), -1073741824.0, 1073741824.0));
 }
 
 constexpr std::int32_t kUnbounded = INT32_MAX / 4;
@@ -315,6 +318,14 @@ void Paginator::commit(BandInstance& inst, bool flow) {
         y += std::min(cut1 - cut0, bodyBottom_ - y);
         y_ = y;
         cut0 = cut1;
+        // A stretch of the band a page long or more that holds nothing gives no blank pages:
+        // the band goes on with its next item (a host's absurd height ends in a few pages).
+        if (cut0 < h) {
+          std::int32_t next = h;
+          for (auto& it : items)
+            if (const std::int32_t t = extent(it).first; t >= cut0) next = std::min(next, t);
+          if (next - cut0 >= bodyHeight()) cut0 = next;
+        }
         if (cut0 < h) {
           moveToNewPage();
         }

@@ -13,8 +13,11 @@ namespace galvix::engine {
 
 namespace {
 
+// To whole twips. Sizes a host gives can be anything a single holds: beyond a billion twips
+// (about 11 miles) they saturate, and not-a-number is 0, rather than wrapping.
 std::int32_t rnd(double v) {
-  return static_cast<std::int32_t>(std::nearbyint(v));
+  if (std::isnan(v)) return 0;
+  return static_cast<std::int32_t>(std::clamp(std::nearbyint(v), -1073741824.0, 1073741824.0));
 }
 
 bool sameKey(const Variant& a, const Variant& b) {
