@@ -196,6 +196,11 @@ std::string examplesHelp() {
     s += "  galvix render \"" + e.name + "\" --db events.sqlite";
     for (const auto& [k, v] : e.example) s += " \\\n      --set \"" + k + "=" + v + "\"";
     s += "\n";
+    for (const auto& [suffix, example] : e.moreExamples) {
+      s += "  galvix render \"" + e.name + "\" --db events.sqlite";
+      for (const auto& [k, v] : example) s += " \\\n      --set \"" + k + "=" + v + "\"";
+      s += "\n";
+    }
   }
   return s +
          "({PartyID}, {RoomPlanPartyID}, {EventID}, {InvoiceID} and {QuoteEventID} stand for keys "
@@ -277,21 +282,27 @@ Registration renderAll([](CLI::App& app) {
     int failed = 0;
     for (const auto& e : frame::catalogue()) {
       if (!e.built()) continue;
-      try {
-        auto r = newOrExit(e.name);
-        r->set("ConnectionString", conn);
-        auto setIf = [&](const char* prop, const std::string& v) {
-          if (r->hasProperty(prop)) r->set(prop, Variant(v));
-        };
-        setIf("Title", ids.count("{EventName}") ? ids["{EventName}"] : e.name);
-        setIf("ReportName", e.name);
-        setIf("Criteria", "");
-        for (const auto& [k, v] : e.example) r->set(k, Variant(substitute(v, ids)));
-        r->setTimeLimit(limitOf(*timeout));
-        renderOne(*r, *dir + "/" + fileStem(e.name) + ".pdf", "pdf", db::dataSourceOf(conn));
-      } catch (const std::exception& ex) {
-        ++failed;
-        std::cerr << ex.what() << "\n";
+      auto variants = e.moreExamples;
+      variants.insert(variants.begin(), {"", e.example});
+      for (const auto& [suffix, example] : variants) {
+        try {
+          auto r = newOrExit(e.name);
+          r->set("ConnectionString", conn);
+          auto setIf = [&](const char* prop, const std::string& v) {
+            if (r->hasProperty(prop)) r->set(prop, Variant(v));
+          };
+          setIf("Title", ids.count("{EventName}") ? ids["{EventName}"] : e.name);
+          setIf("ReportName", e.name);
+          setIf("Criteria", "");
+          for (const auto& [k, v] : example) r->set(k, Variant(substitute(v, ids)));
+          r->setTimeLimit(limitOf(*timeout));
+          renderOne(*r,
+                    *dir + "/" + fileStem(e.name) + (suffix.empty() ? "" : "-" + suffix) + ".pdf",
+                    "pdf", db::dataSourceOf(conn));
+        } catch (const std::exception& ex) {
+          ++failed;
+          std::cerr << ex.what() << "\n";
+        }
       }
     }
     if (failed) throw Exit{1, "galvix: " + std::to_string(failed) + " report(s) failed"};

@@ -128,6 +128,7 @@ class Builder {
     addMoneyDemo(f_, sum_);
     addSmallBudgetLines(f_, sum_.weddingEventId);
     labelsAndStationery();
+    addLabelsDemo(f_, sum_.receptionPartyId);
     // A guest who has not chosen a meal has no menu at all (a table of 0 means "not seated").
     f_.exec("UPDATE Invitees SET MenuID = NULL WHERE MenuID = 0");
     // The planning application stores a blank suffix, not Null, for a guest without one.

@@ -13,8 +13,11 @@ namespace galvix::engine {
 
 namespace {
 
+// To whole twips. Sizes a host gives can be anything a single holds: beyond a billion twips
+// (about 11 miles) they saturate, and not-a-number is 0, rather than wrapping.
 std::int32_t rnd(double v) {
-  return static_cast<std::int32_t>(std::nearbyint(v));
+  if (std::isnan(v)) return 0;
+  return static_cast<std::int32_t>(std::clamp(std::nearbyint(v), -1073741824.0, 1073741824.0));
 }
 
 bool sameKey(const Variant& a, const Variant& b) {
@@ -726,6 +729,9 @@ RunResult RunLoop::run() {
   RunResult res;
   report_.cancelled_ = false;
   report_.pageNumber_ = 0;
+  report_.measurer_ = options_.measurer;
+  const std::unique_ptr<Report, void (*)(Report*)> forgetMeasurer(
+      &report_, [](Report* r) { r->measurer_ = nullptr; });
   if (options_.host) report_.setHost(options_.host);
   RunningGuard guard(report_.data_);
   try {
@@ -745,6 +751,9 @@ RunResult RunLoop::run() {
 
 Fragment RunLoop::runEmbedded(std::int32_t width) {
   report_.cancelled_ = false;
+  report_.measurer_ = options_.measurer;
+  const std::unique_ptr<Report, void (*)(Report*)> forgetMeasurer(
+      &report_, [](Report* r) { r->measurer_ = nullptr; });
   RunningGuard guard(report_.data_);
   try {
     begin();

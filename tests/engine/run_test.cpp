@@ -1,6 +1,7 @@
 #include <fstream>
 #include <sstream>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "engine/document_dump.h"
@@ -242,6 +243,72 @@ TEST(Columns, LabelsThreeAcrossWithSpacingBand) {
   ASSERT_EQ(p2.size(), 2u);
   EXPECT_EQ(p2[1]->box.left, 500 + 100 + 1700);
   EXPECT_EQ(p2[1]->box.top, 500);
+}
+
+// Labels given their own width sit one pitch apart whatever the print width leaves over; a
+// label count beyond reason, negative spacing and a negative gap band do not break the run.
+TEST(Columns, GivenWidthSetsThePitchAndOddSizesCountAsLimits) {
+  class R : public Report {
+   public:
+    R(int columns, double width, double spacing, double gap)
+        : Report(layoutOf(layoutJson("rptLabels", R"(
+        {"kind": "groupHeader", "name": "ghSpace", "everyRow": true, "height": 0},
+        {"kind": "detail", "name": "Detail", "height": 800,
+         "controls": [{"kind": "label", "name": "txtLabel", "width": 1000, "height": 800}]},
+        {"kind": "groupFooter", "name": "gfSpace", "height": 0})"))) {
+      std::vector<RowValues> v;
+      for (int i = 1; i <= 5; ++i) v.push_back({Variant::string("L" + std::to_string(i))});
+      data().setRows({"Label"}, std::move(v));
+      auto& d = section("Detail");
+      d.setColumnCount(columns);
+      d.setColumnWidth(width);
+      d.setColumnSpacing(spacing);
+      d.setColumnDirection(ColumnDirection::AcrossDown);
+      section("gfSpace").setHeight(gap);
+    }
+  };
+  auto positions = [](R& r) {
+    std::vector<std::pair<int, int>> at;
+    const auto res = test::run(r);
+    for (std::size_t p = 1; p <= res.document.pages.size(); ++p)
+      for (auto* t : texts(res.document, static_cast<int>(p), "txtLabel"))
+        at.emplace_back(t->box.left, t->box.top);
+    return at;
+  };
+  // Print width 5000: derived columns would be (5000 - 200) / 3 = 1600 wide; given 1200, the
+  // labels are 1300 apart and the last 1300 twips stay empty.
+  R given(3, 1200, 100, 200);
+  EXPECT_THAT(positions(given), ::testing::ElementsAre(std::pair{500, 500}, std::pair{1800, 500},
+                                                       std::pair{3100, 500}, std::pair{500, 1500},
+                                                       std::pair{1800, 1500}));
+  // Negative spacing and gap count as none: labels touch across and down.
+  R tight(2, 1200, -300, -1000);
+  EXPECT_THAT(positions(tight), ::testing::ElementsAre(std::pair{500, 500}, std::pair{1700, 500},
+                                                       std::pair{500, 1300}, std::pair{1700, 1300},
+                                                       std::pair{500, 2100}));
+  // Far more columns than exist: the count stops at the limit and the five share one row.
+  R many(2000000000, 1200, 100, 0);
+  EXPECT_EQ(many.section("Detail").columnCount(), kMaxColumns);
+  EXPECT_EQ(positions(many).back(), (std::pair{500 + 4 * 1300, 500}));
+}
+
+// Handlers that place text by its size measure with the run's measurer, the one the pages are
+// laid out with; outside a run there is none.
+TEST(Run, HandlersReachTheRunsMeasurer) {
+  class R : public Report {
+   public:
+    R()
+        : Report(layoutOf(layoutJson("rptMeasure", R"({"kind": "detail", "name": "Detail",
+        "height": 300})"))) {}
+    void onReportStart() override { seen = measurer(); }
+    TextMeasurer* seen = nullptr;
+  } r;
+  FixedMetricMeasurer m;
+  RunOptions o;
+  o.measurer = &m;
+  runReport(r, o);
+  EXPECT_EQ(r.seen, &m);
+  EXPECT_EQ(r.measurer(), nullptr);
 }
 
 TEST(Columns, DownThenAcrossFillsAColumnFirst) {
