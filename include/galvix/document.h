@@ -105,15 +105,29 @@ struct Picture {
   Border border;
 };
 
-struct Chart {
-  Rect box;
-  std::string title;
-  std::vector<double> values;
-  std::vector<std::string> labels;
+// A figure of straight and curved segments, filled and/or outlined: vector drawing (chart
+// slices). Points are twips from the box's top-left corner, so moving the box moves the figure.
+struct PathPoint {
+  std::int32_t x = 0, y = 0;
+  friend bool operator==(const PathPoint&, const PathPoint&) = default;
+};
+// CurveTo takes three points (two control points, then the end); Close none; the others one.
+enum class PathOp : std::uint8_t { MoveTo, LineTo, CurveTo, Close };
+
+struct Path {
+  Rect box;  // encloses the figure
+  std::vector<PathOp> ops;
+  std::vector<PathPoint> points;
+  std::optional<Color> fill;  // none: not filled
+  std::optional<Color>
+      fillTo;  // with fill: shaded from fill at the box's top to this at its bottom
+  LineStyle style = LineStyle::Transparent;
+  int weight = 1;  // pixels at 96 dpi
+  Color lineColor = kBlack;
 };
 
 struct Item {
-  std::variant<Text, RichText, Line, Box, CheckBox, Picture, Chart> content;
+  std::variant<Text, RichText, Line, Box, CheckBox, Picture, Path> content;
   std::string section;    // section (band) name
   std::string control;    // control name
   std::int32_t row = -1;  // data row index the band instance was formatted from, -1 if none

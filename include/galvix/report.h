@@ -7,34 +7,30 @@
 //   r->set("SQLWhere", "WHERE Parties.PartyID = 3");
 //   galvix::doc::Document d = r->run();
 //   galvix::writePdf(d, "guests.pdf");
+//
+// Everything the library throws is a galvix::Error (galvix/error.h). Reports may run on several
+// threads at once, one report object per thread.
 #pragma once
 
 #include <atomic>
 #include <chrono>
+#include <iosfwd>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "galvix/document.h"
+#include "galvix/error.h"
+#include "galvix/host.h"
 #include "galvix/variant.h"
+#include "galvix/version.h"
 
 namespace galvix {
 
 namespace frame {
 class FrameReport;
 }
-namespace engine {
-class HostServices;
-}
-
-// A report failed: the message names the report and, for database errors, the SQL as written
-// and as executed.
-class ReportRunError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 class ReportObject {
  public:
@@ -45,14 +41,21 @@ class ReportObject {
 
   const std::string& catalogueName() const;
   const std::string& designer() const;
-  // Write-only properties by name; an unknown name is an error listing the report's properties.
+  // Write-only properties by name (case-insensitive), each converting the value to its type as
+  // the platform does ("3" to a Long, -1 to True). An unknown name, or a value the property cannot
+  // take, raises PropertyError naming the report and listing its properties.
   void set(std::string_view property, const Variant& value);
   std::vector<std::string> properties() const;
   bool hasProperty(std::string_view property) const;
 
+  // The regional settings its runs print dates and money with: "en-US", "en-GB" or "de-DE"
+  // (PropertyError for another); empty: the process's (GALVIX_LOCALE, else en-US).
+  void setLocale(std::string name);
+
   // Runs the report. `cancelled` tells whether a handler ended it (no document, no pages);
-  // messages the report shows go to `host` (stderr when null).
-  doc::Document run(bool* cancelled = nullptr, std::shared_ptr<engine::HostServices> host = {});
+  // messages, the clock, settings and the temporary folder come from `host` (the default host
+  // when null). Failures raise ReportRunError.
+  doc::Document run(bool* cancelled = nullptr, std::shared_ptr<HostServices> host = {});
 
   // Stops the run in progress (or the next one) at its next band or within a moment of its
   // current query; run() then fails with ReportRunError saying it was cancelled. Safe to call
@@ -67,25 +70,48 @@ class ReportObject {
   std::unique_ptr<frame::FrameReport> report_;
   std::unique_ptr<std::atomic<bool>> cancel_;
   std::chrono::milliseconds timeLimit_{0};
+  std::string locale_;
+};
+
+// One catalogue name, what it prints and, when its designer is built, its properties.
+struct CatalogueInfo {
+  std::string name;
+  std::string designer;  // empty: the name returns no object
+  std::string about;
+  bool available = false;  // GetNewReport returns an object
+  std::vector<std::string> properties;
 };
 
 class Report {
  public:
-  // Stored only: the host sets each created report's own properties.
+  // Stored only, as the original component did: GetNewReport does not pass them on. The host
+  // sets each created report's own ConnectionString, SQLWhere and SQLOrderBy.
   void setConnectionString(std::string s) { connectionString_ = std::move(s); }
   void setSQLWhere(std::string s) { sqlWhere_ = std::move(s); }
   void setSQLOrderBy(std::string s) { sqlOrderBy_ = std::move(s); }
   // A new report for a catalogue name (exact, case-sensitive), or null.
   std::unique_ptr<ReportObject> GetNewReport(std::string_view name) const;
+  // Every catalogue name in catalogue order.
+  static std::vector<CatalogueInfo> catalogue();
 
  private:
   std::string connectionString_, sqlWhere_, sqlOrderBy_;
 };
 
-// Rendering helpers (atomic writes). PNG and SVG write one file per page: prefix-N.ext.
+// Output. Files are written atomically (a failure leaves no partial file and the old one in
+// place); PNG and SVG write one file per page, prefix-N.ext, and return the paths. Failures raise
+// OutputError.
 void writePdf(const doc::Document& d, const std::string& path);
 std::vector<std::string> writePng(const doc::Document& d, const std::string& prefix,
                                   double dpi = 96);
 std::vector<std::string> writeSvg(const doc::Document& d, const std::string& prefix);
+// Into a stream or memory (a server's response): the whole PDF, or one page (0-based).
+void writePdf(const doc::Document& d, std::ostream& out);
+std::vector<unsigned char> pdfBytes(const doc::Document& d);
+void writePng(const doc::Document& d, std::size_t page, std::ostream& out, double dpi = 96);
+void writeSvg(const doc::Document& d, std::size_t page, std::ostream& out);
+
+// "5.1.0"
+const char* version() noexcept;
 
 }  // namespace galvix

@@ -9,14 +9,15 @@
 #include <variant>
 #include <vector>
 
+#include "galvix/error.h"
+
 namespace galvix {
 
 // Error raised by value conversions and arithmetic. `number` is the platform's
 // run-time error number (6 overflow, 13 type mismatch, 94 invalid use of Null, 5 invalid call).
-class RuntimeError : public std::runtime_error {
+class RuntimeError : public Error {
  public:
-  RuntimeError(int number, const std::string& message)
-      : std::runtime_error(message), number_(number) {}
+  RuntimeError(int number, const std::string& message) : Error(message), number_(number) {}
   int number() const noexcept { return number_; }
 
  private:

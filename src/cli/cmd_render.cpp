@@ -77,6 +77,28 @@ std::map<std::string, std::string> exampleIds(const std::string& conn) {
     ids["{RoomPlanPartyName}"] = rs.value("SubEventName").displayText();
   }
   rs.close();
+  // The invoice wants one of the event's invoices.
+  ids["{InvoiceID}"] = "1";
+  rs.open("SELECT Invoices.InvoiceID FROM Invoices WHERE Invoices.EventID = " + ids["{EventID}"] +
+              " ORDER BY Invoices.InvoiceID",
+          c);
+  if (!rs.EOF_()) ids["{InvoiceID}"] = rs.value("InvoiceID").toString();
+  rs.close();
+  // The quote comparison wants the event whose item most event professionals quote on.
+  ids["{QuoteEventID}"] = ids["{EventID}"];
+  ids["{QuoteEventName}"] = ids["{EventName}"];
+  rs.open(
+      "SELECT VendorAssignments.EventID, Events.EventName, Count(1) AS N FROM (VendorAssignments "
+      "INNER JOIN Items ON VendorAssignments.VendorAssignmentID = Items.VendorAssignmentID) "
+      "INNER JOIN Events ON VendorAssignments.EventID = Events.EventID WHERE "
+      "VendorAssignments.WorkSheetType = 2 GROUP BY VendorAssignments.EventID, Events.EventName, "
+      "Items.Item ORDER BY Count(1) DESC, VendorAssignments.EventID",
+      c);
+  if (!rs.EOF_()) {
+    ids["{QuoteEventID}"] = rs.value("EventID").toString();
+    ids["{QuoteEventName}"] = rs.value("EventName").displayText();
+  }
+  rs.close();
   return ids;
 }
 
@@ -174,8 +196,16 @@ std::string examplesHelp() {
     s += "  galvix render \"" + e.name + "\" --db events.sqlite";
     for (const auto& [k, v] : e.example) s += " \\\n      --set \"" + k + "=" + v + "\"";
     s += "\n";
+    for (const auto& [suffix, example] : e.moreExamples) {
+      s += "  galvix render \"" + e.name + "\" --db events.sqlite";
+      for (const auto& [k, v] : example) s += " \\\n      --set \"" + k + "=" + v + "\"";
+      s += "\n";
+    }
   }
-  return s + "({PartyID}, {RoomPlanPartyID} and {EventID} stand for keys of your database.)\n";
+  return s +
+         "({PartyID}, {RoomPlanPartyID}, {EventID}, {InvoiceID} and {QuoteEventID} stand for keys "
+         "of your "
+         "database.)\n";
 }
 
 Registration list([](CLI::App& app) {
@@ -252,21 +282,27 @@ Registration renderAll([](CLI::App& app) {
     int failed = 0;
     for (const auto& e : frame::catalogue()) {
       if (!e.built()) continue;
-      try {
-        auto r = newOrExit(e.name);
-        r->set("ConnectionString", conn);
-        auto setIf = [&](const char* prop, const std::string& v) {
-          if (r->hasProperty(prop)) r->set(prop, Variant(v));
-        };
-        setIf("Title", ids.count("{EventName}") ? ids["{EventName}"] : e.name);
-        setIf("ReportName", e.name);
-        setIf("Criteria", "");
-        for (const auto& [k, v] : e.example) r->set(k, Variant(substitute(v, ids)));
-        r->setTimeLimit(limitOf(*timeout));
-        renderOne(*r, *dir + "/" + fileStem(e.name) + ".pdf", "pdf", db::dataSourceOf(conn));
-      } catch (const std::exception& ex) {
-        ++failed;
-        std::cerr << ex.what() << "\n";
+      auto variants = e.moreExamples;
+      variants.insert(variants.begin(), {"", e.example});
+      for (const auto& [suffix, example] : variants) {
+        try {
+          auto r = newOrExit(e.name);
+          r->set("ConnectionString", conn);
+          auto setIf = [&](const char* prop, const std::string& v) {
+            if (r->hasProperty(prop)) r->set(prop, Variant(v));
+          };
+          setIf("Title", ids.count("{EventName}") ? ids["{EventName}"] : e.name);
+          setIf("ReportName", e.name);
+          setIf("Criteria", "");
+          for (const auto& [k, v] : example) r->set(k, Variant(substitute(v, ids)));
+          r->setTimeLimit(limitOf(*timeout));
+          renderOne(*r,
+                    *dir + "/" + fileStem(e.name) + (suffix.empty() ? "" : "-" + suffix) + ".pdf",
+                    "pdf", db::dataSourceOf(conn));
+        } catch (const std::exception& ex) {
+          ++failed;
+          std::cerr << ex.what() << "\n";
+        }
       }
     }
     if (failed) throw Exit{1, "galvix: " + std::to_string(failed) + " report(s) failed"};

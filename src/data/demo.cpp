@@ -1,4 +1,5 @@
 #include "data/demo.h"
+#include "data/demo_money.h"
 
 #include <glib.h>
 #include <unistd.h>
@@ -11,7 +12,9 @@
 #include <tuple>
 #include <vector>
 
+#include "data/demo_budget.h"
 #include "data/demo_events.h"
+#include "data/demo_vendors.h"
 #include "data/fixture.h"
 
 namespace galvix::data {
@@ -123,7 +126,10 @@ class Builder {
     wedding();
     gala();
     vendorsAndBudget();
+    addMoneyDemo(f_, sum_);
+    addSmallBudgetLines(f_, sum_.weddingEventId);
     labelsAndStationery();
+    addLabelsDemo(f_, sum_.receptionPartyId);
     addEventSummaries(f_, sum_.weddingEventId, sum_.galaEventId);
     // A guest who has not chosen a meal has no menu at all (a table of 0 means "not seated").
     f_.exec("UPDATE Invitees SET MenuID = NULL WHERE MenuID = 0");
@@ -765,6 +771,7 @@ class Builder {
                       .paidOn = date(2027, 5, 3),
                       .paid = true,
                       .invoiceId = inv});
+    addVendorDirectory(f_, e, own);
   }
 
   long vendor(const char* name, const char* category, long catId, double tax, double tip,

@@ -22,6 +22,11 @@ struct DemoSummary {
   int guests = 0, groups = 0, parties = 0;
 };
 
+class Fixture;
+// The labels, envelopes and stationery rows (label setup 2, envelope 2, stationery selection 2)
+// for the reception's invited groups.
+void addLabelsDemo(Fixture& f, long receptionPartyId);
+
 // Writes the database to `path` atomically (a temporary file beside it, then a rename).
 DemoSummary writeDemoDatabase(const std::string& path, const DemoOptions& options = {});
 

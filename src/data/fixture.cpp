@@ -384,7 +384,10 @@ long Fixture::item(long assignmentId, const ItemSpec& s) {
                           {"Qty", Variant::dbl(s.qty)},
                           {"Tax", truth(s.tax)},
                           {"Tip", truth(s.tip)},
-                          {"PaidBy", text(s.paidBy)}});
+                          // Who pays is a role of the event, by its key (Null: nobody named).
+                          {"PaidBy", s.paidBy.empty()
+                                         ? Variant::null()
+                                         : num(lookup("EventRoles", "RoleID", "Role", s.paidBy))}});
 }
 
 long Fixture::paymentType(std::string_view name, int sortOrder) {

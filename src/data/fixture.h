@@ -123,7 +123,7 @@ struct ItemSpec {
   Variant price = Variant::null();
   double qty = 1;
   bool tax = false, tip = false;
-  std::string paidBy;
+  std::string paidBy;  // a role of the event, by name; stored as its RoleID
   long invoiceId = 0;
 };
 

@@ -228,7 +228,7 @@ std::vector<TableDef> makeTables() {
         {"Qty", K::Double},
         {"Tax", K::Truth},
         {"Tip", K::Truth},
-        {"PaidBy", K::Text}},
+        {"PaidBy", K::Id}},
        {"VendorAssignmentID", "InvoiceID"}},
       {"DefPaymentSchedule",
        "PaymentTypeID",

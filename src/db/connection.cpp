@@ -87,12 +87,10 @@ const std::string kClosedMessage = "Operation is not allowed when the object is 
 // ---------------------------------------------------------------------------------------------
 DbError::DbError(std::uint32_t number, std::string description, std::string sqlWritten,
                  std::string sqlExecuted, int position)
-    : std::runtime_error(description),
-      number_(number),
-      description_(std::move(description)),
-      sqlWritten_(std::move(sqlWritten)),
-      sqlExecuted_(std::move(sqlExecuted)),
-      position_(position) {}
+    : galvix::Error(description), number_(number), description_(std::move(description)) {
+  withSql(std::move(sqlWritten), std::move(sqlExecuted), position);
+  withCause(description_);
+}
 
 // ---------------------------------------------------------------------------------------------
 std::string dataSourceOf(std::string_view cs) {
@@ -408,6 +406,30 @@ long Connection::executeNative(std::string_view sqliteSql) {
   Plan p;
   p.sql = std::string(sqliteSql);
   return impl_->run(p, sqliteSql);
+}
+
+void Connection::keepWorkTable(std::string_view table) {
+  sqlite3* db = impl().db();
+  sqlite3_stmt* st = nullptr;
+  sqlite3_prepare_v2(db,
+                     "SELECT sql FROM sqlite_temp_schema WHERE type = 'table' AND name = ?1 "
+                     "COLLATE NOCASE",
+                     -1, &st, nullptr);
+  sqlite3_bind_text(st, 1, table.data(), static_cast<int>(table.size()), SQLITE_TRANSIENT);
+  std::string definition;
+  if (sqlite3_step(st) == SQLITE_ROW)
+    if (const auto* text = sqlite3_column_text(st, 0))
+      definition = reinterpret_cast<const char*>(text);
+  sqlite3_finalize(st);
+  // SQLite keeps a temporary table's definition without its TEMP keyword.
+  constexpr std::string_view kCreate = "CREATE TABLE ";
+  if (definition.rfind(kCreate, 0) != 0) return;
+  definition.insert(kCreate.size(), "main.");
+  std::string name = "\"";
+  for (char c : table) name += c == '"' ? std::string("\"\"") : std::string(1, c);
+  name += "\"";
+  executeNative("DROP TABLE IF EXISTS main." + name + "; " + definition + "; INSERT INTO main." +
+                name + " SELECT * FROM temp." + name);
 }
 
 ConnectionImpl& Connection::impl() {

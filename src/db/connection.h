@@ -2,6 +2,8 @@
 // recordsets (forward-only read-only, or static with a record count), and commands.
 #pragma once
 
+#include "galvix/error.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -23,20 +25,18 @@ inline constexpr std::uint32_t kErrBofEof = 0x800A0BCD;        // BOF or EOF is 
 inline constexpr std::uint32_t kErrItemNotFound = 0x800A0CC1;  // no field of that name or ordinal
 
 // A database error: a number, a description, and the SQL as written and as executed.
-class DbError : public std::runtime_error {
+class DbError : public galvix::Error {
  public:
   DbError(std::uint32_t number, std::string description, std::string sqlWritten = {},
           std::string sqlExecuted = {}, int position = -1);
   std::uint32_t number() const noexcept { return number_; }
   const std::string& description() const noexcept { return description_; }
-  const std::string& sqlWritten() const noexcept { return sqlWritten_; }
-  const std::string& sqlExecuted() const noexcept { return sqlExecuted_; }
-  int position() const noexcept { return position_; }  // 0-based offset in sqlWritten, -1 if none
+  // sqlWritten(), sqlExecuted() and position() (0-based offset in sqlWritten, -1 if none) are
+  // galvix::Error's.
 
  private:
   std::uint32_t number_;
-  std::string description_, sqlWritten_, sqlExecuted_;
-  int position_;
+  std::string description_;
 };
 
 class ConnectionImpl;
@@ -83,6 +83,10 @@ class Connection {
   long execute(std::string_view jetSql);
   // The same for SQL already in SQLite's dialect (one or more statements, run as one unit).
   long executeNative(std::string_view sqliteSql);
+  // Copies this run's work table `table` (made as a temporary table of the run) into the
+  // database file, replacing a table of that name there, in one step: for a work table the
+  // user keeps after the run. Does nothing when the run has no such table.
+  void keepWorkTable(std::string_view table);
 
   ConnectionImpl& impl();  // backend access for the recordset and tools
 

@@ -2,6 +2,8 @@
 // (Label, Field, CheckBox, ...). The engine copies the state record to snapshot a band instance.
 #pragma once
 
+#include "galvix/error.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -16,6 +18,18 @@
 namespace galvix::engine {
 
 class Report;
+class TextMeasurer;
+
+// What a chart control shows, made by the chart's own code. The engine asks for it when it
+// places the control: page items for a box of the given size (twips), relative to the box's
+// top-left corner, measured with the run's text measurer (null when the run has none). Shared
+// between band snapshots, so it must not change once made.
+class ChartDrawing {
+ public:
+  virtual ~ChartDrawing() = default;
+  virtual std::vector<doc::Item> draw(std::int32_t width, std::int32_t height,
+                                      TextMeasurer* measurer) const = 0;
+};
 
 enum class ControlKind {
   Label,
@@ -93,15 +107,14 @@ struct ControlState {
   doc::SizeMode sizeMode = doc::SizeMode::Zoom;  // Picture
   std::string rtf;                               // RichText
   std::shared_ptr<Report> report;                // SubReport: the child report object
-  std::string chartTitle;                        // Chart
-  std::vector<double> chartValues;               // Chart
-  std::vector<std::string> chartLabels;          // Chart
+  std::string chartTitle, chartSubtitle;         // Chart: as designed
+  std::shared_ptr<const ChartDrawing> chart;     // Chart: none shows nothing
 };
 
 // Raised when code asks for a control or section that does not exist, or of the wrong kind.
-class EngineError : public std::runtime_error {
+class EngineError : public galvix::Error {
  public:
-  using std::runtime_error::runtime_error;
+  using galvix::Error::Error;
 };
 
 // Base facade: the properties every control has.
@@ -275,14 +288,14 @@ class PageBreak : public Control {
   using Control::Control;
 };
 
+// Prints what its drawing makes for its box; it does not grow.
 class Chart : public Control {
  public:
   using Control::Control;
-  void setData(std::string title, std::vector<double> values, std::vector<std::string> labels) {
-    st_.chartTitle = std::move(title);
-    st_.chartValues = std::move(values);
-    st_.chartLabels = std::move(labels);
-  }
+  const std::string& title() const { return st_.chartTitle; }
+  const std::string& subtitle() const { return st_.chartSubtitle; }
+  const std::shared_ptr<const ChartDrawing>& drawing() const { return st_.chart; }
+  void setDrawing(std::shared_ptr<const ChartDrawing> d) { st_.chart = std::move(d); }
 };
 
 // Turns a value into the text a field prints, given its output format (empty: none). The

@@ -65,10 +65,11 @@ std::string dumpItem(const doc::Item& item, int pageNumber) {
         } else if constexpr (std::is_same_v<T, doc::Picture>) {
           o << " picture";
           box(o, c.box);
-        } else if constexpr (std::is_same_v<T, doc::Chart>) {
-          o << " chart";
+        } else if constexpr (std::is_same_v<T, doc::Path>) {
+          o << " path";
           box(o, c.box);
-          quoted(o, c.title);
+          o << " ops=" << c.ops.size();
+          if (c.fill) o << " fill=" << std::hex << *c.fill << std::dec;
         }
       },
       item.content);

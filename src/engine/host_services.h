@@ -1,22 +1,16 @@
-// What the engine and report handlers need from the host: message boxes, the busy pointer.
-// The default writes messages to stderr; the frame installs its own.
+// What the engine and report handlers need from the host (the public galvix::HostServices):
+// message boxes, the busy pointer, the clock, settings and the temporary folder.
 #pragma once
 
 #include <memory>
 #include <string>
 
+#include "galvix/host.h"
+
 namespace galvix::engine {
 
-enum class MessageIcon { None, Critical, Question, Exclamation, Information };
-
-class HostServices {
- public:
-  virtual ~HostServices() = default;
-  // A message box with the exact text, caption and icon; returns when it is closed.
-  virtual void message(const std::string& text, const std::string& caption, MessageIcon icon) = 0;
-  virtual void setBusy(bool /*busy*/) {}
-  virtual void warning(const std::string& text);  // engine diagnostics (clipped bands, ...)
-};
+using galvix::HostServices;
+using galvix::MessageIcon;
 
 // Prints "caption: text" to stderr.
 class StderrHostServices : public HostServices {
@@ -24,6 +18,6 @@ class StderrHostServices : public HostServices {
   void message(const std::string& text, const std::string& caption, MessageIcon icon) override;
 };
 
-std::shared_ptr<HostServices> defaultHostServices();
+using galvix::defaultHostServices;
 
 }  // namespace galvix::engine

@@ -16,7 +16,7 @@ namespace galvix::engine {
 using nlohmann::json;
 
 LayoutError::LayoutError(std::string file, std::string path, std::string reason)
-    : std::runtime_error(file + ": " + (path.empty() ? "/" : path) + ": " + reason),
+    : galvix::Error(file + ": " + (path.empty() ? "/" : path) + ": " + reason),
       file_(std::move(file)),
       path_(std::move(path)),
       reason_(std::move(reason)) {}
@@ -312,6 +312,7 @@ ControlState readControl(const json& j, const std::string& path, const std::stri
                                         {"zoom", doc::SizeMode::Zoom}});
   c.rtf = r.str("rtf");
   c.chartTitle = r.str("title");
+  c.chartSubtitle = r.str("subtitle");
   r.done();
   return c;
 }

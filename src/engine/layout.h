@@ -3,6 +3,8 @@
 // report object copies what it needs.
 #pragma once
 
+#include "galvix/error.h"
+
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -46,7 +48,7 @@ struct Layout {
 };
 
 // A layout file that cannot be used: names the file, the JSON path of the element, the reason.
-class LayoutError : public std::runtime_error {
+class LayoutError : public galvix::Error {
  public:
   LayoutError(std::string file, std::string path, std::string reason);
   const std::string& file() const { return file_; }

@@ -8,8 +8,11 @@ namespace galvix::engine {
 
 namespace {
 
+// To whole twips. Sizes a host gives can be anything a single holds: beyond a billion twips
+// (about 11 miles) they saturate, and not-a-number is 0, rather than wrapping.
 std::int32_t rnd(double v) {
-  return static_cast<std::int32_t>(std::nearbyint(v));
+  if (std::isnan(v)) return 0;
+  return static_cast<std::int32_t>(std::clamp(std::nearbyint(v), -1073741824.0, 1073741824.0));
 }
 
 constexpr std::int32_t kUnbounded = INT32_MAX / 4;
@@ -301,16 +304,28 @@ void Paginator::commit(BandInstance& inst, bool flow) {
         }
         const std::size_t first = pages_.back().items.size();
         emitAll(cut0, cut1, y);
-        // Text that runs past the page end stops there (the renderer ends it with an
-        // ellipsis) rather than printing over the footer.
+        // Text that runs past the page end stops there (the renderer ends plain text with an
+        // ellipsis and clips rich text to its box) rather than printing over the footer.
+        auto stopAtPageEnd = [&](doc::Rect& box) {
+          if (box.top + box.height > bodyBottom_) box.height = std::max(0, bodyBottom_ - box.top);
+        };
         if (clipped)
-          for (std::size_t k = first; k < pages_.back().items.size(); ++k)
-            if (auto* t = std::get_if<doc::Text>(&pages_.back().items[k].content))
-              if (t->box.top + t->box.height > bodyBottom_)
-                t->box.height = std::max(0, bodyBottom_ - t->box.top);
+          for (std::size_t k = first; k < pages_.back().items.size(); ++k) {
+            auto& content = pages_.back().items[k].content;
+            if (auto* t = std::get_if<doc::Text>(&content)) stopAtPageEnd(t->box);
+            if (auto* r = std::get_if<doc::RichText>(&content)) stopAtPageEnd(r->box);
+          }
         y += std::min(cut1 - cut0, bodyBottom_ - y);
         y_ = y;
         cut0 = cut1;
+        // A stretch of the band a page long or more that holds nothing gives no blank pages:
+        // the band goes on with its next item (a host's absurd height ends in a few pages).
+        if (cut0 < h) {
+          std::int32_t next = h;
+          for (auto& it : items)
+            if (const std::int32_t t = extent(it).first; t >= cut0) next = std::min(next, t);
+          if (next - cut0 >= bodyHeight()) cut0 = next;
+        }
         if (cut0 < h) {
           moveToNewPage();
         }
@@ -410,7 +425,10 @@ void Paginator::placeCell(std::vector<BandInstance>& queue, std::size_t from, st
                           std::int32_t ch, Section& detail) {
   const int n = std::max(1, detail.columnCount());
   const std::int32_t sp = std::max(0, rnd(detail.columnSpacing()));
-  colWidth_ = std::max<std::int32_t>(0, (width_ - (n - 1) * sp) / n);
+  const std::int64_t given = rnd(detail.columnWidth());
+  const std::int64_t derived = (std::int64_t{width_} - std::int64_t{n - 1} * sp) / n;
+  colWidth_ = static_cast<std::int32_t>(
+      std::clamp<std::int64_t>(given > 0 ? given : derived, 0, std::int64_t{1} << 30));
   auto startColumns = [&] {
     colsUsed_ = true;
     colIndex_ = 0;
@@ -455,7 +473,9 @@ void Paginator::placeCell(std::vector<BandInstance>& queue, std::size_t from, st
     }
     cellY_ = rowTop_;
   }
-  cellX_ = left_ + colIndex_ * (colWidth_ + sp);
+  cellX_ = static_cast<std::int32_t>(
+      std::clamp<std::int64_t>(left_ + std::int64_t{colIndex_} * (std::int64_t{colWidth_} + sp),
+                               -(std::int64_t{1} << 30), std::int64_t{1} << 30));
   for (std::size_t k = from; k < to; ++k) {
     if (!queue[k].sectionState.visible) continue;
     commit(queue[k], false);

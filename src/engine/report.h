@@ -23,6 +23,7 @@
 namespace galvix::engine {
 
 struct EmbeddedLayout;
+class TextMeasurer;
 struct RunResult;
 struct RunOptions;
 
@@ -117,6 +118,10 @@ class Report {
   bool needsTotalPages() const { return needsTotalPages_; }
   int totalPages() const { return totalPages_; }
 
+  // The run's text measurer (what the renderer draws with), for handlers that place text by
+  // its size; nullptr outside a run or when the run has none.
+  TextMeasurer* measurer() const { return measurer_; }
+
   HostServices& host() { return *host_; }
   void setHost(std::shared_ptr<HostServices> h);
   const std::shared_ptr<HostServices>& hostPtr() const { return host_; }
@@ -152,6 +157,7 @@ class Report {
   int pageNumber_ = 0;
   int totalPages_ = 0;
   std::shared_ptr<HostServices> host_;
+  TextMeasurer* measurer_ = nullptr;
 };
 
 }  // namespace galvix::engine

@@ -13,8 +13,11 @@ namespace galvix::engine {
 
 namespace {
 
+// To whole twips. Sizes a host gives can be anything a single holds: beyond a billion twips
+// (about 11 miles) they saturate, and not-a-number is 0, rather than wrapping.
 std::int32_t rnd(double v) {
-  return static_cast<std::int32_t>(std::nearbyint(v));
+  if (std::isnan(v)) return 0;
+  return static_cast<std::int32_t>(std::clamp(std::nearbyint(v), -1073741824.0, 1073741824.0));
 }
 
 bool sameKey(const Variant& a, const Variant& b) {
@@ -49,6 +52,24 @@ struct RunningGuard {
   explicit RunningGuard(DataControl& dc) : d(dc) {}
   ~RunningGuard() { d.endRun(); }
 };
+
+// Moves an item made relative to a control (a subreport's rows, a chart's drawing) onto its band.
+void moveItem(doc::Item& it, std::int32_t dx, std::int32_t dy) {
+  std::visit(
+      [&](auto& c) {
+        using T = std::decay_t<decltype(c)>;
+        if constexpr (std::is_same_v<T, doc::Line>) {
+          c.x1 += dx;
+          c.x2 += dx;
+          c.y1 += dy;
+          c.y2 += dy;
+        } else {
+          c.box.left += dx;
+          c.box.top += dy;
+        }
+      },
+      it.content);
+}
 
 }  // namespace
 
@@ -529,33 +550,22 @@ std::vector<doc::Item> RunLoop::buildItems(BandInstance& inst,
         break;
       }
       case ControlKind::Chart: {
-        doc::Chart c;
-        c.box = box;
-        c.title = st.chartTitle;
-        c.values = st.chartValues;
-        c.labels = st.chartLabels;
-        item.content = std::move(c);
-        break;
+        if (!st.chart) continue;
+        for (doc::Item& drawn : st.chart->draw(box.width, box.height, options_.measurer)) {
+          drawn.section = item.section;
+          drawn.control = item.control;
+          drawn.row = item.row;
+          moveItem(drawn, box.left, box.top);
+          items.push_back(std::move(drawn));
+        }
+        continue;
       }
       case ControlKind::SubReport: {
         auto it = inst.fragments.find(i);
         if (it == inst.fragments.end()) continue;
         for (const auto& fi : it->second.items) {
           doc::Item moved = fi;
-          std::visit(
-              [&](auto& c) {
-                using T = std::decay_t<decltype(c)>;
-                if constexpr (std::is_same_v<T, doc::Line>) {
-                  c.x1 += box.left;
-                  c.x2 += box.left;
-                  c.y1 += box.top;
-                  c.y2 += box.top;
-                } else {
-                  c.box.left += box.left;
-                  c.box.top += box.top;
-                }
-              },
-              moved.content);
+          moveItem(moved, box.left, box.top);
           items.push_back(std::move(moved));
         }
         continue;
@@ -719,6 +729,9 @@ RunResult RunLoop::run() {
   RunResult res;
   report_.cancelled_ = false;
   report_.pageNumber_ = 0;
+  report_.measurer_ = options_.measurer;
+  const std::unique_ptr<Report, void (*)(Report*)> forgetMeasurer(
+      &report_, [](Report* r) { r->measurer_ = nullptr; });
   if (options_.host) report_.setHost(options_.host);
   RunningGuard guard(report_.data_);
   try {
@@ -738,6 +751,9 @@ RunResult RunLoop::run() {
 
 Fragment RunLoop::runEmbedded(std::int32_t width) {
   report_.cancelled_ = false;
+  report_.measurer_ = options_.measurer;
+  const std::unique_ptr<Report, void (*)(Report*)> forgetMeasurer(
+      &report_, [](Report* r) { r->measurer_ = nullptr; });
   RunningGuard guard(report_.data_);
   try {
     begin();

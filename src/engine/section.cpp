@@ -31,7 +31,7 @@ Section::Section(SectionState s, std::vector<std::unique_ptr<Control>> controls)
     : st_(std::move(s)), controls_(std::move(controls)) {}
 
 void Section::setColumnCount(int n) {
-  st_.columnCount = std::max(1, n);
+  st_.columnCount = std::clamp(n, 1, kMaxColumns);
 }
 
 Control& Section::item(int index) {

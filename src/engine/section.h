@@ -24,6 +24,10 @@ enum class SectionKind {
 };
 const char* sectionKindName(SectionKind k);  // "reportHeader", ... as layout files spell them
 
+// More columns than this could not show a character each on any paper; code asking for more
+// (a host's label count) gets this many.
+inline constexpr int kMaxColumns = 1000;
+
 enum class NewPage { None, Before, After, BeforeAfter };
 enum class ColumnDirection { DownAcross, AcrossDown };
 // Keep a group together on one page: not at all, the header with its first detail, or all of it.
@@ -43,6 +47,9 @@ struct SectionState {
   // Detail: columns across the print width.
   int columnCount = 1;
   float columnSpacing = 0;
+  // Width of one column; 0 derives it from the print width. A label sheet gives its label's
+  // width so that columns sit one pitch apart whatever the sheet's right margin.
+  float columnWidth = 0;
   ColumnDirection columnDirection = ColumnDirection::DownAcross;
   // Group header: the key. A column name or "=expression"; empty for no key.
   std::string dataField;
@@ -86,9 +93,11 @@ class Section {
   void setNewPage(NewPage n) { st_.newPage = n; }
 
   int columnCount() const { return st_.columnCount; }
-  void setColumnCount(int n);  // at least 1
+  void setColumnCount(int n);  // 1 to kMaxColumns
   float columnSpacing() const { return st_.columnSpacing; }
   void setColumnSpacing(double s) { st_.columnSpacing = static_cast<float>(s); }
+  float columnWidth() const { return st_.columnWidth; }
+  void setColumnWidth(double w) { st_.columnWidth = static_cast<float>(w); }
   ColumnDirection columnDirection() const { return st_.columnDirection; }
   void setColumnDirection(ColumnDirection d) { st_.columnDirection = d; }
 

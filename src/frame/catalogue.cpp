@@ -35,16 +35,114 @@ const std::vector<std::pair<std::string, std::string>> kEventsExample = {
     {"Title", "Summary of Events"},
     {"ReportName", "All events by start date"}};
 
+// Thirty address labels (3 x 10) on a Letter sheet: 2.625 x 1 in, 2.75 in apart, margins
+// 0.5 in at the top and 0.1875 in at the left.
+const std::vector<std::pair<std::string, std::string>> kLetterLabels = {
+    {"Envelopes", "False"},   {"PaperSetupID", "2"},   {"PaperWidth", "12240"},
+    {"PaperHeight", "15840"}, {"TMargin", "720"},      {"LMargin", "270"},
+    {"LabelWidth", "3780"},   {"LabelHeight", "1440"}, {"HPitch", "3960"},
+    {"VPitch", "1440"},       {"NumberAcross", "3"},   {"LAlignment", "0"},
+    {"FontName", "Arial"},    {"FontSize", "10"},      {"FontColor", "0"}};
+
+// Fourteen labels (2 x 7) on A4: 99.1 x 38.1 mm, 101.6 mm apart, margins 15.1 mm at the top
+// and 4.65 mm at the left.
+const std::vector<std::pair<std::string, std::string>> kA4Labels = {
+    {"Envelopes", "False"},   {"PaperSetupID", "2"},   {"PaperWidth", "11906"},
+    {"PaperHeight", "16838"}, {"TMargin", "856"},      {"LMargin", "264"},
+    {"LabelWidth", "5618"},   {"LabelHeight", "2160"}, {"HPitch", "5760"},
+    {"VPitch", "2160"},       {"NumberAcross", "2"},   {"LAlignment", "0"},
+    {"FontName", "Georgia"},  {"FontSize", "11"},      {"FontColor", "6697728"}};
+
+// A #10 envelope fed flat (landscape), the address centred, a return address at the top left.
+const std::vector<std::pair<std::string, std::string>> kEnvelope = {
+    {"Envelopes", "True"},
+    {"PaperSetupID", "2"},
+    {"PaperSize", "20"},
+    {"Orientation", "2"},
+    {"PaperWidth", "13680"},
+    {"PaperHeight", "5940"},
+    {"ReturnAddress", "Ana & Luís Ferreira\r\n12 Rua das Flores\r\nChicago, IL 60614"},
+    {"AutoPositionReturn", "True"},
+    {"AutoPositionContent", "True"},
+    {"LAlignment", "0"},
+    {"FontName", "Times New Roman"},
+    {"FontSize", "12"},
+    {"FontColor", "0"}};
+
+// The same envelope fed upright (a custom size), its texts turned a quarter.
+const std::vector<std::pair<std::string, std::string>> kEnvelopeTurned = {
+    {"Envelopes", "True"},
+    {"PaperSetupID", "2"},
+    {"PaperSize", "256"},
+    {"Orientation", "1"},
+    {"PaperWidth", "5940"},
+    {"PaperHeight", "13680"},
+    {"TextAngle", "90"},
+    {"ReturnAddress", "Ana & Luís Ferreira\r\n12 Rua das Flores\r\nChicago, IL 60614"},
+    {"AutoPositionReturn", "True"},
+    {"AutoPositionContent", "True"},
+    {"LAlignment", "0"},
+    {"FontName", "Arial"},
+    {"FontSize", "11"},
+    {"FontColor", "8388608"}};
+
+// Envelopes without a return address, the address placed by hand.
+const std::vector<std::pair<std::string, std::string>> kEnvelopePlain = {
+    {"Envelopes", "True"},
+    {"PaperSetupID", "1"},
+    {"PaperSize", "20"},
+    {"Orientation", "2"},
+    {"PaperWidth", "13680"},
+    {"PaperHeight", "5940"},
+    {"AutoPositionContent", "False"},
+    {"ContentTopPosition", "2600"},
+    {"ContentLeftPosition", "5200"},
+    {"FontName", "Arial"},
+    {"FontSize", "11"}};
+
+// Place cards, two across on Letter: a name, the table and seat, the meal.
+const std::vector<std::pair<std::string, std::string>> kPlaceCards = {
+    {"Text",
+     "{\\rtf1\\ansi\\ansicpg1252\\deff0{\\fonttbl{\\f0\\froman Times New Roman;}{\\f1\\fswiss "
+     "Arial;}}{\\colortbl;\\red128\\green0\\blue64;\\red90\\green90\\blue90;}\n"
+     "\\pard\\qc\\sb360\\f0\\fs36\\cf1\\b <Guest's Name Here>\\b0\\par\n"
+     "\\pard\\qc\\sb160\\f1\\fs22\\cf2 <Table#> \\'b7 Seat <Seat#>\\par\n"
+     "\\pard\\qc\\sb120\\f1\\fs20\\i\\cf0 <Menu Selection>\\i0\\par\n"
+     "\\pard\\qc\\sb160\\f0\\fs18\\cf2 Soir\\'e9e de r\\'e9ception \\'97 bon app\\'e9tit\\par}"},
+    {"StationeryID", "2"},
+    {"MultiplePerPage", "True"},
+    {"PaperWidth", "12240"},
+    {"PaperHeight", "15840"},
+    {"TopMargin", "720"},
+    {"LeftMargin", "720"},
+    {"BottomMargin", "0"},
+    {"RightMargin", "0"},
+    {"LabelWidth", "5040"},
+    {"LabelHeight", "3240"},
+    {"HPitch", "5400"},
+    {"VPitch", "3600"},
+    {"NumberAcross", "2"},
+    {"NumberDown", "4"}};
+
+// The event is set first: the where clause is composed with it when it is set.
+const std::vector<std::pair<std::string, std::string>> kEventClauseExample = {
+    {"EventID", "{EventID}"}, {"SQLWhere", ""}};
+
 std::vector<CatalogueEntry> makeCatalogue() {
   std::vector<CatalogueEntry> c = {
-      {"Master Budget Summary", "rptMasterBudget", "amounts kept per expense category", {}},
+      {"Master Budget Summary",
+       "rptMasterBudget",
+       "amounts kept per expense category",
+       {},
+       {{"EventID", "{EventID}"}}},
       {"Budget Summary",
        "rptBudgetSummary",
        "budget, actual and difference per category",
        {},
        {{"EventID", "{EventID}"}}},
+      // The event comes first: setting the where clause composes it with the event.
       {"Budget Worksheets", "rptBudgetDetail", "worksheet items by expense category",
-       setProp("WorkSheetType", Variant(std::int16_t{0}))},
+       setProp("WorkSheetType", Variant(std::int16_t{0})), kEventClauseExample},
       {"Checklist - Calendar", "", "(not available)", {}},
       // The host writes the whole statement; the report takes SQLWhere as its row source.
       {"Checklist - Tabular",
@@ -135,7 +233,7 @@ std::vector<CatalogueEntry> makeCatalogue() {
        {{"SQLWhere", "WHERE Parties.PartyID = {PartyID} "},
         {"SQLOrderBy", "ORDER BY GuestNames.GLName, GuestNames.GSuffix, GuestNames.GFName"},
         {"Criteria", "Party: {PartyName}"}}},
-      {"Stationery", "rptStationery", "rich-text stationery merged per guest", {}},
+      {"Stationery", "rptStationery", "rich-text stationery merged per guest", {}, kPlaceCards},
       // Setting the order at all sorts by role and name; the text given is not used.
       {"Guests with Roles",
        "rptWeddingParty",
@@ -143,16 +241,41 @@ std::vector<CatalogueEntry> makeCatalogue() {
        {},
        {{"EventID", "{EventID}"}, {"SQLOrderBy", "ORDER BY Role"}}},
       {"Event Pros - Estimates", "rptWPDetail", "vendor estimates with contacts and items",
-       setProp("WorkSheetType", Variant(std::int16_t{2}))},
+       setProp("WorkSheetType", Variant(std::int16_t{2})), kEventClauseExample},
       {"Event Pros - Contact Information", "rptWPDetail", "vendor contact information",
        [](FrameReport& r) {
          for (const char* s : {"ghDetail", "Detail", "gfDetail", "gfCompanyInfo"})
            r.section(s).setVisible(false);
-       }},
-      {"Event Pros - Payment Schedule", "rptPayment", "scheduled payments by due date", {}},
-      {"Event Pros - Quote Comparison", "rptVendorSummary", "items against vendor quotes", {}},
-      {"rptLabels", "rptLabels", "mailing labels and envelopes", {}},
-      {"Invoice", "rptInvoice", "an invoice with items and payments", {}},
+       },
+       kEventClauseExample},
+      {"Event Pros - Payment Schedule",
+       "rptPayment",
+       "scheduled payments by due date",
+       {},
+       {{"EventID", "{EventID}"}}},
+      // The clause ends in a blank: the report appends "And ..." to it directly.
+      {"Event Pros - Quote Comparison",
+       "rptVendorSummary",
+       "items against vendor quotes",
+       {},
+       {{"EventID", "{QuoteEventID}"},
+        {"SQLWhere", "WHERE VendorAssignments.WorkSheetType = 2 "},
+        {"Title", "{QuoteEventName}"},
+        {"Criteria", "Estimates"}}},
+      {"rptLabels",
+       "rptLabels",
+       "mailing labels and envelopes",
+       {},
+       kLetterLabels,
+       {{"a4", kA4Labels},
+        {"envelope", kEnvelope},
+        {"envelope-turned", kEnvelopeTurned},
+        {"envelope-plain", kEnvelopePlain}}},
+      {"Invoice",
+       "rptInvoice",
+       "an invoice with items and payments",
+       {},
+       {{"EventID", "{EventID}"}, {"InvoiceID", "{InvoiceID}"}}},
       {"SummaryOfEventsWithOutPics",
        "rptEvents",
        "events with sub-events and contacts",
@@ -170,9 +293,27 @@ std::vector<CatalogueEntry> makeCatalogue() {
        {{"EventID", "{EventID}"},
         {"SQLOrderBy", "ORDER BY EntryDate"},
         {"ReportName", "Event Information"}}},
-      {"PieChart", "rptPieChart", "the event budget as a pie", {}},
-      {"VendorPhoneBook", "rptVendorPhoneBook", "vendor phone book", {}},
-      {"Event Pros - One Line Report", "rptVendorOneLine", "one line per vendor", {}},
+      // The last character of SQLWhere picks the column: 1 suggested, 2 budget, 3 actual.
+      {"PieChart",
+       "rptPieChart",
+       "the event budget as a pie",
+       {},
+       {{"EventID", "{EventID}"},
+        {"SQLWhere", "3"},
+        {"Criteria", "Actual expenses by expense category"}}},
+      // Any SQLGroupBy but "CompanyName" (exactly so) groups by expense category.
+      {"VendorPhoneBook",
+       "rptVendorPhoneBook",
+       "vendor phone book",
+       {},
+       {{"SQLGroupBy", "CompanyName"}}},
+      {"Event Pros - One Line Report",
+       "rptVendorOneLine",
+       "one line per vendor",
+       {},
+       {{"EventID", "{EventID}"},
+        {"TimeFormat", "h:mm AP"},
+        {"SQLOrderBy", "ORDER BY ExpenseCategories.Category, Vendors.CompanyName"}}},
       {"GuestTables2",
        "rptGuestTables2",
        "guests with room-plan seats",

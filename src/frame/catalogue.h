@@ -31,6 +31,10 @@ struct CatalogueEntry {
   // Useful property settings, for `galvix render --help` and the demo run. "{EventID}" and
   // "{PartyID}" stand for an event and one of its parties.
   std::vector<std::pair<std::string, std::string>> example = {};
+  // Further property sets worth seeing (envelopes beside labels), each with a name that the
+  // demo run adds to the file name.
+  std::vector<std::pair<std::string, std::vector<std::pair<std::string, std::string>>>>
+      moreExamples = {};
   bool built() const { return !designer.empty() && designerBuilt(designer); }
 };
 

@@ -3,6 +3,8 @@
 // connection), "Date Printed: ", the party header's date and time, and side queries.
 #pragma once
 
+#include "galvix/error.h"
+
 #include <functional>
 #include <memory>
 #include <string>
@@ -17,9 +19,9 @@ namespace galvix::frame {
 
 // A property name the report does not have, a value of the wrong kind, and failures of a run
 // are reported with the report's name so the host can tell which report failed.
-class ReportError : public std::runtime_error {
+class ReportError : public galvix::Error {
  public:
-  using std::runtime_error::runtime_error;
+  using galvix::Error::Error;
 };
 
 class FrameReport : public engine::Report {

@@ -1,13 +1,5 @@
 #include "frame/host.h"
 
-#include <chrono>
-#include <cstdlib>
-#include <ctime>
-#include <fstream>
-
-#include "runtime/dates.h"
-#include "runtime/vb.h"
-
 namespace galvix::frame {
 namespace {
 std::function<double()>& clockFn() {
@@ -15,65 +7,37 @@ std::function<double()>& clockFn() {
   return fn;
 }
 
-std::string trim(std::string_view s) {
-  size_t b = s.find_first_not_of(" \t\r\n");
-  if (b == std::string_view::npos) return {};
-  size_t e = s.find_last_not_of(" \t\r\n");
-  return std::string(s.substr(b, e - b + 1));
+// The host of the run on this thread; reports on other threads have their own.
+thread_local HostServices* t_runHost = nullptr;
+
+HostServices& currentHost() {
+  return t_runHost ? *t_runHost : *defaultHostServices();
 }
 }  // namespace
 
+RunHost::RunHost(HostServices* host) : previous_(t_runHost) {
+  if (host) t_runHost = host;
+}
+RunHost::~RunHost() {
+  t_runHost = previous_;
+}
+
 double now() {
   if (clockFn()) return clockFn()();
-  std::time_t t = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&t, &local);
-  return dateSerial(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday) +
-         timeSerial(local.tm_hour, local.tm_min, local.tm_sec);
+  return currentHost().now();
 }
 
 void setClock(std::function<double()> clock) {
   clockFn() = std::move(clock);
 }
 
-std::string settingsPath(std::string_view app) {
-  std::string dir;
-  if (const char* x = std::getenv("XDG_CONFIG_HOME"); x && *x) {
-    dir = x;
-  } else if (const char* h = std::getenv("HOME"); h && *h) {
-    dir = std::string(h) + "/.config";
-  } else {
-    dir = ".";
-  }
-  return dir + "/" + std::string(app) + ".ini";
-}
-
 std::optional<std::string> getSetting(std::string_view app, std::string_view section,
                                       std::string_view key) {
-  std::ifstream in(settingsPath(app));
-  if (!in) return std::nullopt;
-  std::string line, current;
-  while (std::getline(in, line)) {
-    std::string t = trim(line);
-    if (t.empty() || t[0] == ';' || t[0] == '#') continue;
-    if (t.front() == '[' && t.back() == ']') {
-      current = trim(std::string_view(t).substr(1, t.size() - 2));
-      continue;
-    }
-    auto eq = t.find('=');
-    if (eq == std::string::npos) continue;
-    if (vb::compareTextNoCase(current, section) == 0 &&
-        vb::compareTextNoCase(trim(std::string_view(t).substr(0, eq)), key) == 0)
-      return trim(std::string_view(t).substr(eq + 1));
-  }
-  return std::nullopt;
+  return currentHost().setting(app, section, key);
 }
 
 std::string tempFolder() {
-  std::string t = "/tmp";
-  if (const char* x = std::getenv("TMPDIR"); x && *x) t = x;
-  while (t.size() > 1 && t.back() == '/') t.pop_back();
-  return t;
+  return currentHost().tempFolder();
 }
 
 }  // namespace galvix::frame

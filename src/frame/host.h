@@ -11,18 +11,32 @@
 
 namespace galvix::frame {
 
-// The current date and time as a serial date. Tests pin it.
+// Each comes from the host of the report running on this thread (the default host outside a
+// run), so a host can give its own clock, settings and folder.
+//
+// The current date and time as a serial date. Tests pin it for every thread.
 double now();
-void setClock(std::function<double()> clock);  // empty: the system clock again
+void setClock(std::function<double()> clock);  // empty: the host's clock again
 
-// Per-user application settings, kept in an INI file per application:
-// $XDG_CONFIG_HOME/<app>.ini (default ~/.config/<app>.ini).
+// A per-user application setting (by default from the INI file settingsPath(app)).
 std::optional<std::string> getSetting(std::string_view app, std::string_view section,
                                       std::string_view key);
-std::string settingsPath(std::string_view app);
+using galvix::settingsPath;
 
-// The folder for temporary files ($TMPDIR or /tmp), without a trailing slash.
+// The folder for temporary files ($TMPDIR or /tmp by default), without a trailing slash.
 std::string tempFolder();
+
+// Makes `host` the current one on this thread for the scope's life (null: keep the current).
+class RunHost {
+ public:
+  explicit RunHost(HostServices* host);
+  ~RunHost();
+  RunHost(const RunHost&) = delete;
+  RunHost& operator=(const RunHost&) = delete;
+
+ private:
+  HostServices* previous_;
+};
 
 // Messages as the user would see them: printed to stderr as "caption: text" unless a test
 // installs a recorder.

@@ -139,6 +139,63 @@ void shape(cairo_t* cr, const doc::Box& b) {
     cairo_new_path(cr);
 }
 
+void path(cairo_t* cr, const doc::Path& p) {
+  const double ox = pt(p.box.left), oy = pt(p.box.top);
+  cairo_new_path(cr);
+  std::size_t k = 0;
+  auto at = [&](std::size_t i) {
+    return std::pair{ox + pt(p.points[i].x), oy + pt(p.points[i].y)};
+  };
+  for (doc::PathOp op : p.ops) {
+    const std::size_t need = op == doc::PathOp::CurveTo ? 3 : op == doc::PathOp::Close ? 0 : 1;
+    if (k + need > p.points.size()) break;  // a malformed figure draws what it has
+    switch (op) {
+      case doc::PathOp::MoveTo: {
+        auto [x, y] = at(k);
+        cairo_move_to(cr, x, y);
+        break;
+      }
+      case doc::PathOp::LineTo: {
+        auto [x, y] = at(k);
+        cairo_line_to(cr, x, y);
+        break;
+      }
+      case doc::PathOp::CurveTo: {
+        auto [x1, y1] = at(k);
+        auto [x2, y2] = at(k + 1);
+        auto [x3, y3] = at(k + 2);
+        cairo_curve_to(cr, x1, y1, x2, y2, x3, y3);
+        break;
+      }
+      case doc::PathOp::Close:
+        cairo_close_path(cr);
+        break;
+    }
+    k += need;
+  }
+  if (p.fill) {
+    if (p.fillTo) {
+      // A vector gradient: PDF and SVG keep it as a shading, not as pixels.
+      cairo_pattern_t* g = cairo_pattern_create_linear(0, oy, 0, oy + pt(p.box.height));
+      for (auto [offset, c] : {std::pair{0.0, *p.fill}, std::pair{1.0, *p.fillTo}})
+        cairo_pattern_add_color_stop_rgb(g, offset, (c & 0xFF) / 255.0, ((c >> 8) & 0xFF) / 255.0,
+                                         ((c >> 16) & 0xFF) / 255.0);
+      cairo_set_source(cr, g);
+      cairo_pattern_destroy(g);
+    } else {
+      setColor(cr, *p.fill);
+    }
+    cairo_fill_preserve(cr);
+  }
+  if (setStroke(cr, p.style, p.weight, p.lineColor)) {
+    cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
+    cairo_stroke(cr);
+    cairo_set_line_join(cr, CAIRO_LINE_JOIN_MITER);
+  } else {
+    cairo_new_path(cr);
+  }
+}
+
 // Offset of a block `size` long inside `room` for top/left (0), middle/centre (1), bottom/right
 // (2).
 double place(double room, double size, int where) {
@@ -211,8 +268,8 @@ void PageRenderer::draw(cairo_t* cr, const doc::Page& page) {
             checkBox(cr, c);
           else if constexpr (std::is_same_v<T, doc::Picture>)
             picture(cr, c);
-          else if constexpr (std::is_same_v<T, doc::Chart>)
-            chart(cr, c);
+          else if constexpr (std::is_same_v<T, doc::Path>)
+            path(cr, c);
         },
         item.content);
   }
@@ -400,71 +457,6 @@ void PageRenderer::picture(cairo_t* cr, const doc::Picture& p) {
     }
   }
   border(cr, b, p.border);
-}
-
-void PageRenderer::chart(cairo_t* cr, const doc::Chart& c) {
-  const doc::Rect& b = c.box;
-  if (b.width <= 0 || b.height <= 0) return;
-  cairo_save(cr);
-  rect(cr, b);
-  cairo_clip(cr);
-  const doc::Font titleFont{"Arial", 12, true};
-  const doc::Font labelFont{"Arial", 8};
-  double top = pt(b.top);
-  if (!c.title.empty()) {
-    LayoutPtr l = textLayout(c.title, titleFont, b.width, doc::HAlign::Center);
-    PangoRectangle logical;
-    pango_layout_get_extents(l.get(), nullptr, &logical);
-    setColor(cr, doc::kBlack);
-    cairo_move_to(cr, pt(b.left), top);
-    pango_cairo_show_layout(cr, l.get());
-    top += ptFromPango(logical.height) + 6;
-  }
-  double total = 0;
-  for (double v : c.values)
-    if (std::isfinite(v) && v > 0) total += v;
-  const double h = pt(b.top + b.height) - top, w = pt(b.width);
-  const double radius = std::min(w * 0.6, h) / 2 - 4;
-  if (total > 0 && radius > 0) {
-    static constexpr doc::Color kPalette[] = {
-        doc::rgb(68, 114, 196), doc::rgb(237, 125, 49), doc::rgb(165, 165, 165),
-        doc::rgb(255, 192, 0),  doc::rgb(91, 155, 213), doc::rgb(112, 173, 71),
-        doc::rgb(38, 68, 120),  doc::rgb(158, 72, 14),  doc::rgb(99, 99, 99)};
-    const double cx = pt(b.left) + 4 + radius, cy = top + h / 2;
-    double angle = -std::numbers::pi / 2;
-    double legendY = top;
-    for (std::size_t i = 0; i < c.values.size(); ++i) {
-      const double v = c.values[i];
-      if (!std::isfinite(v) || v <= 0) continue;
-      const doc::Color col = kPalette[i % std::size(kPalette)];
-      const double sweep = 2 * std::numbers::pi * v / total;
-      cairo_move_to(cr, cx, cy);
-      cairo_arc(cr, cx, cy, radius, angle, angle + sweep);
-      cairo_close_path(cr);
-      setColor(cr, col);
-      cairo_fill_preserve(cr);
-      cairo_set_source_rgb(cr, 1, 1, 1);
-      cairo_set_line_width(cr, 0.75);
-      cairo_stroke(cr);
-      angle += sweep;
-      // Legend entry: swatch, label and share.
-      const double lx = cx + radius + 12;
-      setColor(cr, col);
-      cairo_rectangle(cr, lx, legendY + 2, 7, 7);
-      cairo_fill(cr);
-      char pct[32];
-      std::snprintf(pct, sizeof pct, " (%.1f%%)", 100 * v / total);
-      const std::string label = (i < c.labels.size() ? c.labels[i] : std::string()) + pct;
-      LayoutPtr l = textLayout(label, labelFont, 0, doc::HAlign::Left);
-      PangoRectangle logical;
-      pango_layout_get_extents(l.get(), nullptr, &logical);
-      setColor(cr, doc::kBlack);
-      cairo_move_to(cr, lx + 10, legendY);
-      pango_cairo_show_layout(cr, l.get());
-      legendY += std::max(11.0, ptFromPango(logical.height));
-    }
-  }
-  cairo_restore(cr);
 }
 
 }  // namespace galvix::render

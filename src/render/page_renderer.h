@@ -29,7 +29,6 @@ class PageRenderer {
   void richText(cairo_t* cr, const doc::RichText& r);
   void checkBox(cairo_t* cr, const doc::CheckBox& c);
   void picture(cairo_t* cr, const doc::Picture& p);
-  void chart(cairo_t* cr, const doc::Chart& c);
   // Reports repeat many texts (heads, footers, column values); shaping each once saves time.
   PangoLayout* layoutFor(const std::string& text, const doc::Font& font, std::int32_t wrap,
                          doc::HAlign align);

@@ -65,4 +65,23 @@ cairo_surface_t* decodePicture(const PictureData& data) {
   return s;
 }
 
+std::string pictureFormat(const std::vector<std::uint8_t>& data) {
+  if (data.empty()) return {};
+  GdkPixbufLoader* loader = gdk_pixbuf_loader_new();
+  GError* err = nullptr;
+  bool ok = gdk_pixbuf_loader_write(loader, data.data(), data.size(), &err);
+  if (err) g_clear_error(&err);
+  ok = gdk_pixbuf_loader_close(loader, &err) && ok;
+  if (err) g_clear_error(&err);
+  std::string name;
+  if (ok && gdk_pixbuf_loader_get_pixbuf(loader))
+    if (GdkPixbufFormat* f = gdk_pixbuf_loader_get_format(loader)) {
+      gchar* n = gdk_pixbuf_format_get_name(f);
+      name = n ? n : "";
+      g_free(n);
+    }
+  g_object_unref(loader);
+  return name;
+}
+
 }  // namespace galvix::render

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace galvix::render {
@@ -15,5 +16,9 @@ using PictureData = std::shared_ptr<const std::vector<std::uint8_t>>;
 // as the surface's JPEG mime data, so PDF and SVG embed the original instead of re-encoding.
 // The caller owns the returned reference.
 cairo_surface_t* decodePicture(const PictureData& data);
+
+// The format of an encoded picture ("jpeg", "png", "gif", "bmp", ...) when the whole of it
+// decodes, else empty: a report can refuse a picture it could not print before it is placed.
+std::string pictureFormat(const std::vector<std::uint8_t>& data);
 
 }  // namespace galvix::render

@@ -1,6 +1,9 @@
 // Document -> PDF, PNG and SVG files; the pango text measurer the engine lays text out with.
 #pragma once
 
+#include "galvix/error.h"
+
+#include <iosfwd>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -12,9 +15,9 @@
 namespace galvix::render {
 
 // A file could not be written; the message names the file and the reason.
-class RenderError : public std::runtime_error {
+class RenderError : public galvix::Error {
  public:
-  using std::runtime_error::runtime_error;
+  using galvix::Error::Error;
 };
 
 // One PDF with every page (vector text with embedded font subsets; title and creator set).
@@ -24,6 +27,12 @@ void writePdf(const doc::Document& doc, const std::string& path);
 std::vector<std::string> writePng(const doc::Document& doc, const std::string& pathPrefix,
                                   double dpi = 96);
 std::vector<std::string> writeSvg(const doc::Document& doc, const std::string& pathPrefix);
+
+// The same into a stream (a server's response, a buffer): the whole PDF, or one page (0-based)
+// as PNG or SVG. A failing stream or a page that does not exist raises RenderError.
+void writePdf(const doc::Document& doc, std::ostream& out);
+void writePng(const doc::Document& doc, std::size_t page, std::ostream& out, double dpi = 96);
+void writeSvg(const doc::Document& doc, std::size_t page, std::ostream& out);
 
 // Output files: a regular file is replaced atomically (a failed write leaves the old one), a
 // symbolic link is written through to its target, a FIFO or device is written directly, a

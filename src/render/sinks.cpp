@@ -12,6 +12,7 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <ostream>
 
 #include "render/page_renderer.h"
 #include "render/render.h"
@@ -201,11 +202,13 @@ void removePartialOutputsOnSignals() {
   for (int sig : {SIGINT, SIGTERM, SIGHUP}) std::signal(sig, removeOnSignal);
 }
 
-void writePdf(const doc::Document& d, const std::string& path) {
+namespace {
+
+// The document as a PDF into `write`; cairo's final status.
+cairo_status_t pdfTo(const doc::Document& d, cairo_write_func_t write, void* closure) {
   const auto& pages = pagesOf(d);
-  OutputFile file(path);
-  cairo_surface_t* s = cairo_pdf_surface_create_for_stream(
-      &OutputFile::write, &file, pt(pages.front().width), pt(pages.front().height));
+  cairo_surface_t* s = cairo_pdf_surface_create_for_stream(write, closure, pt(pages.front().width),
+                                                           pt(pages.front().height));
   cairo_pdf_surface_set_metadata(s, CAIRO_PDF_METADATA_TITLE, d.title.c_str());
   cairo_pdf_surface_set_metadata(s, CAIRO_PDF_METADATA_CREATOR, d.creator.c_str());
   {
@@ -224,37 +227,96 @@ void writePdf(const doc::Document& d, const std::string& path) {
   cairo_surface_finish(s);
   const cairo_status_t status = cairo_surface_status(s);
   cairo_surface_destroy(s);
-  file.commit(status);
+  return status;
+}
+
+void checkDpi(double dpi, const std::string& what) {
+  if (!(dpi > 0 && dpi <= 2400))
+    throw RenderError("writePng '" + what + "': resolution " + std::to_string(dpi) +
+                      " dpi is out of range");
+}
+
+// One page as a PNG into `write`.
+cairo_status_t pngTo(const doc::Page& page, double dpi, cairo_write_func_t write, void* closure) {
+  const double scale = dpi / 72.0;
+  const int w = std::max(1, static_cast<int>(std::ceil(pt(page.width) * scale - 1e-6)));
+  const int h = std::max(1, static_cast<int>(std::ceil(pt(page.height) * scale - 1e-6)));
+  cairo_surface_t* s = cairo_image_surface_create(CAIRO_FORMAT_RGB24, w, h);
+  cairo_t* cr = cairo_create(s);
+  paintWhite(cr);
+  cairo_scale(cr, scale, scale);
+  PageRenderer().draw(cr, page);
+  cairo_destroy(cr);
+  cairo_status_t status = cairo_surface_status(s);
+  if (status == CAIRO_STATUS_SUCCESS) status = cairo_surface_write_to_png_stream(s, write, closure);
+  cairo_surface_destroy(s);
+  return status;
+}
+
+// One page as an SVG into `write`.
+cairo_status_t svgTo(const doc::Page& page, cairo_write_func_t write, void* closure) {
+  cairo_surface_t* s =
+      cairo_svg_surface_create_for_stream(write, closure, pt(page.width), pt(page.height));
+  cairo_svg_surface_set_document_unit(s, CAIRO_SVG_UNIT_PT);
+  cairo_t* cr = cairo_create(s);
+  paintWhite(cr);
+  PageRenderer().draw(cr, page);
+  cairo_destroy(cr);
+  cairo_surface_finish(s);
+  const cairo_status_t status = cairo_surface_status(s);
+  cairo_surface_destroy(s);
+  return status;
+}
+
+cairo_status_t toStream(void* out, const unsigned char* data, unsigned int length) {
+  auto& os = *static_cast<std::ostream*>(out);
+  os.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(length));
+  return os ? CAIRO_STATUS_SUCCESS : CAIRO_STATUS_WRITE_ERROR;
+}
+
+void checkStream(cairo_status_t status, std::ostream& out, const char* what) {
+  if (status != CAIRO_STATUS_SUCCESS || !out.flush())
+    throw RenderError(std::string("cannot write the ") + what + " to the stream: " +
+                      (out ? cairo_status_to_string(status) : "the stream failed"));
+}
+
+const doc::Page& pageOf(const doc::Document& d, std::size_t page) {
+  const auto& pages = pagesOf(d);
+  if (page >= pages.size())
+    throw RenderError("page " + std::to_string(page + 1) + " does not exist: the document has " +
+                      std::to_string(pages.size()) + " page(s)");
+  return pages[page];
+}
+
+}  // namespace
+
+void writePdf(const doc::Document& d, const std::string& path) {
+  OutputFile file(path);
+  file.commit(pdfTo(d, &OutputFile::write, &file));
+}
+
+void writePdf(const doc::Document& d, std::ostream& out) {
+  checkStream(pdfTo(d, &toStream, &out), out, "PDF");
+}
+
+void writePng(const doc::Document& d, std::size_t page, std::ostream& out, double dpi) {
+  checkDpi(dpi, "stream");
+  checkStream(pngTo(pageOf(d, page), dpi, &toStream, &out), out, "PNG");
+}
+
+void writeSvg(const doc::Document& d, std::size_t page, std::ostream& out) {
+  checkStream(svgTo(pageOf(d, page), &toStream, &out), out, "SVG");
 }
 
 std::vector<std::string> writePng(const doc::Document& d, const std::string& pathPrefix,
                                   double dpi) {
-  if (!(dpi > 0 && dpi <= 2400))
-    throw RenderError("writePng '" + pathPrefix + "': resolution " + std::to_string(dpi) +
-                      " dpi is out of range");
+  checkDpi(dpi, pathPrefix);
   std::vector<std::string> paths;
-  PageRenderer renderer;
   const auto& pages = pagesOf(d);
   for (std::size_t i = 0; i < pages.size(); ++i) {
-    const double scale = dpi / 72.0;
-    const int w = std::max(1, static_cast<int>(std::ceil(pt(pages[i].width) * scale - 1e-6)));
-    const int h = std::max(1, static_cast<int>(std::ceil(pt(pages[i].height) * scale - 1e-6)));
     const std::string path = pagePath(pathPrefix, i, ".png");
-    cairo_surface_t* s = cairo_image_surface_create(CAIRO_FORMAT_RGB24, w, h);
-    cairo_t* cr = cairo_create(s);
-    paintWhite(cr);
-    cairo_scale(cr, scale, scale);
-    renderer.draw(cr, pages[i]);
-    cairo_destroy(cr);
-    cairo_status_t status = cairo_surface_status(s);
-    if (status != CAIRO_STATUS_SUCCESS) {
-      cairo_surface_destroy(s);
-      throw RenderError("cannot draw '" + path + "': " + cairo_status_to_string(status));
-    }
     OutputFile file(path);
-    status = cairo_surface_write_to_png_stream(s, &OutputFile::write, &file);
-    cairo_surface_destroy(s);
-    file.commit(status);
+    file.commit(pngTo(pages[i], dpi, &OutputFile::write, &file));
     paths.push_back(path);
   }
   return paths;
@@ -262,22 +324,11 @@ std::vector<std::string> writePng(const doc::Document& d, const std::string& pat
 
 std::vector<std::string> writeSvg(const doc::Document& d, const std::string& pathPrefix) {
   std::vector<std::string> paths;
-  PageRenderer renderer;
   const auto& pages = pagesOf(d);
   for (std::size_t i = 0; i < pages.size(); ++i) {
     const std::string path = pagePath(pathPrefix, i, ".svg");
     OutputFile file(path);
-    cairo_surface_t* s = cairo_svg_surface_create_for_stream(
-        &OutputFile::write, &file, pt(pages[i].width), pt(pages[i].height));
-    cairo_svg_surface_set_document_unit(s, CAIRO_SVG_UNIT_PT);
-    cairo_t* cr = cairo_create(s);
-    paintWhite(cr);
-    renderer.draw(cr, pages[i]);
-    cairo_destroy(cr);
-    cairo_surface_finish(s);
-    const cairo_status_t status = cairo_surface_status(s);
-    cairo_surface_destroy(s);
-    file.commit(status);
+    file.commit(svgTo(pages[i], &OutputFile::write, &file));
     paths.push_back(path);
   }
   return paths;

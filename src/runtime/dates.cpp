@@ -199,6 +199,11 @@ std::optional<double> parseDateText(std::string_view text) {
       }
     }
   }
+  // "5 PM": an hour alone with a designator.
+  if (time.empty() && ampm && date.size() == 1 && date[0].kind == Token::Num) {
+    time.push_back(date[0]);
+    date.clear();
+  }
   double result = 0;
   if (!date.empty()) {
     int y = 0, m = 0, d = 0;

@@ -52,6 +52,7 @@ Decimal decimalOf(const Variant& v) {
     d.point = static_cast<int>(d.digits.size());
   } else {
     double x = v.toDouble();
+    if (!std::isfinite(x)) throw RuntimeError(kErrOverflow, "Overflow (Format)");
     int sig = v.type() == VarType::Single ? 7 : 15;
     d.negative = std::signbit(x) && x != 0;
     char buf[64];
@@ -156,17 +157,20 @@ std::string fixed(const Variant& v, int decimals, bool grouping, bool& negative)
 
 // ---- Numeric user patterns ----
 
+// One element of a numeric section, in pattern order.
+struct NumItem {
+  enum Kind { Literal, Digit, Point, Exponent } kind;
+  std::string text;  // Literal: the text; Digit: "0" or "#"; Exponent: "E+", "e-", ...
+  int part = 0;      // Digit: 0 integer, 1 fraction, 2 exponent
+};
+
 struct NumPattern {
-  // Items in order: literal text, or the number block.
-  std::vector<std::string> prefix, suffix;  // literal pieces before and after the number
-  std::string intPlaceholders;              // '0' and '#', left to right
-  std::string fracPlaceholders;             // '0' and '#'
-  bool hasPoint = false, grouping = false, percent = false;
-  int scale = 0;  // thousands scaling (commas right before the point)
-  bool sci = false, sciPlus = false;
-  int expDigits = 0;
-  // Literals inside the integer part, keyed by how many placeholders are to their right.
-  std::vector<std::pair<int, std::string>> intLiterals;
+  std::vector<NumItem> items;
+  int intCount = 0, fracCount = 0, expCount = 0, expZeros = 0;
+  int intMin = 0;   // integer digits always shown: from the leftmost '0' to the point
+  int fracMin = 0;  // decimals always shown: up to the rightmost '0'
+  bool hasPoint = false, grouping = false, percent = false, sci = false;
+  int scale = 0;  // thousands the value is divided by (commas just left of the point)
 };
 
 std::vector<std::string> splitSections(std::string_view p) {
@@ -191,18 +195,17 @@ std::vector<std::string> splitSections(std::string_view p) {
 }
 
 NumPattern parseNumPattern(std::string_view p) {
+  const auto& r = regional();
   NumPattern np;
-  enum { Before, Int, Frac, Exp, After } state = Before;
-  std::string pendingLiteral;
-  auto literal = [&](const std::string& t) {
-    if (state == Before)
-      np.prefix.push_back(t);
-    else if (state == Int)
-      pendingLiteral += t;
-    else
-      np.suffix.push_back(t);
-  };
+  enum { Int, Frac, Exp } state = Int;
   int commasPending = 0;
+  int firstZero = -1, lastZero = -1;
+  auto literal = [&](std::string t) {
+    if (!np.items.empty() && np.items.back().kind == NumItem::Literal)
+      np.items.back().text += t;
+    else
+      np.items.push_back({NumItem::Literal, std::move(t), 0});
+  };
   for (size_t i = 0; i < p.size(); ++i) {
     char c = p[i];
     if (c == '"') {
@@ -210,158 +213,197 @@ NumPattern parseNumPattern(std::string_view p) {
       if (e == std::string_view::npos) e = p.size();
       literal(std::string(p.substr(i + 1, e - i - 1)));
       i = e;
-    } else if (c == '\\' && i + 1 < p.size()) {
-      literal(std::string(1, p[++i]));
-    } else if ((c == '0' || c == '#') && state != After) {
-      if (state == Before) state = Int;
+    } else if (c == '\\') {
+      if (i + 1 < p.size()) literal(std::string(1, p[++i]));
+    } else if (c == '0' || c == '#') {
       if (state == Int) {
-        if (commasPending) np.grouping = true;
+        if (commasPending && np.intCount) np.grouping = true;
         commasPending = 0;
-        if (!pendingLiteral.empty()) {
-          np.intLiterals.push_back({0, pendingLiteral});
-          pendingLiteral.clear();
-        }
-        for (auto& l : np.intLiterals) ++l.first;
-        np.intPlaceholders += c;
+        if (c == '0' && firstZero < 0) firstZero = np.intCount;
+        ++np.intCount;
       } else if (state == Frac) {
-        np.fracPlaceholders += c;
-      } else if (state == Exp) {
-        ++np.expDigits;
+        if (c == '0') lastZero = np.fracCount;
+        ++np.fracCount;
+      } else {
+        ++np.expCount;
+        if (c == '0') ++np.expZeros;
       }
-    } else if (c == '.' && (state == Before || state == Int)) {
-      state = Frac;
+      np.items.push_back({NumItem::Digit, std::string(1, c),
+                          state == Int    ? 0
+                          : state == Frac ? 1
+                                          : 2});
+    } else if (c == '.' && state == Int) {
       np.hasPoint = true;
       np.scale += commasPending;
       commasPending = 0;
-    } else if (c == ',' && (state == Int)) {
-      ++commasPending;
-    } else if (c == ',' && state == Before) {
-      // a comma before any digit placeholder is shown as is
-      literal(",");
+      np.items.push_back({NumItem::Point, {}, 0});
+      state = Frac;
+    } else if (c == ',') {
+      // A separator before any digit placeholder is shown as written; after the point it is
+      // ignored.
+      if (state == Int && np.intCount)
+        ++commasPending;
+      else if (state == Int)
+        literal(",");
     } else if ((c == 'E' || c == 'e') && i + 1 < p.size() && (p[i + 1] == '+' || p[i + 1] == '-') &&
-               (state == Int || state == Frac)) {
+               state != Exp && np.intCount + np.fracCount > 0) {
+      if (state == Int) np.scale += commasPending;
+      commasPending = 0;
       np.sci = true;
-      np.sciPlus = p[i + 1] == '+';
+      np.items.push_back({NumItem::Exponent, std::string(p.substr(i, 2)), 0});
       ++i;
       state = Exp;
     } else if (c == '%') {
       np.percent = true;
-      if (state == Int || state == Frac || state == Exp) {
-        if (!pendingLiteral.empty()) {
-          np.suffix.push_back(pendingLiteral);
-          pendingLiteral.clear();
-        }
-        state = After;
-      }
       literal("%");
+    } else if (c == '/') {
+      literal(r.dateSeparator);
+    } else if (c == ':') {
+      literal(r.timeSeparator);
     } else {
-      if (state == Frac || state == Exp) state = After;
+      // Anything else, digits 1 to 9 included, is shown as written.
       literal(std::string(1, c));
     }
   }
-  if (commasPending && state == Int) np.scale += commasPending;
-  if (!pendingLiteral.empty()) np.suffix.insert(np.suffix.begin(), pendingLiteral);
-  // Each integer-part literal counts the placeholders to its right (including the one that
-  // closed it).
+  if (state == Int) np.scale += commasPending;
+  np.intMin = firstZero < 0 ? 0 : np.intCount - firstZero;
+  np.fracMin = lastZero + 1;
   return np;
 }
 
-std::string join(const std::vector<std::string>& v) {
+std::string literalsOf(const NumPattern& np) {
   std::string s;
-  for (auto& x : v) s += x;
+  for (const auto& it : np.items)
+    if (it.kind == NumItem::Literal) s += it.text;
   return s;
 }
 
-// Formats a non-negative magnitude with a parsed numeric pattern.
-std::string formatNumber(const Variant& value, const NumPattern& np, bool& negativeOut) {
-  const auto& r = regional();
-  Variant v = value;
-  if (np.percent || np.scale) {
-    double x = v.toDouble();
-    if (np.percent) x *= 100;
-    for (int i = 0; i < np.scale; ++i) x /= 1000;
-    v = Variant::dbl(x);
+// Rounds significant digits `s` (no leading zeros; value 0.s x 10^point) to `keep` digits,
+// halves away from zero; a carry past the first digit moves the point.
+void roundDigits(std::string& s, int& point, int keep) {
+  if (keep < 0) {
+    s.clear();
+    return;
   }
-  std::string body;
-  if (np.sci) {
-    double x = v.toDouble();
-    negativeOut = x < 0;
-    x = std::fabs(x);
-    int intPlaces = std::max<int>(1, static_cast<int>(np.intPlaceholders.size()));
-    int exp = 0;
-    if (x != 0) {
-      exp = static_cast<int>(std::floor(std::log10(x))) - (intPlaces - 1);
-      x /= std::pow(10.0, exp);
-    }
-    Decimal d = decimalOf(Variant::dbl(x));
-    int fracPlaces = static_cast<int>(np.fracPlaceholders.size());
-    roundTo(d, fracPlaces);
-    if (d.point > intPlaces) {  // 9.99 -> 10.0: renormalise
-      ++exp;
-      d = decimalOf(Variant::dbl(x / 10));
-      roundTo(d, fracPlaces);
-    }
-    std::string i = intDigits(d);
-    if (i.empty()) i = "0";
-    body = i;
-    std::string f = fracDigits(d, fracPlaces);
-    size_t minFrac = np.fracPlaceholders.find_last_of('0');
-    minFrac = minFrac == std::string::npos ? 0 : minFrac + 1;
-    while (f.size() > minFrac && f.back() == '0') f.pop_back();
-    if (np.hasPoint) body += r.decimal + f;
-    std::string e = std::to_string(std::abs(exp));
-    while (static_cast<int>(e.size()) < np.expDigits) e = "0" + e;
-    body += std::string("E") + (exp < 0 ? "-" : np.sciPlus ? "+" : "") + e;
-    return join(np.prefix) + body + join(np.suffix);
-  }
-  int fracPlaces = static_cast<int>(np.fracPlaceholders.size());
-  Decimal d = decimalOf(v);
-  roundTo(d, fracPlaces);
-  negativeOut = d.negative && !d.isZero();
-  std::string intPart = intDigits(d);
-  // '0' placeholders count from the right: the leftmost '0' fixes the minimum width.
-  size_t firstZero = np.intPlaceholders.find('0');
-  size_t minDigits = firstZero == std::string::npos ? 0 : np.intPlaceholders.size() - firstZero;
-  while (intPart.size() < minDigits) intPart = "0" + intPart;
-  std::string intText;
-  if (np.intLiterals.empty() || np.grouping) {
-    intText = np.grouping ? group(intPart) : intPart;
+  if (static_cast<int>(s.size()) <= keep) return;
+  bool up = s[static_cast<size_t>(keep)] >= '5';
+  s.resize(static_cast<size_t>(keep));
+  if (!up) return;
+  int i = keep - 1;
+  while (i >= 0 && s[static_cast<size_t>(i)] == '9') s[static_cast<size_t>(i--)] = '0';
+  if (i < 0) {
+    s.insert(s.begin(), '1');
+    ++point;
   } else {
-    // Digits fill the placeholders from the right; literals stay between them.
-    std::string out;
-    int placed = 0;
-    size_t di = intPart.size();
-    std::vector<std::pair<int, std::string>> lits = np.intLiterals;
-    int total = static_cast<int>(np.intPlaceholders.size());
-    for (int k = total - 1; k >= 0; --k) {
-      char ph = np.intPlaceholders[static_cast<size_t>(k)];
-      std::string digit;
-      if (di > 0) {
-        digit = intPart.substr(--di, 1);
-        if (k == 0 && di > 0) {
-          digit = intPart.substr(0, di + 1);
-          di = 0;
-        }
-      } else if (ph == '0') {
-        digit = "0";
-      }
-      out = digit + out;
-      ++placed;
-      // A literal stands before this placeholder if it had `placed` placeholders after it.
-      for (auto& l : lits)
-        if (l.first == placed && k > 0) out = l.second + out;
+    ++s[static_cast<size_t>(i)];
+  }
+}
+
+// Writes a non-negative magnitude with a parsed numeric section; `negative` tells whether the
+// value (after rounding) was below zero.
+std::string formatNumber(const Variant& value, const NumPattern& np, bool& negative) {
+  const auto& r = regional();
+  Decimal d = decimalOf(value);
+  // Percent and thousands scaling move the decimal point, exactly.
+  if (!d.isZero()) d.point += (np.percent ? 2 : 0) - 3 * np.scale;
+  // Significant digits: value = 0.sig x 10^point.
+  std::string sig = d.digits;
+  int point = d.point;
+  size_t nz = sig.find_first_not_of('0');
+  if (nz == std::string::npos) {
+    sig.clear();
+  } else {
+    sig.erase(0, nz);
+    point -= static_cast<int>(nz);
+  }
+
+  std::string intDigits, fracDigits, expText;
+  int exp = 0;
+  if (np.sci) {
+    int total = np.intCount + np.fracCount;
+    if (!sig.empty()) {
+      roundDigits(sig, point, total);
+      exp = point - np.intCount;
     }
-    intText = out;
+    sig.resize(static_cast<size_t>(total), '0');
+    intDigits = sig.substr(0, static_cast<size_t>(np.intCount));
+    fracDigits = sig.substr(static_cast<size_t>(np.intCount));
+    if (intDigits.find_first_not_of('0') == std::string::npos) intDigits.clear();
+    // The exponent's '0' placeholders give its least width; it always shows one digit.
+    expText = std::to_string(std::abs(exp));
+    int width = std::max(1, np.expZeros);
+    if (static_cast<int>(expText.size()) < width)
+      expText.insert(0, static_cast<size_t>(width) - expText.size(), '0');
+  } else if (!sig.empty()) {
+    roundDigits(sig, point, point + np.fracCount);
+    if (sig.empty() || sig.find_first_not_of('0') == std::string::npos) {
+      sig.clear();
+    } else if (point > 0) {
+      std::string all = sig;
+      if (static_cast<int>(all.size()) < point) all.resize(static_cast<size_t>(point), '0');
+      intDigits = all.substr(0, static_cast<size_t>(point));
+      fracDigits = all.substr(static_cast<size_t>(point));
+    } else {
+      fracDigits = std::string(static_cast<size_t>(-point), '0') + sig;
+    }
   }
-  body = intText;
-  if (np.hasPoint || fracPlaces) {
-    std::string f = fracDigits(d, fracPlaces);
-    size_t lastZero = np.fracPlaceholders.find_last_of('0');
-    size_t minFrac = lastZero == std::string::npos ? 0 : lastZero + 1;
-    while (f.size() > minFrac && f.back() == '0') f.pop_back();
-    if (np.hasPoint) body += r.decimal + f;
+  negative = d.negative && !sig.empty();
+  if (static_cast<int>(intDigits.size()) < np.intMin)
+    intDigits.insert(0, static_cast<size_t>(np.intMin) - intDigits.size(), '0');
+  fracDigits.resize(static_cast<size_t>(np.fracCount), '0');
+  while (static_cast<int>(fracDigits.size()) > np.fracMin && fracDigits.back() == '0')
+    fracDigits.pop_back();
+
+  // Integer digits fill the placeholders from the right; the leftmost takes any extra ones.
+  // Thousands separators go between digits wherever they fall, literals stay in place.
+  const int len = static_cast<int>(intDigits.size());
+  auto emitInt = [&](std::string& out, int from, int to) {
+    for (int j = from; j < to; ++j) {
+      out += intDigits[static_cast<size_t>(j)];
+      int right = len - 1 - j;
+      if (np.grouping && !np.sci && right > 0 && right % 3 == 0) out += r.thousands;
+    }
+  };
+  std::string out;
+  int intSeen = 0, fracSeen = 0;
+  bool expShown = false;
+  for (const auto& it : np.items) {
+    switch (it.kind) {
+      case NumItem::Literal:
+        out += it.text;
+        break;
+      case NumItem::Point:
+        if (np.intCount == 0) emitInt(out, 0, len);
+        out += r.decimal;
+        break;
+      case NumItem::Exponent:
+        out += it.text[0];
+        if (exp < 0)
+          out += '-';
+        else if (it.text[1] == '+')
+          out += '+';
+        break;
+      case NumItem::Digit:
+        if (it.part == 0) {
+          int k = intSeen++;
+          int idx = len - (np.intCount - k);  // this placeholder's digit
+          if (k == 0)
+            emitInt(out, 0, std::max(0, idx + 1));
+          else if (idx >= 0)
+            emitInt(out, idx, idx + 1);
+        } else if (it.part == 1) {
+          int k = fracSeen++;
+          if (k < static_cast<int>(fracDigits.size())) out += fracDigits[static_cast<size_t>(k)];
+        } else if (!expShown) {
+          out += expText;
+          expShown = true;
+        }
+        break;
+    }
+    // No placeholder after the exponent mark: the exponent still shows, right after it.
+    if (it.kind == NumItem::Exponent && np.expCount == 0) out += expText;
   }
-  return join(np.prefix) + body + join(np.suffix);
+  return out;
 }
 
 bool hasDigitPlaceholder(std::string_view sec) {
@@ -384,6 +426,7 @@ bool hasDigitPlaceholder(std::string_view sec) {
 
 bool isDateChar(char c) {
   switch (std::tolower(static_cast<unsigned char>(c))) {
+    case 'a':
     case 'd':
     case 'w':
     case 'm':
@@ -427,8 +470,6 @@ std::string pad2(int v) {
   std::snprintf(b, sizeof b, "%02d", v);
   return b;
 }
-
-std::string formatDatePattern(double serial, std::string_view p);
 
 // Host-notation patterns of the regional settings (M for month, m for minute, tt for AM/PM).
 std::string hostPattern(double serial, std::string_view p) {
@@ -491,20 +532,41 @@ std::string hostPattern(double serial, std::string_view p) {
 std::string generalDate(double serial) {
   const auto& r = regional();
   bool t = hasTimePart(serial), dpart = hasDatePart(serial);
-  if (!dpart && t) return hostPattern(serial, r.longTime);
+  // Day zero is a time of day alone, midnight included ("12:00:00 AM").
+  if (!dpart) return hostPattern(serial, r.longTime);
   std::string s = hostPattern(serial, r.shortDate);
   if (t) s += " " + hostPattern(serial, r.longTime);
   return s;
 }
 
-int weekOfYear(const DateParts& d) {
-  double jan1 = dateSerial(d.year, 1, 1);
-  DateParts j = splitDate(jan1);
-  int doy = static_cast<int>(dateSerial(d.year, d.month, d.day) - jan1);
-  return (doy + (j.weekday - 1)) / 7 + 1;
+// Week rules: the first day of the week (1 Sunday .. 7 Saturday) and which week of the year
+// is its first (1 the one holding 1 January, 2 the first with four days in the year, 3 the
+// first full week).
+struct WeekRule {
+  int firstDay = 1, firstWeek = 1;
+};
+
+double weekOneStart(int year, WeekRule w) {
+  double jan1 = dateSerial(year, 1, 1);
+  int before = (splitDate(jan1).weekday - w.firstDay + 7) % 7;  // its week's days in December
+  double start = jan1 - before;
+  if ((w.firstWeek == 2 && before > 3) || (w.firstWeek == 3 && before > 0)) start += 7;
+  return start;
 }
 
-std::string formatDatePattern(double serial, std::string_view p) {
+int weekOfYear(const DateParts& d, WeekRule w) {
+  double day = dateSerial(d.year, d.month, d.day);
+  double start = weekOneStart(d.year, w);
+  // Days before week 1 belong to the last week of the year before; with four-day weeks the
+  // last days of December can belong to week 1 of the next year.
+  if (day < start)
+    start = weekOneStart(d.year - 1, w);
+  else if (w.firstWeek == 2 && day >= weekOneStart(d.year + 1, w))
+    return 1;
+  return static_cast<int>((day - start) / 7) + 1;
+}
+
+std::string formatDatePattern(double serial, std::string_view p, WeekRule week) {
   const auto& r = regional();
   DateParts d = splitDate(serial);
   // 12-hour clock when the pattern holds a designator.
@@ -514,7 +576,7 @@ std::string formatDatePattern(double serial, std::string_view p) {
     if (lp.find(ld) != std::string::npos) twelve = true;
   }
   std::string out;
-  bool lastWasHour = false;
+  bool afterHour = false;
   for (size_t i = 0; i < p.size();) {
     char c = p[i];
     char lc = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -551,12 +613,14 @@ std::string formatDatePattern(double serial, std::string_view p) {
     }
     size_t n = 1;
     while (i + n < p.size() && std::tolower(static_cast<unsigned char>(p[i + n])) == lc) ++n;
+    bool token = true;
     switch (lc) {
       case 'c':
         out += generalDate(serial);
         n = 1;
         break;
       case 'd':
+        n = std::min<size_t>(n, 6);
         if (n == 1)
           out += std::to_string(d.day);
         else if (n == 2)
@@ -570,11 +634,22 @@ std::string formatDatePattern(double serial, std::string_view p) {
         else
           out += hostPattern(std::trunc(serial), r.longDate);
         break;
+      case 'a':
+        // aaaa is dddd, the day's localised name; other runs of a are text.
+        if (n == 4)
+          out += r.days[static_cast<size_t>(d.weekday - 1)];
+        else
+          out.append(n, c);
+        token = n == 4;
+        break;
       case 'w':
-        out += n == 1 ? std::to_string(d.weekday) : std::to_string(weekOfYear(d));
+        n = std::min<size_t>(n, 2);
+        out +=
+            std::to_string(n == 1 ? (d.weekday - week.firstDay + 7) % 7 + 1 : weekOfYear(d, week));
         break;
       case 'm':
-        if (lastWasHour && n <= 2) {
+        n = std::min<size_t>(n, 4);
+        if (afterHour && n <= 2) {
           out += n == 1 ? std::to_string(d.minute) : pad2(d.minute);
         } else if (n == 1) {
           out += std::to_string(d.month);
@@ -591,6 +666,7 @@ std::string formatDatePattern(double serial, std::string_view p) {
         n = 1;
         break;
       case 'y':
+        n = std::min<size_t>(n, 4);
         if (n == 1) {
           out += std::to_string(
               static_cast<int>(dateSerial(d.year, d.month, d.day) - dateSerial(d.year, 1, 1)) + 1);
@@ -626,21 +702,27 @@ std::string formatDatePattern(double serial, std::string_view p) {
           n = 5;
         } else {
           out.append(n, c);
+          token = false;
         }
         break;
       case '/':
         out += r.dateSeparator;
+        token = false;
         break;
       case ':':
         out += r.timeSeparator;
+        token = false;
         break;
       default:
         out.append(n, c);
+        token = false;
     }
+    // m and mm are minutes only as the first token after an hour; separators and other
+    // literals may stand between them.
     if (lc == 'h')
-      lastWasHour = true;
-    else if (lc != ':' && lc != ' ' && !(lc == 'm' && lastWasHour))
-      lastWasHour = false;
+      afterHour = true;
+    else if (token)
+      afterHour = false;
     i += n;
   }
   return out;
@@ -649,30 +731,29 @@ std::string formatDatePattern(double serial, std::string_view p) {
 // ---- Text patterns ----
 
 std::string formatText(const std::string& s, std::string_view p) {
-  bool toLower = false, toUpper = false, leftToRight = false;
+  char caseRule = 0;  // '<' or '>': the first one in the section decides
+  bool leftToRight = false;
   std::vector<std::pair<char, std::string>> items;  // placeholder ('@','&') or literal ('\0')
   for (size_t i = 0; i < p.size(); ++i) {
     char c = p[i];
-    if (c == '<')
-      toLower = true;
-    else if (c == '>')
-      toUpper = true;
-    else if (c == '!')
+    if (c == '<' || c == '>') {
+      if (!caseRule) caseRule = c;
+    } else if (c == '!') {
       leftToRight = true;
-    else if (c == '@' || c == '&')
+    } else if (c == '@' || c == '&') {
       items.push_back({c, {}});
-    else if (c == '"') {
+    } else if (c == '"') {
       size_t e = p.find('"', i + 1);
       if (e == std::string_view::npos) e = p.size();
       items.push_back({'\0', std::string(p.substr(i + 1, e - i - 1))});
       i = e;
-    } else if (c == '\\' && i + 1 < p.size()) {
-      items.push_back({'\0', std::string(1, p[++i])});
+    } else if (c == '\\') {
+      if (i + 1 < p.size()) items.push_back({'\0', std::string(1, p[++i])});
     } else {
       items.push_back({'\0', std::string(1, c)});
     }
   }
-  std::string text = toUpper ? vb::upper(s) : toLower ? vb::lower(s) : s;
+  std::string text = caseRule == '>' ? vb::upper(s) : caseRule == '<' ? vb::lower(s) : s;
   // Characters, UTF-8 aware.
   std::vector<std::string> chars;
   for (size_t i = 0; i < text.size();) {
@@ -681,40 +762,25 @@ std::string formatText(const std::string& s, std::string_view p) {
     chars.push_back(text.substr(i, len));
     i += len;
   }
-  int holders = 0;
+  size_t holders = 0;
   for (auto& it : items)
     if (it.first) ++holders;
-  if (holders == 0) {
-    std::string out = text;
-    for (auto& it : items) out += it.second;
-    return out;
-  }
-  std::vector<std::string> fill(static_cast<size_t>(holders));
-  int nchars = static_cast<int>(chars.size());
-  if (leftToRight) {
-    for (int k = 0; k < holders; ++k)
-      if (k < nchars) fill[static_cast<size_t>(k)] = chars[static_cast<size_t>(k)];
-    for (int k = holders; k < nchars; ++k) fill.back() += chars[static_cast<size_t>(k)];
-  } else {
-    int extra = nchars - holders;
-    for (int k = holders - 1, ci = nchars - 1; k >= 0; --k, --ci)
-      if (ci >= 0) fill[static_cast<size_t>(k)] = chars[static_cast<size_t>(ci)];
-    if (extra > 0) {
-      std::string pre;
-      for (int k = 0; k < extra; ++k) pre += chars[static_cast<size_t>(k)];
-      fill[0] = pre + fill[0];
-    }
-  }
+  // A short text fills the rightmost placeholders (the leftmost with '!'); characters beyond
+  // the placeholders follow the whole pattern.
+  size_t skip = !leftToRight && chars.size() < holders ? holders - chars.size() : 0;
   std::string out;
-  int k = 0;
+  size_t k = 0, next = 0;
   for (auto& it : items) {
     if (!it.first) {
       out += it.second;
       continue;
     }
-    const std::string& f = fill[static_cast<size_t>(k++)];
-    out += f.empty() ? (it.first == '@' ? " " : "") : f;
+    if (k++ >= skip && next < chars.size())
+      out += chars[next++];
+    else if (it.first == '@')
+      out += ' ';
   }
+  for (; next < chars.size(); ++next) out += chars[next];
   return out;
 }
 
@@ -764,11 +830,7 @@ Variant coerce(const Variant& v, bool preferDate) {
 
 std::string formatNumericSections(const Variant& value, const std::vector<std::string>& secs) {
   if (value.isNull()) {
-    if (secs.size() >= 4) {
-      NumPattern np = parseNumPattern(secs[3]);
-      return join(np.prefix) + join(np.suffix);
-    }
-    return "";
+    return secs.size() >= 4 ? literalsOf(parseNumPattern(secs[3])) : "";
   }
   Variant v = value;
   if (v.type() == VarType::Boolean) v = Variant::integer(v.rawBool() ? -1 : 0);
@@ -829,8 +891,13 @@ std::string generalNumber(double v, int digits) {
   return (neg ? "-" : "") + out;
 }
 
-std::string Format(const Variant& value, std::string_view pattern) {
+std::string Format(const Variant& value, std::string_view pattern, int firstDayOfWeek,
+                   int firstWeekOfYear) {
   const auto& r = regional();
+  if (firstDayOfWeek < 0 || firstDayOfWeek > 7 || firstWeekOfYear < 0 || firstWeekOfYear > 3)
+    throw RuntimeError(kErrInvalidCall, "Invalid procedure call or argument: Format");
+  WeekRule week{firstDayOfWeek ? firstDayOfWeek : r.firstDayOfWeek,
+                firstWeekOfYear ? firstWeekOfYear : r.firstWeekOfYear};
   if (pattern.empty()) return value.isNull() ? "" : value.displayText();
   if (value.type() == VarType::Binary) return value.displayText();
 
@@ -887,7 +954,8 @@ std::string Format(const Variant& value, std::string_view pattern) {
   if (isTextPattern(secs[0]) && !hasDigitPlaceholder(secs[0])) {
     if (value.isNull() || (value.type() == VarType::String && value.rawString().empty())) {
       if (secs.size() >= 2) return formatText("", secs[1]);
-      return formatText("", secs[0]);
+      // Null without a section of its own prints nothing; "" fills the placeholders.
+      return value.isNull() ? "" : formatText("", secs[0]);
     }
     return formatText(value.displayText(), secs[0]);
   }
@@ -901,7 +969,7 @@ std::string Format(const Variant& value, std::string_view pattern) {
     if (value.isNull() || value.isEmpty()) return "";
     Variant v = coerce(value, true);
     if (v.type() == VarType::String) return v.rawString();
-    return formatDatePattern(v.toDate(), secs[0]);
+    return formatDatePattern(v.toDate(), secs[0], week);
   }
   // Only literals: the sections still choose by sign and Null.
   if (value.isNull()) return secs.size() >= 4 ? formatText("", secs[3]) : "";
@@ -910,6 +978,17 @@ std::string Format(const Variant& value, std::string_view pattern) {
   double x = v.toDouble();
   size_t idx = x < 0 && secs.size() >= 2 ? 1 : x == 0 && secs.size() >= 3 ? 2 : 0;
   return formatText("", secs[idx]);
+}
+
+Variant formatVariant(const Variant& value, std::string_view pattern, int firstDayOfWeek,
+                      int firstWeekOfYear) {
+  if (value.isNull()) {
+    // Null stays Null unless the pattern has a section for it.
+    std::vector<std::string> secs = splitSections(pattern);
+    bool text = isTextPattern(secs[0]) && !hasDigitPlaceholder(secs[0]);
+    if (secs.size() < (text ? 2u : 4u)) return Variant::null();
+  }
+  return Variant::string(Format(value, pattern, firstDayOfWeek, firstWeekOfYear));
 }
 
 }  // namespace galvix

@@ -1,5 +1,6 @@
 #include "runtime/regional.h"
 
+#include <atomic>
 #include <cstdlib>
 
 #include "galvix/variant.h"
@@ -34,6 +35,8 @@ RegionalSettings enGB() {
   r.am = "am";
   r.pm = "pm";
   r.dateOrder = RegionalSettings::Order::DMY;
+  r.firstDayOfWeek = 2;
+  r.firstWeekOfYear = 2;
   return r;
 }
 
@@ -59,13 +62,14 @@ RegionalSettings deDE() {
   r.days = {"Sonntag", "Montag", "Dienstag", "Mittwoch", "Donnerstag", "Freitag", "Samstag"};
   r.daysShort = {"So", "Mo", "Di", "Mi", "Do", "Fr", "Sa"};
   r.dateOrder = RegionalSettings::Order::DMY;
+  r.firstDayOfWeek = 2;
+  r.firstWeekOfYear = 2;
   return r;
 }
 
-const RegionalSettings*& current() {
-  static const RegionalSettings* cur = nullptr;
-  return cur;
-}
+// The process's settings (set once, read from every thread) and a run's own on its thread.
+std::atomic<const RegionalSettings*> g_current{nullptr};
+thread_local const RegionalSettings* t_run = nullptr;
 
 }  // namespace
 
@@ -79,15 +83,25 @@ const RegionalSettings& regionalByName(std::string_view name) {
 }
 
 const RegionalSettings& regional() {
-  if (!current()) {
+  if (t_run) return *t_run;
+  const RegionalSettings* cur = g_current.load(std::memory_order_acquire);
+  if (!cur) {
     const char* env = std::getenv("GALVIX_LOCALE");
-    current() = &regionalByName(env ? env : "en-US");
+    cur = &regionalByName(env ? env : "en-US");
+    g_current.store(cur, std::memory_order_release);
   }
-  return *current();
+  return *cur;
 }
 
 void setRegional(std::string_view name) {
-  current() = &regionalByName(name);
+  g_current.store(&regionalByName(name), std::memory_order_release);
+}
+
+RegionalScope::RegionalScope(std::string_view name) : previous_(t_run) {
+  if (!name.empty()) t_run = &regionalByName(name);
+}
+RegionalScope::~RegionalScope() {
+  t_run = previous_;
 }
 
 }  // namespace galvix

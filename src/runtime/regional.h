@@ -29,6 +29,9 @@ struct RegionalSettings {
   std::array<std::string, 12> months, monthsShort;
   std::array<std::string, 7> days, daysShort;  // Sunday first
   enum class Order { MDY, DMY, YMD } dateOrder = Order::MDY;
+  // Week rules as Format's arguments number them: 1 Sunday .. 7 Saturday; 1 the week holding
+  // 1 January, 2 the first week with four days in the year, 3 the first full week.
+  int firstDayOfWeek = 1, firstWeekOfYear = 1;
 };
 
 // The current settings: en-US unless GALVIX_LOCALE or setRegional chose another.
@@ -36,5 +39,18 @@ const RegionalSettings& regional();
 // en-US, en-GB, de-DE (and "C" as en-US); an unknown name raises RuntimeError naming the known.
 void setRegional(std::string_view name);
 const RegionalSettings& regionalByName(std::string_view name);
+
+// The settings of one run, on its thread only, for the scope's life (an empty name keeps the
+// current ones); other threads keep theirs.
+class RegionalScope {
+ public:
+  explicit RegionalScope(std::string_view name);
+  ~RegionalScope();
+  RegionalScope(const RegionalScope&) = delete;
+  RegionalScope& operator=(const RegionalScope&) = delete;
+
+ private:
+  const RegionalSettings* previous_;
+};
 
 }  // namespace galvix

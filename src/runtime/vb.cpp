@@ -215,6 +215,26 @@ Variant Chr(const Variant& code) {
   return Variant::string(std::string(buf, static_cast<size_t>(n)));
 }
 
+Variant Asc(const Variant& v) {
+  if (v.isNull()) throw RuntimeError(kErrInvalidNull, "invalid use of Null (Asc)");
+  std::string s = str(v);
+  if (s.empty()) invalidCall("Asc");
+  gunichar u = g_utf8_get_char_validated(s.data(), static_cast<gssize>(s.size()));
+  if (u == static_cast<gunichar>(-1) || u == static_cast<gunichar>(-2))
+    u = static_cast<unsigned char>(s[0]);
+  // The inverse of Chr: Windows-1252 codes for its characters in 128..159.
+  static const unsigned short cp1252[32] = {
+      0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+      0x2039, 0x0152, 0x8D,   0x017D, 0x8F,   0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+      0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
+  for (int i = 0; i < 32; ++i)
+    if (cp1252[i] == u) return Variant::integer(static_cast<std::int16_t>(128 + i));
+  // "0 - 255 on non-DBCS systems": a character the code page lacks is '?', as the conversion
+  // to the code page writes it.
+  if ((u >= 128 && u < 160) || u > 255) return Variant::integer('?');
+  return Variant::integer(static_cast<std::int16_t>(u));
+}
+
 Variant CStr(const Variant& v) {
   return Variant::string(v.toString());
 }

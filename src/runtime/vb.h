@@ -32,6 +32,7 @@ Variant Replace(const Variant& s, const Variant& find, const Variant& with);
 Variant UCase(const Variant& v);
 Variant LCase(const Variant& v);
 Variant Chr(const Variant& code);  // 0..255 as Windows-1252, larger as Unicode
+Variant Asc(const Variant& v);     // Windows-1252 code of the first character; "" raises 5
 Variant CStr(const Variant& v);    // Null raises 94
 Variant Val(const Variant& v);     // leading number, "." as the decimal point always
 bool IsNumeric(const Variant& v);

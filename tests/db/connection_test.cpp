@@ -384,6 +384,34 @@ TEST(RunScope, WorkTablesBelongToTheirRunAndLeaveNothingBehind) {
   EXPECT_NO_THROW(outside.execute("DROP TABLE VENDOR_SUMMARY"));
 }
 
+// A work table the user keeps: copied from the run into the file, with its column types,
+// replacing the file's table of that name; a table the run did not make is not touched.
+TEST(RunScope, AKeptWorkTableIsCopiedIntoTheFile) {
+  const fs::path file = tempDb("keep.db");
+  {
+    Fixture f(file.string());
+    f.budgetLine(f.event(), f.expenseCategory("Flowers"), {.budget = data::money(12.5)});
+    f.exec("CREATE TABLE VENDOR_SUMMARY (Old TEXT)");
+  }
+  const std::string cs = file.string();
+  {
+    RunScope scope({"VENDOR_SUMMARY"});
+    Connection c;
+    c.open(cs);
+    EXPECT_NO_THROW(c.keepWorkTable("VENDOR_SUMMARY"));  // not made yet: nothing happens
+    c.execute("DROP TABLE VENDOR_SUMMARY");
+    c.execute("SELECT Budget INTO VENDOR_SUMMARY FROM SPCategories");
+    c.keepWorkTable("vendor_summary");
+  }
+  Connection outside;
+  outside.open(cs);
+  Recordset rs;
+  rs.open("SELECT Budget FROM VENDOR_SUMMARY", outside);
+  ASSERT_FALSE(rs.EOF_());
+  EXPECT_EQ(rs.value("Budget").type(), VarType::Currency);
+  EXPECT_EQ(rs.value("Budget").toDouble(), 12.5);
+}
+
 }  // namespace
 }  // namespace galvix::db
 

@@ -127,6 +127,19 @@ TEST(Subreports, BandTallerThanAPageWithNoCleanCutIsClippedOnce) {
             (std::vector<std::string>{"band 'Detail' is taller than the page; clipped"}));
   const auto* label = texts(res.document, 1, "lblTall").at(0);
   EXPECT_EQ(label->box.top + label->box.height, 4000 - 500);
+
+  // A band made a billion twips tall by code, a label at its top and one far down: the empty
+  // stretch between them gives no pages; the far label starts the next page.
+  auto far = tallReport("300", R"J({"kind": "label", "name": "lblTop", "caption": "top",
+                             "width": 1000, "height": 3600},
+                            {"kind": "label", "name": "lblFar", "caption": "far",
+                             "width": 1000, "height": 300})J");
+  far->data().setRows({"Note"}, {{"one"}});
+  far->section("Detail").setHeight(1e9);
+  far->control("lblFar").setTop(9e8);
+  res = test::run(*far);
+  ASSERT_EQ(res.document.pages.size(), 2u);
+  EXPECT_EQ(texts(res.document, 2, "lblFar").at(0)->box.top, 500 + 200);
 }
 
 TEST(Growth, PushDownMovesControlsBelowAGrownOne) {

@@ -1,6 +1,7 @@
 #include <fstream>
 #include <sstream>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "engine/document_dump.h"
@@ -242,6 +243,72 @@ TEST(Columns, LabelsThreeAcrossWithSpacingBand) {
   ASSERT_EQ(p2.size(), 2u);
   EXPECT_EQ(p2[1]->box.left, 500 + 100 + 1700);
   EXPECT_EQ(p2[1]->box.top, 500);
+}
+
+// Labels given their own width sit one pitch apart whatever the print width leaves over; a
+// label count beyond reason, negative spacing and a negative gap band do not break the run.
+TEST(Columns, GivenWidthSetsThePitchAndOddSizesCountAsLimits) {
+  class R : public Report {
+   public:
+    R(int columns, double width, double spacing, double gap)
+        : Report(layoutOf(layoutJson("rptLabels", R"(
+        {"kind": "groupHeader", "name": "ghSpace", "everyRow": true, "height": 0},
+        {"kind": "detail", "name": "Detail", "height": 800,
+         "controls": [{"kind": "label", "name": "txtLabel", "width": 1000, "height": 800}]},
+        {"kind": "groupFooter", "name": "gfSpace", "height": 0})"))) {
+      std::vector<RowValues> v;
+      for (int i = 1; i <= 5; ++i) v.push_back({Variant::string("L" + std::to_string(i))});
+      data().setRows({"Label"}, std::move(v));
+      auto& d = section("Detail");
+      d.setColumnCount(columns);
+      d.setColumnWidth(width);
+      d.setColumnSpacing(spacing);
+      d.setColumnDirection(ColumnDirection::AcrossDown);
+      section("gfSpace").setHeight(gap);
+    }
+  };
+  auto positions = [](R& r) {
+    std::vector<std::pair<int, int>> at;
+    const auto res = test::run(r);
+    for (std::size_t p = 1; p <= res.document.pages.size(); ++p)
+      for (auto* t : texts(res.document, static_cast<int>(p), "txtLabel"))
+        at.emplace_back(t->box.left, t->box.top);
+    return at;
+  };
+  // Print width 5000: derived columns would be (5000 - 200) / 3 = 1600 wide; given 1200, the
+  // labels are 1300 apart and the last 1300 twips stay empty.
+  R given(3, 1200, 100, 200);
+  EXPECT_THAT(positions(given), ::testing::ElementsAre(std::pair{500, 500}, std::pair{1800, 500},
+                                                       std::pair{3100, 500}, std::pair{500, 1500},
+                                                       std::pair{1800, 1500}));
+  // Negative spacing and gap count as none: labels touch across and down.
+  R tight(2, 1200, -300, -1000);
+  EXPECT_THAT(positions(tight), ::testing::ElementsAre(std::pair{500, 500}, std::pair{1700, 500},
+                                                       std::pair{500, 1300}, std::pair{1700, 1300},
+                                                       std::pair{500, 2100}));
+  // Far more columns than exist: the count stops at the limit and the five share one row.
+  R many(2000000000, 1200, 100, 0);
+  EXPECT_EQ(many.section("Detail").columnCount(), kMaxColumns);
+  EXPECT_EQ(positions(many).back(), (std::pair{500 + 4 * 1300, 500}));
+}
+
+// Handlers that place text by its size measure with the run's measurer, the one the pages are
+// laid out with; outside a run there is none.
+TEST(Run, HandlersReachTheRunsMeasurer) {
+  class R : public Report {
+   public:
+    R()
+        : Report(layoutOf(layoutJson("rptMeasure", R"({"kind": "detail", "name": "Detail",
+        "height": 300})"))) {}
+    void onReportStart() override { seen = measurer(); }
+    TextMeasurer* seen = nullptr;
+  } r;
+  FixedMetricMeasurer m;
+  RunOptions o;
+  o.measurer = &m;
+  runReport(r, o);
+  EXPECT_EQ(r.seen, &m);
+  EXPECT_EQ(r.measurer(), nullptr);
 }
 
 TEST(Columns, DownThenAcrossFillsAColumnFirst) {
@@ -558,6 +625,55 @@ TEST(Bands, HiddenAndPageBreakSections) {
   auto c = texts(res.document, 1, "txtC");
   ASSERT_EQ(c.size(), 3u);
   EXPECT_EQ(c[2]->box.top, 500 + 600);  // one after another
+}
+
+// A chart prints what its drawing makes for its box, moved onto the band and tagged with the
+// chart; without a drawing it prints nothing.
+TEST(Charts, DrawingIsMadeForTheBoxAndPlacedWithIt) {
+  struct Drawing : ChartDrawing {
+    std::vector<doc::Item> draw(std::int32_t w, std::int32_t h, TextMeasurer* m) const override {
+      doc::Text t;
+      t.box = {10, 20, w - 10, m ? m->measure("x", t.font, 0).height : 0};
+      doc::Path p;
+      p.box = {0, 0, w, h};
+      std::vector<doc::Item> out(3);
+      out[0].content = t;
+      out[1].content = doc::Line{0, 0, w, h};
+      out[2].content = p;
+      return out;
+    }
+  };
+  class R : public Report {
+   public:
+    R()
+        : Report(layoutOf(layoutJson("rptChart", R"(
+        {"kind": "detail", "name": "Detail", "height": 3000, "controls": [
+          {"kind": "chart", "name": "chtA", "left": 1000, "top": 500, "width": 4000, "height": 2000},
+          {"kind": "chart", "name": "chtEmpty", "left": 0, "top": 0, "width": 500, "height": 500}
+        ]})"))) {
+      static_cast<Chart&>(control("chtA")).setDrawing(std::make_shared<Drawing>());
+    }
+  } r;
+  const doc::Document d = test::run(r).document;
+  ASSERT_EQ(d.pages.size(), 1u);
+  std::vector<const doc::Item*> drawn;
+  for (const auto& it : d.pages[0].items) {
+    EXPECT_NE(it.control, "chtEmpty");
+    if (it.control == "chtA") drawn.push_back(&it);
+  }
+  ASSERT_EQ(drawn.size(), 3u);
+  const auto& t = std::get<doc::Text>(drawn[0]->content);
+  const auto& l = std::get<doc::Line>(drawn[1]->content);
+  const auto& p = std::get<doc::Path>(drawn[2]->content);
+  EXPECT_EQ(drawn[0]->section, "Detail");
+  EXPECT_EQ(t.box.left - p.box.left, 10);
+  EXPECT_EQ(t.box.width, 3990);
+  EXPECT_GT(t.box.height, 0);
+  EXPECT_EQ(l.x1, p.box.left);
+  EXPECT_EQ(l.y2 - l.y1, 2000);
+  EXPECT_EQ(p.box.left, 500 + 1000);  // margin, then the control's place on the band
+  EXPECT_EQ(p.box.top, 500 + 500);
+  EXPECT_EQ(p.box.width, 4000);
 }
 
 }  // namespace

@@ -122,9 +122,16 @@ TEST(Pictures, EachFormatLoads) {
     EXPECT_NEAR(static_cast<int>((px >> 16) & 0xFF), 0x20, 8) << name;
     EXPECT_NEAR(static_cast<int>(px & 0xFF), 0xC0, 8) << name;
     cairo_surface_destroy(s);
+    EXPECT_EQ(pictureFormat(*data), name);
   }
   EXPECT_EQ(decodePicture(std::make_shared<std::vector<std::uint8_t>>(10, 0x55)), nullptr);
   EXPECT_EQ(decodePicture(nullptr), nullptr);
+  EXPECT_EQ(pictureFormat(std::vector<std::uint8_t>(10, 0x55)), "");
+  EXPECT_EQ(pictureFormat({}), "");
+  // A picture cut short is refused, though its header names a format.
+  auto png = *encode("png");
+  png.resize(png.size() / 2);
+  EXPECT_EQ(pictureFormat(png), "");
 }
 
 TEST(Pictures, FittedIntoTheirBoxAndJpegKeptInThePdf) {

@@ -4,6 +4,8 @@
 #include <filesystem>
 
 #include "db/connection.h"
+#include "engine/controls.h"
+#include "render/pictures.h"
 #include "report_test_util.h"
 #include "reports/common/picture_file.h"
 
@@ -12,11 +14,24 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-// Bytes that open as a bitmap, `size` long in all.
+// A 24-bit bitmap of 17 x 47 pixels, exactly `size` bytes: the pixel rows start after a gap
+// that pads the file out (`size` must leave 2,444 bytes of rows after the 54-byte header).
 Bytes bitmapOf(std::size_t size, std::uint8_t fill) {
-  Bytes b(size, fill);
-  b[0] = 'B';
-  b[1] = 'M';
+  const std::uint32_t rows = 52 * 47, offset = static_cast<std::uint32_t>(size) - rows;
+  Bytes b;
+  auto put = [&](std::uint32_t v, int n) {
+    for (int i = 0; i < n; ++i) b.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
+  };
+  b = {'B', 'M'};
+  put(static_cast<std::uint32_t>(size), 4);
+  put(0, 4);
+  put(offset, 4);
+  for (std::uint32_t v : {40u, 17u, 47u}) put(v, 4);
+  put(1, 2);
+  put(24, 2);
+  for (std::uint32_t v : {0u, rows, 3780u, 3780u, 0u, 0u}) put(v, 4);
+  b.resize(offset, 0);
+  b.resize(size, fill);
   return b;
 }
 
@@ -147,26 +162,57 @@ TEST_F(EventSummary, AValueThatIsNoPictureShowsNone) {
   EXPECT_THAT(texts(d, "txtContact1"), ElementsAre("Ms. Ann Lee ", "Dr. Dee Diaz "));
 }
 
-TEST_F(EventSummary, APictureIsCopiedInChunksOfAThousandBytes) {
+TEST_F(EventSummary, APictureIsCopiedInChunksOfAThousandBytesThroughAFileThatIsThenGone) {
+  ASSERT_EQ(render::pictureFormat(picture_), "bmp");
+  ASSERT_EQ(picture_.size(), 2500u);
   db::Connection c;
   c.open(db().connectionString());
   db::Recordset rs;
   rs.open("SELECT ContactPic FROM GuestNames WHERE GFName IN ('Ann', 'Bo') ORDER BY GFName", c);
+  engine::Picture control{engine::ControlState{}}, fallback{engine::ControlState{}};
+  const std::string file = reports::tempPicturePath("");
   std::vector<std::size_t> sizes;
-  Bytes copied;
-  const long size = reports::copyInChunks(rs.fields("ContactPic"), [&](const Bytes& b) {
-    sizes.push_back(b.size());
-    copied.insert(copied.end(), b.begin(), b.end());
-  });
-  EXPECT_EQ(size, 2500);
+  auto seen = [&](std::size_t n) {
+    EXPECT_TRUE(std::filesystem::exists(file));
+    sizes.push_back(n);
+  };
+  reports::loadPictureOrKeep(control, rs, "ContactPic", nullptr, seen);
   EXPECT_THAT(sizes, ElementsAre(1000u, 1000u, 500u));
-  EXPECT_EQ(copied, picture_);
-  rs.moveNext();  // Bo: no picture, nothing to write
+  ASSERT_TRUE(control.picture());
+  EXPECT_EQ(*control.picture(), picture_);
+  EXPECT_FALSE(std::filesystem::exists(file));
+
+  rs.moveNext();  // Bo: no picture, nothing written; the default picture, else none
   sizes.clear();
-  EXPECT_EQ(reports::copyInChunks(rs.fields("ContactPic"),
-                                  [&](const Bytes& b) { sizes.push_back(b.size()); }),
-            0);
+  fallback.setPicture(picture_);
+  reports::loadPictureOrKeep(control, rs, "ContactPic", &fallback, seen);
   EXPECT_THAT(sizes, IsEmpty());
+  EXPECT_EQ(control.picture(), fallback.picture());
+  reports::loadPictureOrKeep(control, rs, "ContactPic", nullptr, seen);
+  EXPECT_EQ(control.picture(), nullptr);
+  EXPECT_FALSE(std::filesystem::exists(file));
+
+  rs.moveNext();  // no row at all: the same as an empty column
+  control.setPicture(picture_);
+  reports::loadPictureOrKeep(control, rs, "ContactPic", nullptr, seen);
+  EXPECT_EQ(control.picture(), nullptr);
+}
+
+TEST_F(EventSummary, AFailedPictureLoadLeavesTheControlAsItWas) {
+  db().exec("UPDATE GuestNames SET ContactPic = X'00010203' WHERE GFName = 'Ann'");
+  db::Connection c;
+  c.open(db().connectionString());
+  db::Recordset rs;
+  rs.open("SELECT ContactPic FROM GuestNames WHERE GFName = 'Ann'", c);
+  engine::Picture control{engine::ControlState{}};
+  control.setPicture(picture_);
+  const auto before = control.picture();
+  EXPECT_NO_THROW(reports::loadPictureOrKeep(control, rs, "ContactPic"));
+  EXPECT_EQ(control.picture(), before);
+  // A column the statement does not have is swallowed the same way.
+  EXPECT_NO_THROW(reports::loadPictureOrKeep(control, rs, "NoSuchColumn"));
+  EXPECT_EQ(control.picture(), before);
+  EXPECT_FALSE(std::filesystem::exists(reports::tempPicturePath("")));
 }
 
 }  // namespace

@@ -82,6 +82,9 @@ struct Select {
   std::vector<ExprPtr> groupBy;
   ExprPtr having;
   std::vector<OrderItem> orderBy;
+  // A subquery in FROM may be a union: the members after this one, and whether each is ALL.
+  std::vector<std::shared_ptr<Select>> unionWith;
+  std::vector<bool> unionAll;
 };
 
 struct Statement {

@@ -267,11 +267,7 @@ void registerJetFunctions(sqlite3* db) {
   add(db, "jet_ucase", 1, [](auto& a) { return vb::UCase(a[0]); });
   add(db, "jet_lcase", 1, [](auto& a) { return vb::LCase(a[0]); });
   add(db, "jet_chr", 1, [](auto& a) { return a[0].isNull() ? a[0] : vb::Chr(a[0]); });
-  add(db, "jet_asc", 1, [](auto& a) {
-    std::string s = a[0].toString();
-    if (s.empty()) throw RuntimeError(kErrInvalidCall, "invalid procedure call or argument: Asc");
-    return Variant::integer(static_cast<std::int16_t>(static_cast<unsigned char>(s[0])));
-  });
+  add(db, "jet_asc", 1, [](auto& a) { return vb::Asc(a[0]); });
   add(db, "jet_space", 1, [](auto& a) {
     long n = std::max(0L, arg(a, 0, 0));
     if (n > (1L << 20)) throw RuntimeError(14, "Out of string space");
@@ -287,9 +283,13 @@ void registerJetFunctions(sqlite3* db) {
     return Variant::string(a[0].toDouble() >= 0 ? " " + s : s);
   });
   add(db, "jet_val", 1, [](auto& a) { return vb::Val(a[0]); });
-  add(db, "jet_format", 1, [](auto& a) { return Variant::string(Format(a[0])); });
-  add(db, "jet_format", 2,
-      [](auto& a) { return Variant::string(Format(a[0], a[1].isNull() ? "" : a[1].toString())); });
+  // Null formats as Null unless the pattern has a section for it.
+  for (int n = 1; n <= 4; ++n)
+    add(db, "jet_format", n, [](auto& a) {
+      std::string pattern = a.size() > 1 && !a[1].isNull() ? a[1].toString() : "";
+      return formatVariant(a[0], pattern, static_cast<int>(arg(a, 2, 1)),
+                           static_cast<int>(arg(a, 3, 1)));
+    });
   add(db, "jet_cint", 1, [](auto& a) { return Variant::integer(a[0].toInteger()); });
   add(db, "jet_clng", 1, [](auto& a) { return Variant::longInt(a[0].toLong()); });
   add(db, "jet_csng", 1, [](auto& a) { return Variant::single(a[0].toSingle()); });
@@ -335,17 +335,20 @@ void registerJetFunctions(sqlite3* db) {
     return Variant::date(dateSerial(a[0].toInteger(), a[1].toInteger(), a[2].toInteger()));
   });
   // The interval letters are Format's date pattern letters ("yyyy", "q", "m", "y", "d", "w",
-  // "ww", "h", "n", "s"), with Sunday as the first day of the week.
-  add(db, "jet_datepart", 2, [](auto& a) {
-    if (a[1].isNull()) return Variant::null();
-    const std::string interval = vb::lower(a[0].toString());
-    static const std::set<std::string> known = {"yyyy", "q",  "m", "y", "d",
-                                                "w",    "ww", "h", "n", "s"};
-    if (!known.count(interval))
-      throw RuntimeError(kErrInvalidCall, "DatePart: unknown interval '" + interval + "'");
-    return Variant::integer(
-        static_cast<std::int16_t>(std::stoi(Format(Variant::date(a[1].toDate()), interval))));
-  });
+  // "ww", "h", "n", "s"); the week arguments are Format's too (Sunday and 1 January unless
+  // given).
+  for (int n = 2; n <= 4; ++n)
+    add(db, "jet_datepart", n, [](auto& a) {
+      if (a[1].isNull()) return Variant::null();
+      const std::string interval = vb::lower(a[0].toString());
+      static const std::set<std::string> known = {"yyyy", "q",  "m", "y", "d",
+                                                  "w",    "ww", "h", "n", "s"};
+      if (!known.count(interval))
+        throw RuntimeError(kErrInvalidCall, "DatePart: unknown interval '" + interval + "'");
+      return Variant::integer(static_cast<std::int16_t>(
+          std::stoi(Format(Variant::date(a[1].toDate()), interval, static_cast<int>(arg(a, 2, 1)),
+                           static_cast<int>(arg(a, 3, 1))))));
+    });
   add(db, "jet_datevalue", 1, [](auto& a) { return Variant::date(std::trunc(a[0].toDate())); });
   add(
       db, "jet_now", 0,

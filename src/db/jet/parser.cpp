@@ -53,22 +53,7 @@ class Parser {
       }
     }
     st.selects.push_back(select());
-    while (isWord("union")) {
-      next();
-      bool all = false;
-      if (isWord("all")) {
-        next();
-        all = true;
-      }
-      st.unionAll.push_back(all);
-      if (cur().kind == Token::LParen && isWordAt(pos_ + 1, "select")) {
-        next();
-        st.selects.push_back(select());
-        expect(Token::RParen, "')'");
-      } else {
-        st.selects.push_back(select());
-      }
-    }
+    unionMembers(st.selects, st.unionAll);
     if (st.transformValue) {
       expectWord("pivot");
       st.pivot = expr();
@@ -216,22 +201,47 @@ class Parser {
       next();
       s->having = expr();
     }
-    if (isWord("order")) {
-      next();
-      expectWord("by");
-      do {
-        OrderItem o;
-        o.expr = expr();
-        if (isWord("desc")) {
-          next();
-          o.desc = true;
-        } else if (isWord("asc")) {
-          next();
-        }
-        s->orderBy.push_back(std::move(o));
-      } while (accept(Token::Comma));
-    }
+    orderBy(*s);
     return s;
+  }
+
+  void orderBy(Select& s) {
+    if (!isWord("order")) return;
+    next();
+    expectWord("by");
+    do {
+      OrderItem o;
+      o.expr = expr();
+      if (isWord("desc")) {
+        next();
+        o.desc = true;
+      } else if (isWord("asc")) {
+        next();
+      }
+      s.orderBy.push_back(std::move(o));
+    } while (accept(Token::Comma));
+  }
+
+  // "UNION [ALL] SELECT ..." (a member may stand in parentheses) after a first SELECT.
+  void unionMembers(std::vector<std::shared_ptr<Select>>& members, std::vector<bool>& all) {
+    while (isWord("union")) {
+      next();
+      bool a = false;
+      if (isWord("all")) {
+        next();
+        a = true;
+      }
+      all.push_back(a);
+      if (cur().kind == Token::LParen && isWordAt(pos_ + 1, "select")) {
+        next();
+        members.push_back(select());
+        expect(Token::RParen, "')'");
+        // An ORDER BY after the parenthesised last member orders the whole union.
+        if (members.back()->orderBy.empty()) orderBy(*members.back());
+      } else {
+        members.push_back(select());
+      }
+    }
   }
 
   std::unique_ptr<TableRef> joined() {
@@ -278,6 +288,7 @@ class Parser {
       if (isWord("select")) {
         t->kind = TableRef::SubQuery;
         t->sub = select();
+        unionMembers(t->sub->unionWith, t->sub->unionAll);
         expect(Token::RParen, "')'");
       } else {
         t = joined();
@@ -581,7 +592,9 @@ class Parser {
             expect(Token::RParen, "')'");
             return e;
           }
-          if (reserved(ln)) syntaxError(sql_, t.pos, "(unexpected " + describe(t) + ")");
+          // Left, Right and Asc are also functions: followed by '(' they are calls.
+          bool call = (ln == "left" || ln == "right" || ln == "asc") && cur().kind == Token::LParen;
+          if (reserved(ln) && !call) syntaxError(sql_, t.pos, "(unexpected " + describe(t) + ")");
         }
         if (!bracketed && cur().kind == Token::LParen) {
           next();

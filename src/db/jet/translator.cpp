@@ -112,8 +112,12 @@ struct Source {
 struct Scope {
   std::vector<Source> sources;
   const Scope* parent = nullptr;
-  // Earlier select-list aliases, for reuse later in the same list.
+  // Select-list aliases, for reuse in the clauses after the list.
   std::vector<std::pair<std::string, std::pair<std::string, VarType>>> aliases;
+  // While the select list itself is translated: its items (an unqualified name there means an
+  // alias of the list, wherever it stands, before a column) and the items being expanded.
+  const std::vector<SelectItem>* items = nullptr;
+  mutable std::vector<size_t> expanding;
 
   const Source* find(std::string_view t) const {
     for (const auto& s : sources)
@@ -159,6 +163,8 @@ struct Translator::Impl {
   std::vector<int> liftedTokens;
   bool lift = false;
   int exprCounter = 0;
+  int aliasExpansions = 0;
+  static constexpr int kMaxAliasExpansions = 20000;
   // Inside a crosstab cell: aggregates see only the rows of that cell's column.
   const std::string* pivotMatch = nullptr;
 
@@ -311,8 +317,12 @@ struct Translator::Impl {
       if (!found) error(kErrNoSuchColumn, "Unknown column '" + table + "." + col + "'.", e.pos);
       return {ident(s->alias) + "." + ident(col), t, false};
     }
-    // Unqualified: a column of a table in scope, else an earlier alias of the select list.
+    // Unqualified: in a select list an alias of that list, then a column of a table in scope,
+    // then an alias of the select list.
     for (const Scope* sc = &scope; sc; sc = sc->parent) {
+      if (sc->items)
+        for (size_t i = 0; i < sc->items->size(); ++i)
+          if (vb::compareTextNoCase((*sc->items)[i].alias, col) == 0) return aliasUse(*sc, i, e);
       for (const auto& s : sc->sources) {
         if (s.info) {
           if (auto* c = s.info->find(col)) return {ident(col), c->second, false};
@@ -328,6 +338,30 @@ struct Translator::Impl {
     if (scope.sources.empty() && !scope.parent)
       error(kErrNoSuchColumn, "Unknown column '" + col + "'.", e.pos);
     error(kErrNoSuchColumn, "Unknown column '" + col + "'.", e.pos);
+  }
+
+  // An alias used in its own select list: its expression, inlined. An alias that needs itself
+  // (directly or through others) is refused as Jet refuses it.
+  Out aliasUse(const Scope& sc, size_t i, const Expr& at) {
+    const SelectItem& it = (*sc.items)[i];
+    if (std::find(sc.expanding.begin(), sc.expanding.end(), i) != sc.expanding.end())
+      error(kErrSyntax,
+            "Circular reference caused by alias '" + it.alias +
+                "' in query definition's SELECT list.",
+            at.pos);
+    // Each use copies the expression: a long enough chain of aliases would grow without bound.
+    if (++aliasExpansions > kMaxAliasExpansions)
+      error(kErrSyntax, "Query is too complex (aliases used too many times).", at.pos);
+    sc.expanding.push_back(i);
+    Out o;
+    try {
+      o = expr(*it.expr, sc);
+    } catch (...) {
+      sc.expanding.pop_back();
+      throw;
+    }
+    sc.expanding.pop_back();
+    return {"(" + value(o) + ")", o.type, false};
   }
 
   Out number(const Expr& e) {
@@ -429,13 +463,8 @@ struct Translator::Impl {
     if (arity >= 0) need(static_cast<size_t>(arity), static_cast<size_t>(arity));
     if (n == "mid") need(2, 3);
     if (n == "instr") need(2, 3);
-    if (n == "format") need(1, 2);
-    if (n == "datepart") {
-      // The first day of the week and of the year are left at Jet's defaults (Sunday, 1 Jan).
-      need(2, 4);
-      return {"jet_datepart(" + typedValue(a(0)) + ", " + typedValue(a(1)) + ")", VarType::Integer,
-              false};
-    }
+    if (n == "format") need(1, 4);
+    if (n == "datepart") need(2, 4);
     std::string s = "jet_" + n + "(";
     for (size_t i = 0; i < e.args.size(); ++i) s += (i ? ", " : "") + typedValue(a(i));
     return {s + ")", it->second.second, it->second.second == VarType::Boolean};
@@ -726,7 +755,10 @@ struct Translator::Impl {
     // Select list (its literals stay in the text: it does not change between side queries).
     int exprNo = 0;
     std::vector<std::string> names;
-    for (const auto& it : s.items) {
+    p.scope.items = &s.items;
+    for (size_t itemNo = 0; itemNo < s.items.size(); ++itemNo) {
+      const SelectItem& it = s.items[itemNo];
+      p.scope.expanding.assign(1, itemNo);
       if (it.expr->kind == Expr::Star) {
         p.out.star = true;
         if (it.expr->table.empty()) {
@@ -752,6 +784,8 @@ struct Translator::Impl {
       p.itemSql.push_back(value(o) + (textExpr ? " COLLATE JETTEXT" : ""));
       if (!it.alias.empty()) p.scope.aliases.push_back({it.alias, {value(o), o.type}});
     }
+    p.scope.items = nullptr;
+    p.scope.expanding.clear();
     // Two columns of the same name from different tables are told apart as Table.Column; the
     // same column selected twice keeps its plain name (the first one is found by it).
     std::vector<std::string> plain = names;
@@ -846,6 +880,11 @@ struct Translator::Impl {
 
   SelectOut select(const Select& s, const Scope* outer, bool topLevel) {
     (void)topLevel;
+    if (!s.unionWith.empty()) {
+      std::vector<const Select*> members{&s};
+      for (const auto& m : s.unionWith) members.push_back(m.get());
+      return compound(members, s.unionAll, outer);
+    }
     Parts p = selectParts(s, outer, true);
     return assemble(s, p);
   }
@@ -853,11 +892,26 @@ struct Translator::Impl {
   // ---- Statements ----
 
   Translation unionOf(const Statement& st) {
+    std::vector<const Select*> members;
+    for (const auto& sel : st.selects) members.push_back(sel.get());
+    SelectOut o = compound(members, st.unionAll, nullptr);
     Translation t;
+    t.sql = o.sql;
+    if (!o.star) {
+      t.columnNames = o.names;
+      t.columnTypes = o.types;
+    }
+    return t;
+  }
+
+  // SELECT ... UNION [ALL] SELECT ...: the first member names the columns; `all[i - 1]` tells
+  // whether member i keeps duplicates.
+  SelectOut compound(const std::vector<const Select*>& members, const std::vector<bool>& all,
+                     const Scope* outer) {
     std::string sql;
     SelectOut first;
     std::vector<Parts> parts;
-    for (const auto& sel : st.selects) parts.push_back(selectParts(*sel, nullptr, false));
+    for (const Select* sel : members) parts.push_back(selectParts(*sel, outer, false));
     // A column that is text in one member and a date or truth value in another is text, the
     // others' values written as CStr writes them (an invoice's blank due date beside real ones).
     for (size_t k = 0; k < parts[0].itemSql.size(); ++k) {
@@ -874,15 +928,15 @@ struct Translator::Impl {
         p.out.types[k] = VarType::String;
       }
     }
-    for (size_t i = 0; i < st.selects.size(); ++i) {
+    for (size_t i = 0; i < members.size(); ++i) {
       Parts& p = parts[i];
-      SelectOut o = assemble(*st.selects[i], p);
+      SelectOut o = assemble(*members[i], p);
       if (i == 0) first = o;
-      if (i) sql += st.unionAll[i - 1] ? " UNION ALL " : " UNION ";
+      if (i) sql += all[i - 1] ? " UNION ALL " : " UNION ";
       sql += o.sql;
     }
     // The last member's ORDER BY orders the whole union, by output column.
-    const Select& last = *st.selects.back();
+    const Select& last = *members.back();
     std::string order;
     for (size_t i = 0; i < last.orderBy.size(); ++i) {
       const Expr& e = *last.orderBy[i].expr;
@@ -910,12 +964,8 @@ struct Translator::Impl {
     // Ordered from outside: SQLite 3.40 fails to resolve columns of a RIGHT JOIN in a grouped
     // compound that carries its own ORDER BY.
     if (!order.empty()) sql = "SELECT * FROM (" + sql + ") ORDER BY " + order;
-    t.sql = sql;
-    if (!first.star) {
-      t.columnNames = first.names;
-      t.columnTypes = first.types;
-    }
-    return t;
+    first.sql = sql;
+    return first;
   }
 
   std::vector<Variant> pivotValues(const Select& s, const Expr& pivot) {
@@ -1145,6 +1195,7 @@ Translation Translator::translate(std::string_view jetSql) {
   m.params.clear();
   m.liftedTokens.clear();
   m.lift = false;
+  m.aliasExpansions = 0;
   Statement st = parse(jetSql, tokens);
   Translation t = m.translateTree(st);
   t.params = m.params;

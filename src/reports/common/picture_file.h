@@ -1,9 +1,12 @@
-// Pictures kept in a binary column of the event database, loaded as the image control loads a
-// file: the column is copied in fixed-size chunks into a temporary file, the file is read back
-// as a picture and removed.
+// Pictures kept in a binary column, read the way the planning application reads them: copied in
+// fixed-size chunks into a temporary file, loaded from that file, and the file removed.
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 
 #include "db/connection.h"
@@ -12,21 +15,40 @@
 
 namespace galvix::reports {
 
-inline constexpr long kPictureChunk = 1000;
+// A picture that could not be written, read back or decoded; the message names the column
+// and the file, and the run adds the report's name.
+class PictureFileError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
-// Fetches the current row's value of `column` from offset 0 in chunks of kPictureChunk bytes
-// (the last one shorter) and hands each to `write` in order. Returns the value's size in bytes.
-long copyInChunks(db::Field& column, const std::function<void(const Bytes&)>& write);
+// "<folder>/TempPic.jpg"; an empty folder means the temporary folder ($TMPDIR or /tmp).
+std::string tempPicturePath(std::string_view folder);
 
-// Gives `control` the picture held in `column` of the recordset's current row. Without a row or
-// with an empty column it gets `fallback`'s picture, or none. Any failure on the way (a file that
-// cannot be written, a value that is no picture) is swallowed and leaves the control as it was.
-// The temporary file has a name of its own per load, so reports on several threads never share
-// it, and it is gone when the call returns.
-void loadPicture(engine::Picture& control, db::Recordset& rs, std::string_view column,
-                 const engine::Picture* fallback = nullptr);
+// Copies the current row's value of `column` into the file `path` in chunks of `chunkSize`
+// bytes (a file already there is removed first), reads the file back and removes it. Returns
+// the bytes, empty when the value is Null or empty. `onChunk`, when given, sees each chunk's
+// size while the file is still there.
+//
+// Runs on several threads or processes may share the one file name: each reads back through
+// its own descriptor what it wrote, and removes the name only while it is still its own file.
+Bytes readPictureThroughFile(db::Field& column, const std::string& path, long chunkSize,
+                             const std::function<void(std::size_t)>& onChunk = {});
 
-// The encoded formats the renderer draws: JPEG, PNG, GIF, BMP.
-bool isPictureData(const Bytes& data);
+// The picture as a control takes it. Empty bytes give null (no picture); bytes that are not a
+// whole JPEG, PNG, GIF or BMP image raise PictureFileError naming `column`. The same bytes as
+// `previous` give `previous` back, so a logo printed on every page is one picture in the file.
+std::shared_ptr<const Bytes> loadPicture(Bytes bytes, std::string_view column,
+                                         const std::shared_ptr<const Bytes>& previous = {});
+
+// The client contacts' picture load, whose errors end it quietly. The current row's `column` is
+// read through tempPicturePath("") in chunks of kContactPictureChunk bytes and, when there are
+// bytes, set on `control` through loadPicture. Without a row, or with an empty column, the
+// control gets `fallback`'s picture, or none. Any failure (a file that cannot be written, bytes
+// that are no picture) leaves the control as it was. `onChunk` is as for readPictureThroughFile.
+inline constexpr long kContactPictureChunk = 1000;
+void loadPictureOrKeep(engine::Picture& control, db::Recordset& rs, std::string_view column,
+                       const engine::Picture* fallback = nullptr,
+                       const std::function<void(std::size_t)>& onChunk = {});
 
 }  // namespace galvix::reports

@@ -71,7 +71,7 @@ void SrptClientContact::fill(db::Recordset& rs, int n) {
   if (withPictures_) {
     auto& pic = picture("imgPic" + i);
     pic.setPicture(nullptr);
-    loadPicture(pic, rs, "ContactPic");
+    loadPictureOrKeep(pic, rs, "ContactPic");
   }
 }
 

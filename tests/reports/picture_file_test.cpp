@@ -1,0 +1,120 @@
+// Pictures read from a binary column through a temporary file.
+#include "reports/common/picture_file.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "db/connection.h"
+#include "report_test_util.h"
+
+namespace galvix::testing {
+namespace {
+
+namespace fs = std::filesystem;
+using reports::loadPicture;
+using reports::PictureFileError;
+using reports::readPictureThroughFile;
+
+class PictureFileTest : public ReportTest {
+ protected:
+  // The image of the one ImageLibrary row, read as the invoice reads it.
+  Bytes read(const std::string& path, long chunk, std::vector<std::size_t>* chunks = nullptr) {
+    db::Connection c;
+    c.open(db().connectionString());
+    db::Recordset rs;
+    rs.open("SELECT ImageBLOB FROM ImageLibrary", c);
+    EXPECT_FALSE(rs.EOF_());
+    return readPictureThroughFile(rs.fields("ImageBLOB"), path, chunk, [&](std::size_t n) {
+      EXPECT_TRUE(fs::exists(path));
+      if (chunks) chunks->push_back(n);
+    });
+  }
+  std::string path() { return (fs::path(db().path()).parent_path() / "TempPic.jpg").string(); }
+};
+
+TEST_F(PictureFileTest, WrittenInChunksReadBackAndRemoved) {
+  Bytes image(250);
+  for (std::size_t i = 0; i < image.size(); ++i) image[i] = static_cast<std::uint8_t>(i * 7);
+  db().image(db().vendor(), image);
+  // A file left by an earlier run is replaced, not appended to.
+  std::ofstream(path()) << "stale picture from an earlier run";
+  std::vector<std::size_t> chunks;
+  EXPECT_EQ(read(path(), 100, &chunks), image);
+  EXPECT_EQ(chunks, (std::vector<std::size_t>{100, 100, 50}));
+  EXPECT_FALSE(fs::exists(path()));
+}
+
+TEST_F(PictureFileTest, NullOrEmptyColumnGivesNoPictureAndNoFile) {
+  long v = db().vendor();
+  db().insert("ImageLibrary", {{"VendorID", Variant(static_cast<int>(v))}});
+  std::vector<std::size_t> chunks;
+  EXPECT_TRUE(read(path(), 100, &chunks).empty());
+  EXPECT_TRUE(chunks.empty());
+  EXPECT_FALSE(fs::exists(path()));
+  EXPECT_EQ(loadPicture({}, "ImageBLOB"), nullptr);
+}
+
+TEST_F(PictureFileTest, AFolderThatCannotBeWrittenNamesTheFile) {
+  db().image(db().vendor(), Bytes(10, 1));
+  const std::string bad =
+      (fs::path(db().path()).parent_path() / "no-such-folder" / "TempPic.jpg").string();
+  try {
+    read(bad, 100);
+    FAIL() << "no error";
+  } catch (const PictureFileError& e) {
+    EXPECT_NE(std::string(e.what()).find(bad), std::string::npos) << e.what();
+  }
+}
+
+TEST_F(PictureFileTest, UndecodablePictureNamesTheColumnAndSameBytesShareOnePicture) {
+  try {
+    loadPicture(Bytes(250, 0x55), "ImageBLOB");
+    FAIL() << "no error";
+  } catch (const PictureFileError& e) {
+    EXPECT_NE(std::string(e.what()).find("ImageBLOB"), std::string::npos) << e.what();
+  }
+  // 1x1 GIF.
+  const Bytes gif = {'G', 'I', 'F', '8', '9',  'a',  1,    0,    1,    0, 0x80, 0,
+                     0,   0,   0,   0,   0xFF, 0xFF, 0xFF, ',',  0,    0, 0,    0,
+                     1,   0,   1,   0,   0,    2,    2,    0x44, 0x01, 0, ';'};
+  auto first = loadPicture(gif, "ImageBLOB");
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(loadPicture(gif, "ImageBLOB", first), first);
+  Bytes other = gif;
+  other[16] = 0;  // another colour
+  EXPECT_NE(loadPicture(other, "ImageBLOB", first), first);
+}
+
+TEST_F(PictureFileTest, RunsSharingTheFileNameEachReadTheirOwnPicture) {
+  const Bytes a(3000, 0xAA), b(2000, 0xBB);
+  db().image(db().vendor(), a);
+  db().image(db().vendor(), b);
+  const std::string file = path();
+  auto reader = [&](const Bytes& want, std::atomic<int>& wrong) {
+    db::Connection c;
+    c.open(db().connectionString());
+    for (int i = 0; i < 100; ++i) {
+      db::Recordset rs;
+      rs.open(
+          "SELECT ImageBLOB FROM ImageLibrary WHERE ImageID = " + std::to_string(want == a ? 1 : 2),
+          c);
+      if (readPictureThroughFile(rs.fields("ImageBLOB"), file, 100) != want) ++wrong;
+      rs.close();
+    }
+  };
+  std::atomic<int> wrongA{0}, wrongB{0};
+  std::thread ta(reader, std::cref(a), std::ref(wrongA));
+  std::thread tb(reader, std::cref(b), std::ref(wrongB));
+  ta.join();
+  tb.join();
+  EXPECT_EQ(wrongA, 0);
+  EXPECT_EQ(wrongB, 0);
+  EXPECT_FALSE(fs::exists(file));
+}
+
+}  // namespace
+}  // namespace galvix::testing

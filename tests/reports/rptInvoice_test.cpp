@@ -1,0 +1,302 @@
+// The invoice: item lines with tax and tip, payment lines as stored, the total, and the
+// letterhead's logo read through a temporary file on every page.
+#include <gdk-pixbuf/gdk-pixbuf.h>
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "data/demo.h"
+#include "db/connection.h"
+#include "render/render.h"
+#include "report_test_util.h"
+#include "runtime/format.h"
+
+namespace galvix::testing {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+// A w x h picture of one colour in a format gdk-pixbuf writes (jpeg, png, bmp).
+Bytes encode(const char* type, int w = 360, int h = 120) {
+  GdkPixbuf* pb = gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, w, h);
+  gdk_pixbuf_fill(pb, 0x5A3A8BFF);
+  gchar* buf = nullptr;
+  gsize len = 0;
+  EXPECT_TRUE(gdk_pixbuf_save_to_buffer(pb, &buf, &len, type, nullptr, nullptr)) << type;
+  g_object_unref(pb);
+  Bytes out(reinterpret_cast<std::uint8_t*>(buf), reinterpret_cast<std::uint8_t*>(buf) + len);
+  g_free(buf);
+  return out;
+}
+
+// 4x2 pixels of one colour (gdk-pixbuf cannot write GIF).
+const Bytes kGif = {'G', 'I', 'F', '8', '9', 'a', 4, 0, 2, 0, 0x80, 0, 0, 0x20, 0x40, 0xC0, 0, 0,
+                    0,   ',', 0,   0,   0,   0,   4, 0, 2, 0, 0,    2, 3, 0x84, 0x8F, 0x05, 0, ';'};
+
+std::string shell(const std::string& cmd) {
+  std::string out;
+  if (std::FILE* p = popen((cmd + " 2>&1").c_str(), "r")) {
+    char buf[512];
+    while (std::fgets(buf, sizeof buf, p)) out += buf;
+    pclose(p);
+  }
+  return out;
+}
+
+class Invoice : public ReportTest {
+ protected:
+  void SetUp() override {
+    ReportTest::SetUp();
+    // The logo's file goes to the folder the user's settings name.
+    folder_ = fs::path(db().path()).parent_path() / "data";
+    fs::create_directories(folder_);
+    const char* old = std::getenv("XDG_CONFIG_HOME");
+    oldConfig_ = old ? std::optional<std::string>(old) : std::nullopt;
+    const fs::path config = fs::path(db().path()).parent_path() / "config";
+    fs::create_directories(config);
+    std::ofstream(config / "GalvoPro5.ini")
+        << "[Options]\nDBPathLocation=" << folder_.string() << "\n";
+    ::setenv("XDG_CONFIG_HOME", config.c_str(), 1);
+
+    event_ = db().event({.name = "Smith Wedding"});
+    own_ = db().vendor({.company = "Galvix Planning",
+                        .address = "1 Main Street",
+                        .city = "Chicago",
+                        .state = "IL",
+                        .postalCode = "60606",
+                        .myCompany = true});
+    vendor_ = db().vendor({.company = "Bloom Florals"});
+    invoice_ = db().invoice(event_, {.number = "A-7",
+                                     .note = "Thank you.",
+                                     .billToName = "Emily Smith",
+                                     .billToAddress = "48 Maple Avenue"});
+  }
+  void TearDown() override {
+    if (oldConfig_)
+      ::setenv("XDG_CONFIG_HOME", oldConfig_->c_str(), 1);
+    else
+      ::unsetenv("XDG_CONFIG_HOME");
+    ReportTest::TearDown();
+  }
+
+  // An assignment of the event in `category` (with its budget line) of worksheet `type`.
+  long assignment(const std::string& category, int type, double tax = 0, double tip = 0,
+                  long vendor = 0) {
+    const long cat = db().expenseCategory(category);
+    if (!lines_.count(cat)) db().budgetLine(event_, cat);
+    lines_.insert(cat);
+    return db().assignment(event_, cat, vendor ? vendor : own_,
+                           {.worksheetType = type, .tax = tax, .tip = tip});
+  }
+
+  doc::Document runInvoice(long invoice = 0) {
+    auto r = report("Invoice");
+    r->set("EventID", Variant(static_cast<int>(event_)));
+    r->set("InvoiceID", Variant(static_cast<int>(invoice ? invoice : invoice_)));
+    return run(*r);
+  }
+
+  // The pictures printed by imgLogo, one per page that has one.
+  static std::vector<const doc::Picture*> logos(const doc::Document& d) {
+    std::vector<const doc::Picture*> out;
+    for (const auto& p : d.pages)
+      for (const auto& it : p.items)
+        if (it.control == "imgLogo")
+          if (auto* pic = std::get_if<doc::Picture>(&it.content)) out.push_back(pic);
+    return out;
+  }
+
+  fs::path folder_;
+  std::optional<std::string> oldConfig_;
+  long event_ = 0, own_ = 0, vendor_ = 0, invoice_ = 0;
+  std::set<long> lines_;
+};
+
+TEST_F(Invoice, ItemLinesCarryTaxAndTipPaymentsAsStored) {
+  const long a = assignment("Planning", 1, 8, 15);
+  db().item(a, {.item = "Coordination",
+                .price = data::money(50),
+                .qty = 2,
+                .tax = true,
+                .invoiceId = invoice_});
+  db().item(a, {.item = "Favors",
+                .description = " (small)",
+                .price = data::money(50),
+                .qty = 2,
+                .invoiceId = invoice_});
+  db().item(a, {.item = "Overtime",
+                .price = data::money(20),
+                .qty = 1,
+                .tax = true,
+                .tip = true,
+                .invoiceId = invoice_});
+  const long est = assignment("Flowers", 2, 10, 10, vendor_);
+  db().paymentType("Deposit", 1);
+  db().payment(est, {.type = "Deposit", .amount = data::money(250.5), .invoiceId = invoice_});
+  // Marked with the invoice but of the wrong worksheet type, or of another invoice: left out.
+  db().item(est, {.item = "Estimate item", .price = data::money(999), .invoiceId = invoice_});
+  db().payment(a, {.type = "Deposit", .amount = data::money(777), .invoiceId = invoice_});
+  db().item(a, {.item = "Other invoice", .price = data::money(555), .invoiceId = invoice_ + 1});
+
+  const auto d = runInvoice();
+  EXPECT_THAT(texts(d, "txtCategory"), ElementsAre("Flowers", "Planning", "Planning", "Planning"));
+  EXPECT_THAT(texts(d, "txtCompany"),
+              ElementsAre("Bloom Florals", "Line Item", "Line Item", "Line Item"));
+  EXPECT_THAT(texts(d, "txtPaymentType"),
+              ElementsAre("Deposit", "Coordination", "Favors (small)", "Overtime"));
+  // 50 x 2 + 8% = 108; no flags: 100; 20 + 8% + 15% = 24.60; the payment as stored.
+  EXPECT_THAT(texts(d, "txtAmount"), ElementsAre("$250.50", "$108.00", "$100.00", "$24.60"));
+  EXPECT_THAT(texts(d, "txtTotal"), ElementsAre("$483.10"));
+  EXPECT_THAT(texts(d, "txtInvoiceNote"), ElementsAre("Thank you."));
+  EXPECT_THAT(texts(d, "txtInvoiceNumber"), ElementsAre("A-7"));
+  EXPECT_THAT(texts(d, "txtBillTo"), ElementsAre("Emily Smith\r48 Maple Avenue"));
+}
+
+TEST_F(Invoice, CompanyBlockAndLogoOnEveryPageThroughAFileThatIsGoneAfterwards) {
+  const Bytes jpeg = encode("jpeg");
+  db().image(own_, jpeg);
+  const long a = assignment("Planning", 1);
+  for (int i = 0; i < 80; ++i)
+    db().item(a, {.item = "Line " + std::to_string(100 + i),
+                  .price = data::money(1),
+                  .invoiceId = invoice_});
+  // A file left by an earlier run is not what prints.
+  std::ofstream(folder_ / "TempPic.jpg") << "stale";
+
+  const auto d = runInvoice();
+  ASSERT_GE(d.pages.size(), 2u);
+  EXPECT_EQ(texts(d, "txtMyCompany"),
+            std::vector<std::string>(d.pages.size(),
+                                     "Galvix Planning\r1 Main Street\rChicago, IL  60606"));
+  const auto pics = logos(d);
+  ASSERT_EQ(pics.size(), d.pages.size());
+  for (const auto* p : pics) {
+    ASSERT_TRUE(p->data);
+    EXPECT_EQ(*p->data, jpeg);
+    EXPECT_EQ(p->data, pics[0]->data);  // one picture, embedded once
+  }
+  EXPECT_FALSE(fs::exists(folder_ / "TempPic.jpg"));
+  EXPECT_TRUE(fs::is_empty(folder_));
+}
+
+TEST_F(Invoice, EachPictureFormatPrintsAndTheJpegIsEmbeddedUnresampled) {
+  const long img = db().image(own_, encode("jpeg"));
+  for (auto [name, bytes] : {std::pair{"jpeg", encode("jpeg")}, std::pair{"png", encode("png")},
+                             std::pair{"bmp", encode("bmp")}, std::pair{"gif", kGif}}) {
+    SCOPED_TRACE(name);
+    db().set("ImageLibrary", img, "ImageBLOB", Variant::binary(bytes));
+    const auto d = runInvoice();
+    const auto pics = logos(d);
+    ASSERT_EQ(pics.size(), 1u);
+    EXPECT_EQ(*pics[0]->data, bytes);
+    const fs::path pdf = folder_.parent_path() / (std::string(name) + ".pdf");
+    render::writePdf(d, pdf.string());
+    // The image in the file has the picture's own pixels (a JPEG stays a JPEG).
+    const std::string list = shell("pdfimages -list '" + pdf.string() + "'");
+    if (std::string(name) == "gif") {
+      EXPECT_THAT(list, HasSubstr("     4     2 "));
+    } else {
+      EXPECT_THAT(list, HasSubstr("   360   120 "));
+    }
+    if (std::string(name) == "jpeg") {
+      EXPECT_THAT(list, HasSubstr("jpeg"));
+    }
+  }
+}
+
+TEST_F(Invoice, APictureThatCannotBeDecodedFailsNamingTheReportAndColumn) {
+  db().image(own_, Bytes(250, 0x42));
+  auto r = report("Invoice");
+  r->set("EventID", Variant(static_cast<int>(event_)));
+  r->set("InvoiceID", Variant(static_cast<int>(invoice_)));
+  try {
+    run(*r);
+    FAIL() << "no error";
+  } catch (const std::exception& e) {
+    EXPECT_THAT(e.what(), HasSubstr("Invoice"));
+    EXPECT_THAT(e.what(), HasSubstr("ImageBLOB"));
+  }
+  EXPECT_FALSE(fs::exists(folder_ / "TempPic.jpg"));
+}
+
+TEST_F(Invoice, OwnCompanyWithoutPictureOrInvoiceWithoutRowLeavesTheDesign) {
+  // No image library entry: the join gives no row, so no company block either.
+  assignment("Planning", 1);
+  auto d = runInvoice();
+  EXPECT_THAT(texts(d, "txtMyCompany"), ElementsAre(""));
+  EXPECT_TRUE(logos(d).empty());
+  // An empty picture column: the block prints, no picture.
+  db().insert("ImageLibrary", {{"VendorID", Variant(static_cast<int>(own_))}});
+  d = runInvoice(invoice_ + 50);
+  EXPECT_THAT(texts(d, "txtMyCompany"),
+              ElementsAre("Galvix Planning\r1 Main Street\rChicago, IL  60606"));
+  EXPECT_TRUE(logos(d).empty());
+  EXPECT_THAT(texts(d, "txtInvoiceNumber"), ElementsAre(""));
+}
+
+// The demo's invoices: the total printed is the sum of the lines the rules put on them,
+// computed here from the rows.
+TEST(InvoiceDemo, TotalEqualsTheSumOfItsRows) {
+  const fs::path dir =
+      fs::temp_directory_path() / ("galvix_invoice_demo_" + std::to_string(::getpid()));
+  fs::create_directories(dir);
+  const std::string path = (dir / "demo.db").string();
+  data::writeDemoDatabase(path, {.guests = 20, .logo = encode("jpeg")});
+  db::Connection c;
+  c.open(path);
+  db::Recordset rs;
+  rs.openNative("SELECT InvoiceID, EventID FROM Invoices ORDER BY InvoiceID", c);
+  std::vector<std::pair<long, long>> invoices;
+  for (; !rs.EOF_(); rs.moveNext())
+    invoices.emplace_back(rs.value("InvoiceID").toLong(), rs.value("EventID").toLong());
+  rs.close();
+  ASSERT_GE(invoices.size(), 2u);
+  for (auto [inv, ev] : invoices) {
+    SCOPED_TRACE(inv);
+    // Items of worksheet type 1 of the event, with tax and tip by their flags.
+    double sum = 0;
+    int lines = 0;
+    rs.openNative(
+        "SELECT i.Price, i.Qty, i.Tax, i.Tip, a.Tax, a.Tip FROM Items i JOIN VendorAssignments a "
+        "ON a.VendorAssignmentID = i.VendorAssignmentID WHERE a.WorkSheetType = 1 AND "
+        "i.InvoiceID = " +
+            std::to_string(inv) + " AND a.EventID = " + std::to_string(ev),
+        c);
+    for (; !rs.EOF_(); rs.moveNext(), ++lines) {
+      const double base = rs.fields(0).value().toDouble() * rs.fields(1).value().toDouble();
+      sum += base;
+      if (rs.fields(2).value().toBool()) sum += base * rs.fields(4).value().toDouble() / 100;
+      if (rs.fields(3).value().toBool()) sum += base * rs.fields(5).value().toDouble() / 100;
+    }
+    rs.close();
+    // Payments of worksheet type 2 assignments, as stored.
+    rs.openNative(
+        "SELECT p.Amount FROM PaymentSchedule p JOIN VendorAssignments a ON "
+        "a.VendorAssignmentID = p.VendorAssignmentID WHERE a.WorkSheetType = 2 AND "
+        "p.InvoiceID = " +
+            std::to_string(inv) + " AND a.EventID = " + std::to_string(ev),
+        c);
+    for (; !rs.EOF_(); rs.moveNext(), ++lines) sum += rs.fields(0).value().toDouble();
+    rs.close();
+    EXPECT_GT(lines, 0);
+
+    Report factory;
+    auto r = factory.GetNewReport("Invoice");
+    r->set("ConnectionString", Variant(path));
+    r->set("EventID", Variant(static_cast<int>(ev)));
+    r->set("InvoiceID", Variant(static_cast<int>(inv)));
+    const auto d = r->run();
+    EXPECT_THAT(texts(d, "txtTotal"), ElementsAre(Format(Variant::dbl(sum), "Currency")));
+    EXPECT_EQ(texts(d, "txtAmount").size(), static_cast<std::size_t>(lines));
+  }
+  c.close();
+  fs::remove_all(dir);
+}
+
+}  // namespace
+}  // namespace galvix::testing

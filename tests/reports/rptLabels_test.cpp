@@ -1,0 +1,409 @@
+// Mailing labels and envelopes: label sheets against their published dimensions, the envelope
+// cases by the placement rules with a measurer of known sizes, and what must never loop or crash.
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <cstdio>
+
+#include "engine/run.h"
+#include "frame/catalogue.h"
+#include "render/render.h"
+#include "report_test_util.h"
+
+namespace galvix::testing {
+namespace {
+using ::testing::ElementsAre;
+
+using Props = std::vector<std::pair<std::string, Variant>>;
+
+// Every character 100 twips wide, every line 240 high: "T" is 240 high, a 30-character line is
+// 3000 wide.
+class KnownSizes : public engine::TextMeasurer {
+ public:
+  engine::TextExtent measure(std::string_view text, const doc::Font&, std::int32_t) override {
+    std::int32_t widest = 0, lines = 0;
+    std::size_t from = 0;
+    while (true) {
+      std::size_t end = text.find_first_of("\r\n", from);
+      std::string_view line = text.substr(from, end == std::string_view::npos ? end : end - from);
+      widest = std::max<std::int32_t>(widest, static_cast<std::int32_t>(line.size()) * 100);
+      ++lines;
+      if (end == std::string_view::npos) break;
+      from = end + (text.compare(end, 2, "\r\n") == 0 ? 2 : 1);
+    }
+    return {widest, lines * 240};
+  }
+  std::int32_t measureRichHeight(std::string_view, std::int32_t) override { return 0; }
+};
+
+class Labels : public ReportTest {
+ protected:
+  void label(long setup, const std::string& text, const std::string& lookup, bool print = true) {
+    db().insert("LabelText", {{"LabelSetupID", Variant(static_cast<int>(setup))},
+                              {"Label", Variant(text)},
+                              {"Print", Variant(print)},
+                              {"Lookup", Variant(lookup)}});
+  }
+  void envelope(long id, const std::string& text, const std::string& lookup) {
+    db().insert("EnvelopeText", {{"EnvelopeID", Variant(static_cast<int>(id))},
+                                 {"Label", Variant(text)},
+                                 {"Print", Variant(true)},
+                                 {"Lookup", Variant(lookup)}});
+  }
+
+  doc::Document runLabels(const Props& props) {
+    auto r = report("rptLabels");
+    for (const auto& [k, v] : props) r->set(k, v);
+    return run(*r);
+  }
+
+  // Runs the report with the measurer of known sizes (through the engine, as the library would
+  // with its own measurer).
+  engine::RunResult runMeasured(const Props& props) {
+    auto r = frame::newReport("rptLabels");
+    r->set("ConnectionString", Variant(db().connectionString()));
+    for (const auto& [k, v] : props) r->set(k, v);
+    host_ = std::make_shared<frame::RecordingHost>();
+    engine::RunOptions opt;
+    opt.measurer = &sizes_;
+    opt.host = host_;
+    return engine::runReport(*r, opt);
+  }
+
+  KnownSizes sizes_;
+};
+
+// A sheet as label makers publish it, in twips.
+struct Sheet {
+  int paperWidth, paperHeight, top, left, width, height, hPitch, vPitch, across, down;
+  Props props() const {
+    return {{"Envelopes", Variant(false)},
+            {"PaperSetupID", Variant(1)},
+            {"PaperWidth", Variant(paperWidth)},
+            {"PaperHeight", Variant(paperHeight)},
+            {"TMargin", Variant(top)},
+            {"LMargin", Variant(left)},
+            {"LabelWidth", Variant(width)},
+            {"LabelHeight", Variant(height)},
+            {"HPitch", Variant(hPitch)},
+            {"VPitch", Variant(vPitch)},
+            {"NumberAcross", Variant(across)},
+            {"FontName", Variant("Arial")},
+            {"FontSize", Variant(9)}};
+  }
+};
+
+TEST_F(Labels, StandardSheetsLineUpWithTheirPublishedDimensions) {
+  auto mm = [](double v) { return static_cast<int>(std::lround(v * 1440 / 25.4)); };
+  // 3 x 10 address labels on Letter (2 5/8 x 1 in, 2 3/4 in apart, margins 1/2 and 3/16 in);
+  // 2 x 7 on A4 (99.1 x 38.1 mm, 101.6 mm apart, margins 15.1 and 4.65 mm).
+  const Sheet sheets[] = {
+      {12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 3, 10},
+      {mm(210), mm(297), mm(15.1), mm(4.65), mm(99.1), mm(38.1), mm(101.6), mm(38.1), 2, 7}};
+  for (const Sheet& s : sheets) {
+    SCOPED_TRACE(s.across);
+    const int perSheet = s.across * s.down;
+    for (int i = 0; i < perSheet + 1; ++i) {
+      char key[16];
+      std::snprintf(key, sizeof key, "%03d", i);
+      label(1, "Guest " + std::to_string(i) + "\r\n1 Main Street\r\nSpringfield", key);
+    }
+    const doc::Document d = runLabels(s.props());
+    ASSERT_EQ(d.pages.size(), 2u);
+    EXPECT_EQ(d.pages[0].width, s.paperWidth);
+    EXPECT_EQ(d.pages[0].height, s.paperHeight);
+    int n = 0;
+    for (const auto& page : d.pages)
+      for (const auto& it : page.items) {
+        const auto* t = std::get_if<doc::Text>(&it.content);
+        if (!t || it.control != "txtLabel") continue;
+        const int k = n % perSheet;
+        EXPECT_EQ(t->text, "Guest " + std::to_string(n) + "\r\n1 Main Street\r\nSpringfield");
+        // The text starts 180 twips inside the label, which it fills to its right edge.
+        EXPECT_EQ(t->box.left, s.left + (k % s.across) * s.hPitch + 180) << n;
+        EXPECT_EQ(t->box.top, s.top + (k / s.across) * s.vPitch) << n;
+        EXPECT_EQ(t->box.width, s.width - 180);
+        EXPECT_EQ(t->box.height, s.height);
+        EXPECT_EQ(t->valign, doc::VAlign::Middle);
+        ++n;
+      }
+    EXPECT_EQ(n, perSheet + 1);
+    db().exec("DELETE FROM LabelText");
+  }
+}
+
+TEST_F(Labels, OnlyTheSetupsTextsMarkedForPrintingInLookupOrder) {
+  label(1, "Zed", "c");
+  label(1, "Ann", "a");
+  label(1, "Skipped", "b", false);
+  label(2, "Other setup", "a");
+  const Sheet letter{12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 3, 10};
+  EXPECT_THAT(texts(runLabels(letter.props()), "txtLabel"), ElementsAre("Ann", "Zed"));
+}
+
+TEST_F(Labels, PitchSmallerThanTheLabelPutsLabelsSideBySideAndRowsTouching) {
+  for (int i = 0; i < 4; ++i) label(1, "L" + std::to_string(i), std::to_string(i));
+  // Pitches 1000 twips short of the label: spacing 0 across, a negative gap band down.
+  const Sheet tight{12240, 15840, 720, 270, 3780, 1440, 2780, 440, 2, 10};
+  const doc::Document d = runLabels(tight.props());
+  std::vector<std::pair<int, int>> at;
+  for (const auto& it : d.pages.at(0).items)
+    if (auto* t = std::get_if<doc::Text>(&it.content); t && it.control == "txtLabel")
+      at.emplace_back(t->box.left, t->box.top);
+  EXPECT_THAT(at, ElementsAre(std::pair{450, 720}, std::pair{450 + 3780, 720},
+                              std::pair{450, 720 + 1440}, std::pair{450 + 3780, 720 + 1440}));
+}
+
+TEST_F(Labels, OddSheetsEndWithoutLoopingOrCrashing) {
+  for (int i = 0; i < 40; ++i) label(1, "L" + std::to_string(i), std::to_string(100 + i));
+  struct Case {
+    const char* what;
+    Sheet sheet;
+    std::size_t pages;
+  } cases[] = {
+      {"labels of no size", {12240, 15840, 720, 270, 0, 0, 0, 0, 3, 10}, 1},
+      {"a label taller than the sheet",
+       {12240, 15840, 720, 270, 3780, 40000, 3960, 40000, 3, 1},
+       14},
+      {"more columns than a sheet could hold",
+       {12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 2000000000, 10},
+       1},
+      {"no columns", {12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 0, 10}, 4},
+      {"pitches far below the label",
+       {12240, 15840, 720, 270, 3780, 1440, -50000, -50000, 3, 10},
+       2},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    const doc::Document d = runLabels(c.sheet.props());
+    EXPECT_EQ(d.pages.size(), c.pages);
+    EXPECT_EQ(texts(d, "txtLabel").size(), 40u);
+  }
+}
+
+TEST_F(Labels, SizesBeyondTheIntegerRangeAreAnOverflowError) {
+  label(1, "L", "a");
+  Sheet huge{12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 3, 10};
+  Props p = huge.props();
+  p.emplace_back("HPitch", Variant(3e9));
+  EXPECT_THROW(runLabels(p), ReportRunError);
+  p = huge.props();
+  p.emplace_back("VPitch", Variant(2.0e9));
+  p.emplace_back("LabelHeight", Variant(-2.0e9));
+  EXPECT_THROW(runLabels(p), ReportRunError);
+}
+
+TEST_F(Labels, NothingSelectedShowsTheMessageAndPrintsNothing) {
+  label(1, "Not printed", "a", false);
+  for (bool envelopes : {false, true}) {
+    auto r = report("rptLabels");
+    r->set("Envelopes", Variant(envelopes));
+    r->set("PaperSetupID", Variant(1));
+    r->set("PaperWidth", Variant(12240));
+    r->set("PaperHeight", Variant(15840));
+    host_ = std::make_shared<frame::RecordingHost>();
+    bool cancelled = false;
+    const doc::Document d = r->run(&cancelled, host_);
+    EXPECT_TRUE(cancelled);
+    EXPECT_TRUE(d.pages.empty());
+    ASSERT_EQ(host_->messages.size(), 1u);
+    EXPECT_EQ(host_->messages[0].text, "You have not selected any guests.");
+    EXPECT_EQ(host_->messages[0].caption, "Bridley");
+    EXPECT_EQ(host_->messages[0].icon, engine::MessageIcon::Information);
+  }
+}
+
+TEST_F(Labels, LabelModeIgnoresTheEnvelopeSettings) {
+  label(1, "Ann Lee\r\n1 Main Street", "a");
+  const Sheet letter{12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 3, 10};
+  Props p = letter.props();
+  for (auto kv : Props{{"Orientation", Variant(2)},
+                       {"PaperSize", Variant(20)},
+                       {"PrinterName", Variant("Envelope feeder")},
+                       {"TextAngle", Variant(90)},
+                       {"AutoPositionContent", Variant(false)},
+                       {"ContentTopPosition", Variant(5000)},
+                       {"ContentLeftPosition", Variant(6000)},
+                       {"AutoPositionReturn", Variant(false)},
+                       {"ReturnTopPosition", Variant(700)},
+                       {"ReturnLeftPosition", Variant(800)}})
+    p.push_back(kv);
+  const doc::Document plain = runLabels(letter.props()), set = runLabels(p);
+  ASSERT_EQ(set.pages.size(), 1u);
+  EXPECT_EQ(set.pages[0].width, plain.pages[0].width);
+  EXPECT_EQ(set.pages[0].height, plain.pages[0].height);
+  EXPECT_FALSE(set.pages[0].landscape);
+  const doc::Text *a = firstText(plain, "txtLabel"), *b = firstText(set, "txtLabel");
+  ASSERT_TRUE(a && b);
+  EXPECT_EQ(a->box, b->box);
+  EXPECT_EQ(b->angle, 0);
+  // No return address: its label prints nothing.
+  EXPECT_THAT(texts(set, "txtReturn"), ElementsAre(""));
+}
+
+// 9.5 x 4.125 in, "T" 240 high, the widest line 3000 wide.
+const Props kEnvelope = {{"Envelopes", Variant(true)},   {"PaperSetupID", Variant(7)},
+                         {"PaperSize", Variant(256)},    {"Orientation", Variant(1)},
+                         {"PaperWidth", Variant(13680)}, {"PaperHeight", Variant(5940)}};
+
+TEST_F(Labels, EnvelopeAddressCentredAutomatically) {
+  const std::string line1 = "Mr. and Mrs. Arthur Pendlebury";
+  ASSERT_EQ(line1.size(), 30u);
+  envelope(7, line1 + "\r\n12 Oak Street", "a");
+  Props p = kEnvelope;
+  p.emplace_back("AutoPositionContent", Variant(true));
+  const auto res = runMeasured(p);
+  ASSERT_EQ(res.document.pages.size(), 1u);
+  EXPECT_EQ(res.document.pages[0].width, 13680);
+  EXPECT_EQ(res.document.pages[0].height, 5940);
+  const doc::Text* t = firstText(res.document, "txtLabel");
+  ASSERT_TRUE(t);
+  EXPECT_EQ(t->box, (doc::Rect{5340, 2730, 3500, 2900}));
+  EXPECT_EQ(t->text, line1 + "\r\n12 Oak Street");
+  // No return address: empty, where the layout has it.
+  const doc::Text* ret = firstText(res.document, "txtReturn");
+  ASSERT_TRUE(ret);
+  EXPECT_EQ(ret->text, "");
+  EXPECT_EQ(ret->box, (doc::Rect{360, 360, 3600, 1000}));
+}
+
+TEST_F(Labels, EveryEnvelopeCase) {
+  const std::string address = "Mr. and Mrs. Arthur Pendlebury\r\n12 Oak Street";  // w = 3000
+  const std::string from = "Ana Ferreira\r\n12 Rua das Flores";                   // 1700 wide
+  envelope(7, address, "a");
+  envelope(7, address, "b");
+  const double W = 13680, H = 5940, D = H - 10, T = 240, w = 3000, r = 1700 + 500;
+  const double RT = 500, RL = 600, CT = 2000, CL = 1000;
+  for (int angle : {0, 90}) {
+    for (bool autoReturn : {true, false}) {
+      for (bool autoContent : {true, false}) {
+        for (int align : {0, 1, 2}) {
+          SCOPED_TRACE(::testing::Message()
+                       << "angle " << angle << ", automatic return " << autoReturn
+                       << ", automatic address " << autoContent << ", alignment " << align);
+          Props p = kEnvelope;
+          for (auto kv : Props{{"TextAngle", Variant(angle)},
+                               {"ReturnAddress", Variant("  " + from + "  ")},
+                               {"AutoPositionReturn", Variant(autoReturn)},
+                               {"ReturnTopPosition", Variant(RT)},
+                               {"ReturnLeftPosition", Variant(RL)},
+                               {"AutoPositionContent", Variant(autoContent)},
+                               {"ContentTopPosition", Variant(CT)},
+                               {"ContentLeftPosition", Variant(CL)},
+                               {"LAlignment", Variant(align)},
+                               {"FontName", Variant("Georgia")},
+                               {"FontSize", Variant(13)},
+                               {"FontBold", Variant(true)},
+                               {"FontColor", Variant(255)}})
+            p.push_back(kv);
+          const auto res = runMeasured(p);
+          ASSERT_EQ(res.document.pages.size(), 2u);
+          const doc::Text* ret = firstText(res.document, "txtReturn");
+          const doc::Text* txt = firstText(res.document, "txtLabel");
+          ASSERT_TRUE(ret && txt);
+          auto box = [](double l, double t, double wd, double ht) {
+            return doc::Rect{static_cast<int>(l), static_cast<int>(t), static_cast<int>(wd),
+                             static_cast<int>(ht)};
+          };
+          const doc::HAlign given = align == 1   ? doc::HAlign::Right
+                                    : align == 2 ? doc::HAlign::Center
+                                                 : doc::HAlign::Left;
+          const doc::VAlign turned = align == 1 ? doc::VAlign::Bottom : doc::VAlign::Middle;
+          EXPECT_EQ(ret->text, from);  // trimmed
+          EXPECT_EQ(txt->text, address);
+          EXPECT_EQ(txt->font.name, "Georgia");
+          EXPECT_EQ(txt->font.size, 13);
+          EXPECT_TRUE(ret->font.bold);
+          EXPECT_EQ(txt->foreColor, 255u);
+          EXPECT_EQ(ret->foreColor, 255u);
+          if (angle == 0) {
+            EXPECT_EQ(ret->box,
+                      autoReturn ? box(360, 360, r, D / 2) : box(RL, RT, r, D - RT - 100));
+            EXPECT_EQ(ret->align, given);
+            EXPECT_EQ(ret->valign, doc::VAlign::Top);
+            EXPECT_EQ(ret->angle, 0);
+            EXPECT_EQ(txt->box, autoContent
+                                    ? box(W / 2 - w / 2, H / 2 - T, w + 500, D - (H / 2 - T) - 300)
+                                    : box(CL, CT, w + 500, H - CT - T - 10));
+            EXPECT_EQ(txt->align, given);
+            EXPECT_EQ(txt->valign, doc::VAlign::Top);
+            EXPECT_EQ(txt->angle, 0);
+          } else {
+            // Turned, the return address keeps the layout's width.
+            EXPECT_EQ(ret->box,
+                      autoReturn ? box(300, H - r - 360, 3600, r) : box(RT, H - RL - r, 3600, r));
+            EXPECT_EQ(ret->align, doc::HAlign::Left);
+            EXPECT_EQ(ret->valign, turned);
+            EXPECT_EQ(ret->angle, 900);
+            EXPECT_EQ(txt->box, autoContent ? box(W / 2 - w / 2, H / 2 - w / 2, w + 500, w + 300)
+                                            : box(CT, H - CL - w, w + 500, w + 200));
+            EXPECT_EQ(txt->align, autoContent ? doc::HAlign::Center : doc::HAlign::Left);
+            EXPECT_EQ(txt->valign, turned);
+            EXPECT_EQ(txt->angle, 900);
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST_F(Labels, EnvelopePaperByCodeOrBySize) {
+  envelope(7, "Ann Lee", "a");
+  // A #10 envelope's code, turned flat: the code's paper, whatever the sizes say.
+  Props p = kEnvelope;
+  p.emplace_back("PaperSize", Variant(20));
+  p.emplace_back("Orientation", Variant(2));
+  p.emplace_back("PaperWidth", Variant(1000));
+  p.emplace_back("PaperHeight", Variant(1000));
+  p.emplace_back("PrinterName", Variant("Envelopes"));
+  auto res = runMeasured(p);
+  ASSERT_EQ(res.document.pages.size(), 1u);
+  EXPECT_EQ(res.document.pages[0].width, 13680);
+  EXPECT_EQ(res.document.pages[0].height, 5940);
+  EXPECT_TRUE(res.document.pages[0].landscape);
+  // A custom size: the sizes given, rounded.
+  p = kEnvelope;
+  p.emplace_back("PaperWidth", Variant(9000.4));
+  p.emplace_back("PaperHeight", Variant(6000.6));
+  res = runMeasured(p);
+  EXPECT_EQ(res.document.pages.at(0).width, 9000);
+  EXPECT_EQ(res.document.pages.at(0).height, 6001);
+}
+
+TEST_F(Labels, AnglesBeyondTheEnginesRangeAndNullTextsAreErrors) {
+  envelope(7, "Ann Lee", "a");
+  Props p = kEnvelope;
+  p.emplace_back("TextAngle", Variant(3277));  // 32770 tenths
+  EXPECT_THROW(runMeasured(p), RuntimeError);
+  db().exec("UPDATE EnvelopeText SET Label = NULL");
+  EXPECT_THROW(runMeasured(kEnvelope), RuntimeError);
+}
+
+// What is measured is what prints: in a real run the address box is the rendered text's
+// width plus 500, by the renderer's own measure.
+TEST_F(Labels, EnvelopeMeasuresWithTheRenderersTextEngine) {
+  const std::string address = "Dr. Zoë Ødegård-Łukaszewicz\r\n1 Lakeshore Drive\r\nChicago, IL";
+  envelope(7, address, "a");
+  Props p = kEnvelope;
+  p.emplace_back("AutoPositionContent", Variant(true));
+  p.emplace_back("FontName", Variant("Times New Roman"));
+  p.emplace_back("FontSize", Variant(14));
+  p.emplace_back("FontItalic", Variant(true));
+  const doc::Document d = runLabels(p);
+  const doc::Text* t = firstText(d, "txtLabel");
+  ASSERT_TRUE(t);
+  auto pango = render::makePangoMeasurer();
+  doc::Font f = t->font;
+  EXPECT_EQ(f.name, "Times New Roman");
+  EXPECT_TRUE(f.italic);
+  const int w = pango->measure(address, f, 0).width;
+  const int T = pango->measure("T", f, 0).height;
+  EXPECT_EQ(t->box.width, w + 500);
+  EXPECT_EQ(t->box.top, 2970 - T);
+  EXPECT_NEAR(t->box.left, 6840 - w / 2.0, 0.5);
+  // The whole text fits on one line per line of the address, inside its box.
+  EXPECT_LE(pango->measure(address, f, t->box.width).height, t->box.height);
+}
+
+}  // namespace
+}  // namespace galvix::testing

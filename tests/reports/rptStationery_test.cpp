@@ -1,0 +1,263 @@
+// Stationery: guest texts gathered over a row's guests, the merge into the template, the copy
+// printed per row in a grid or one per page, and the one-copy fallback.
+#include <gmock/gmock.h>
+
+#include "render/rtf_reader.h"
+#include "report_test_util.h"
+#include "reports/labels/stationery_merge.h"
+
+namespace galvix::testing {
+namespace {
+using ::testing::ElementsAre;
+namespace st = reports::stationery;
+
+const std::string kAll =
+    "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 <Guest's Name Here>|<Table#>|<Seat#>|<Menu "
+    "Selection>}";
+
+std::vector<std::string> rtfs(const doc::Document& d) {
+  std::vector<std::string> out;
+  for (const auto& p : d.pages)
+    for (const auto& it : p.items)
+      if (auto* r = std::get_if<doc::RichText>(&it.content); r && it.control == "rtfDocument")
+        out.push_back(r->rtf);
+  return out;
+}
+
+std::vector<doc::Rect> boxes(const doc::Document& d, std::size_t page) {
+  std::vector<doc::Rect> out;
+  for (const auto& it : d.pages.at(page).items)
+    if (auto* r = std::get_if<doc::RichText>(&it.content); r && it.control == "rtfDocument")
+      out.push_back(r->box);
+  return out;
+}
+
+class Stationery : public PartyReportTest {
+ protected:
+  long guest(const std::string& first) { return db().guest(group_, {.first = first}); }
+  long selection(long partyId) {
+    return db().insert("StationerySetup", {{"PartyID", Variant(static_cast<int>(partyId))}});
+  }
+  void card(long st, const Variant& guestIds, const Variant& label, bool print = true) {
+    db().insert("StationeryText", {{"StationeryID", Variant(static_cast<int>(st))},
+                                   {"PartyGroupID", Variant(1)},
+                                   {"GuestID", guestIds},
+                                   {"Label", label},
+                                   {"Print", Variant(print)}});
+  }
+  doc::Document runCards(long st, const std::string& tmpl, bool multiple = true) {
+    auto r = report("Stationery");
+    r->set("Text", Variant(tmpl));
+    r->set("StationeryID", Variant(static_cast<int>(st)));
+    r->set("MultiplePerPage", Variant(multiple));
+    for (auto [k, v] : std::vector<std::pair<const char*, int>>{{"PaperWidth", 12240},
+                                                                {"PaperHeight", 15840},
+                                                                {"TopMargin", 720},
+                                                                {"LeftMargin", 540},
+                                                                {"BottomMargin", 360},
+                                                                {"RightMargin", 300},
+                                                                {"LabelWidth", 3600},
+                                                                {"LabelHeight", 2000},
+                                                                {"HPitch", 3800},
+                                                                {"VPitch", 2200},
+                                                                {"NumberAcross", 3}})
+      r->set(k, Variant(v));
+    return run(*r);
+  }
+};
+
+TEST_F(Stationery, TwoGuestsOfARowGatherTheirTablesSeatsAndMenus) {
+  const long rose = db().table(party_, "Rose"), lily = db().table(party_, "Lily");
+  const long fish = db().menu(party_, "Fish"), beef = db().menu(party_, "Beef");
+  const long ann = guest("Ann"), bob = guest("Bob"), cy = guest("Cy"), di = guest("Di");
+  db().invite(ann, party_, {.menuId = fish, .tableId = rose, .seat = 4});
+  db().invite(bob, party_, {.menuId = beef, .tableId = rose, .seat = 5});
+  db().invite(cy, party_, {.menuId = fish, .tableId = lily, .seat = 1});
+  // Di is invited to another party only: nothing of hers is found for this one.
+  const long other = db().party(event_, {.name = "Brunch"});
+  db().invite(di, other,
+              {.menuId = db().menu(other, "Eggs"), .tableId = db().table(other, "Oak"), .seat = 9});
+  const long st = selection(party_);
+  card(st, Variant(std::to_string(ann) + ";" + std::to_string(bob)), Variant("The Lees"));
+  card(st, Variant(std::to_string(ann) + ";" + std::to_string(cy) + ";" + std::to_string(bob)),
+       Variant("Three"));
+  card(st, Variant(std::to_string(di)), Variant("Di"));
+  EXPECT_THAT(
+      rtfs(runCards(st, kAll)),
+      ElementsAre("{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 The Lees|Rose|4, 5|Fish, Beef}",
+                  // A table is left out only when it is the whole text so far.
+                  "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Three|Rose, Lily, Rose|4, 1, "
+                  "5|Fish, Fish, Beef}",
+                  "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Di|||}"));
+}
+
+TEST_F(Stationery, AMultiLineNameKeepsItsLineBreaksInTheRichText) {
+  const long st = selection(party_);
+  card(st, Variant(""), Variant("Ann Lee\r\nand Bob Lee"));
+  const auto out = rtfs(runCards(st, kAll));
+  ASSERT_EQ(out.size(), 1u);
+  const auto doc = render::readRtf(out[0]);
+  ASSERT_EQ(doc.paragraphs.size(), 2u);
+  // The blank after the control word ends it; the one before it stays.
+  EXPECT_EQ(doc.plainText(), "Ann Lee \nand Bob Lee|||");
+}
+
+TEST_F(Stationery, NoRowsToPrintGiveOneCopyWithThePlaceholdersRemoved) {
+  const long st = selection(party_);
+  card(st, Variant(""), Variant("Not chosen"), false);
+  const doc::Document d = runCards(st, kAll);
+  EXPECT_THAT(rtfs(d), ElementsAre("{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 |||}"));
+  EXPECT_EQ(d.pages.size(), 1u);
+}
+
+TEST_F(Stationery, ATemplateWithoutPlaceholdersPrintsUnchangedPerRow) {
+  const long ann = guest("Ann");
+  db().invite(ann, party_, {.tableId = db().table(party_, "Rose"), .seat = 1});
+  const long st = selection(party_);
+  card(st, Variant(std::to_string(ann)), Variant("Ann"));
+  card(st, Variant("not a number"), Variant("Bob"));
+  const std::string plain = "{\\rtf1 Welcome to the <Party>}";
+  EXPECT_THAT(rtfs(runCards(st, plain)), ElementsAre(plain, plain));
+}
+
+// Counts what the merge asks the database.
+class Recorder : public st::GuestLookup {
+ public:
+  std::optional<TableSeat> tableAndSeat(const std::string& g) override {
+    asked.push_back("table " + g);
+    if (g == "bad") throw std::runtime_error("syntax error");
+    if (g == "none") return std::nullopt;
+    if (g == "null") return TableSeat{Variant::null(), Variant(3)};
+    return TableSeat{Variant("T" + g), Variant(g)};
+  }
+  std::optional<Variant> menuItem(const std::string& g) override {
+    asked.push_back("menu " + g);
+    if (g == "bad") throw std::runtime_error("syntax error");
+    if (g == "null") return Variant::null();
+    return Variant("M" + g);
+  }
+  std::vector<std::string> asked;
+};
+
+TEST(StationeryMerge, SideQueriesOnlyForThePlaceholdersTheTemplateHolds) {
+  Recorder none;
+  const auto nameOnly = st::Placeholders::in("{\\rtf1 <Guest's Name Here> <guest's name here>}");
+  EXPECT_TRUE(nameOnly.guestName);
+  EXPECT_FALSE(nameOnly.table || nameOnly.seat || nameOnly.menu);
+  auto t = st::gatherGuestTexts("1;2", nameOnly, none);
+  EXPECT_TRUE(none.asked.empty());
+  EXPECT_EQ(t.table + t.seat + t.menu, "");
+
+  Recorder seats;
+  t = st::gatherGuestTexts("1;2", st::Placeholders::in("<Seat#>"), seats);
+  EXPECT_THAT(seats.asked, ElementsAre("table 1", "table 2"));
+  EXPECT_EQ(t.seat, "1, 2");
+
+  Recorder menus;
+  t = st::gatherGuestTexts("1;2", st::Placeholders::in("<Menu Selection>"), menus);
+  EXPECT_THAT(menus.asked, ElementsAre("menu 1", "menu 2"));
+  EXPECT_EQ(t.menu, "M1, M2");
+  EXPECT_EQ(t.table, "");
+
+  Recorder empty;
+  t = st::gatherGuestTexts("", st::Placeholders::in(kAll), empty);
+  EXPECT_TRUE(empty.asked.empty());
+}
+
+TEST(StationeryMerge, AFailingStepIsSkippedAndTheNextOneRuns) {
+  Recorder r;
+  // A failing query, no row, a null table name and menu (the seat still counts), an empty
+  // identifier (its row answers blank names), then a good one.
+  const auto t = st::gatherGuestTexts("bad;none;null;;7", st::Placeholders::in(kAll), r);
+  EXPECT_THAT(r.asked, ElementsAre("table bad", "menu bad", "table none", "menu none", "table null",
+                                   "menu null", "table ", "menu ", "table 7", "menu 7"));
+  EXPECT_EQ(t.table, "T, T7");
+  EXPECT_EQ(t.seat, "3, , 7");
+  EXPECT_EQ(t.menu, "Mnone, M, M7");
+}
+
+TEST(StationeryMerge, PlaceholdersReplacedInOrderAndTextsSplicedAsTheyAre) {
+  const st::GuestTexts texts{"Rose", "4", "Fish"};
+  // The name comes first, so a name holding another placeholder gets its text.
+  EXPECT_EQ(
+      st::mergeTemplate("<Guest's Name Here>/<Seat#>", "Seat <Seat#>\r\nTable <Table#>", texts),
+      "Seat 4 \\par Table Rose/4");
+  EXPECT_EQ(st::mergeTemplate("<Table#><Table#><Table#", "", texts), "RoseRose<Table#");
+  // Replacements are not searched again.
+  EXPECT_EQ(st::mergeTemplate("<Menu Selection>", "", {"", "", "<Menu Selection>"}),
+            "<Menu Selection>");
+  EXPECT_EQ(st::mergeTemplate("<Guest's Name Here>", "{\\b Zoë}", texts), "{\\b Zoë}");
+}
+
+TEST_F(Stationery, NullsAndFailedQueriesLeaveTheirTextEmptyAndTheCopyPrints) {
+  const long ann = guest("Ann");
+  db().invite(
+      ann, party_,
+      {.menuId = db().menu(party_, "Fish"), .tableId = db().table(party_, "Rose"), .seat = 2});
+  const long st = selection(party_);
+  card(st, Variant("x y;" + std::to_string(ann) + ";"), Variant::null());
+  card(st, Variant::null(), Variant("Bob"));
+  EXPECT_THAT(rtfs(runCards(st, kAll)),
+              ElementsAre("{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 |Rose|2|Fish}",
+                          "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Bob|||}"));
+}
+
+TEST_F(Stationery, ASelectionWithoutItsSetupRowIsAnError) {
+  auto r = report("Stationery");
+  r->set("Text", Variant(kAll));
+  r->set("StationeryID", Variant(99));
+  r->set("PaperWidth", Variant(12240));
+  r->set("PaperHeight", Variant(15840));
+  EXPECT_THROW(run(*r), ReportRunError);
+}
+
+TEST_F(Stationery, CopiesInAGridOnePitchApart) {
+  const long st = selection(party_);
+  for (int i = 0; i < 8; ++i) card(st, Variant(""), Variant("Card " + std::to_string(i)));
+  auto r = report("Stationery");
+  r->set("Text", Variant(kAll));
+  r->set("StationeryID", Variant(static_cast<int>(st)));
+  r->set("MultiplePerPage", Variant(true));
+  for (auto [k, v] : std::vector<std::pair<const char*, int>>{{"PaperWidth", 12240},
+                                                              {"PaperHeight", 7000},
+                                                              {"TopMargin", 720},
+                                                              {"LeftMargin", 540},
+                                                              {"BottomMargin", 0},
+                                                              {"RightMargin", 0},
+                                                              {"LabelWidth", 3600},
+                                                              {"LabelHeight", 2000},
+                                                              {"HPitch", 3800},
+                                                              {"VPitch", 2200},
+                                                              {"NumberAcross", 3},
+                                                              {"NumberDown", 7}})
+    r->set(k, Variant(v));
+  const doc::Document d = run(*r);
+  // Rows 2200 apart from 720: two rows (the second ends at 5120 + 2000 plus its gap) fit.
+  ASSERT_EQ(d.pages.size(), 2u);
+  EXPECT_THAT(boxes(d, 0),
+              ElementsAre(doc::Rect{540, 720, 3600, 2000}, doc::Rect{4340, 720, 3600, 2000},
+                          doc::Rect{8140, 720, 3600, 2000}, doc::Rect{540, 2920, 3600, 2000},
+                          doc::Rect{4340, 2920, 3600, 2000}, doc::Rect{8140, 2920, 3600, 2000}));
+  EXPECT_THAT(boxes(d, 1),
+              ElementsAre(doc::Rect{540, 720, 3600, 2000}, doc::Rect{4340, 720, 3600, 2000}));
+}
+
+TEST_F(Stationery, OneCopyPerPageFillsThePaperWithinItsMargins) {
+  const long st = selection(party_);
+  card(st, Variant(""), Variant("Ann"));
+  card(st, Variant(""), Variant("Bob"));
+  const doc::Document d = runCards(st, kAll, false);
+  ASSERT_EQ(d.pages.size(), 2u);
+  for (std::size_t p = 0; p < 2; ++p) {
+    const auto b = boxes(d, p);
+    ASSERT_EQ(b.size(), 1u);
+    EXPECT_EQ(b[0].left, 540);
+    EXPECT_EQ(b[0].top, 720);
+    EXPECT_EQ(b[0].width, 12240 - 540 - 300);
+    // Its height (paper less the bottom margin) runs past the page body: it stops there.
+    EXPECT_EQ(b[0].top + b[0].height, 15840 - 360);
+  }
+}
+
+}  // namespace
+}  // namespace galvix::testing

@@ -1,0 +1,120 @@
+// The one-line report of an event's professionals and its contact block.
+#include <gmock/gmock.h>
+
+#include "report_test_util.h"
+#include "reports/budget/srptEventContacts.h"
+
+namespace galvix::testing {
+namespace {
+
+using ::testing::ElementsAre;
+
+class VendorOneLine : public ReportTest {
+ protected:
+  void SetUp() override {
+    ReportTest::SetUp();
+    event_ = db().event();
+  }
+  long category(const std::string& name, bool vendorRequired = true) {
+    const long cat = db().expenseCategory(name);
+    db().budgetLine(event_, cat, {.vendorRequired = vendorRequired});
+    return cat;
+  }
+  // Blank name parts are kept as empty text, as the planning application keeps them.
+  void blanksAsEmptyText() {
+    for (const char* c : {"Title", "FirstName", "LastName", "Suffix", "NickName", "JobTitle"})
+      db().exec(std::string("UPDATE VendorContacts SET ") + c + " = '' WHERE " + c + " IS NULL");
+  }
+  doc::Document runReport(const std::string& where = "", const std::string& order = "") {
+    auto r = report("Event Pros - One Line Report");
+    r->set("EventID", Variant(static_cast<int>(event_)));
+    r->set("TimeFormat", Variant("h:mm AP"));
+    r->set("SQLWhere", Variant(where));
+    r->set("SQLOrderBy", Variant(order));
+    return run(*r);
+  }
+  long event_ = 0;
+};
+
+TEST_F(VendorOneLine, ContactLinesNamesAndNumbers) {
+  const long cat = category("Music");
+  const long v = db().vendor({.company = "Aurora Sound"});
+  const long nadia = db().contact(v, {.first = "Nadia",
+                                      .last = "Petrović",
+                                      .nickName = "Nadi",
+                                      .jobTitle = "Manager",
+                                      .phone = "111",
+                                      .fax = "222",
+                                      .mobile = "333",
+                                      .pager = "444"});
+  const long jb = db().contact(
+      v, {.first = "Jean", .last = "Okonkwo", .title = "Mr.", .fax = "555", .mobile = "666"});
+  db().assignment(event_, cat, v,
+                  {.worksheetType = 2,
+                   .deliveryTime = data::time(16, 30),
+                   .primaryContactId = nadia,
+                   .secondaryContactId = jb});
+  blanksAsEmptyText();
+  const auto d = runReport();
+  EXPECT_THAT(texts(d, "txtCompanyName"), ElementsAre("Aurora Sound"));
+  EXPECT_THAT(texts(d, "txtService"), ElementsAre("Music"));
+  EXPECT_THAT(texts(d, "txtDeliveryTime"), ElementsAre("4:30 PM"));
+  // Job title or "Name:"; the nickname after two blanks, trailing blanks trimmed without one.
+  EXPECT_THAT(texts(d, "txtName"),
+              ElementsAre("Manager: Nadia Petrović  (Nadi)", "Name:Mr. Jean Okonkwo"));
+  EXPECT_THAT(texts(d, "txtPhone"),
+              ElementsAre("111 (W)    222 (F)\r\n333 (M)    444 (P)", "555 (F)    666 (M)"));
+  // The page footer has no handler: the date label keeps its caption.
+  EXPECT_THAT(texts(d, "lblDatePrinted"), ElementsAre("Date Printed:"));
+}
+
+TEST_F(VendorOneLine, AnAssignmentWithoutContactsShowsTheCompanyNumbers) {
+  const long cat = category("Rentals");
+  const long v = db().vendor(
+      {.company = "Northside Rentals", .phone = "(773) 555-0140", .fax = "(773) 555-0141"});
+  db().contact(v, {.first = "Not", .last = "Assigned"});  // the vendor's, not the assignment's
+  db().assignment(event_, cat, v, {.worksheetType = 2});
+  const auto d = runReport();
+  EXPECT_THAT(texts(d, "txtName"), ElementsAre("(No Contact Name Specified)"));
+  EXPECT_THAT(texts(d, "txtPhone"), ElementsAre("(773) 555-0140 (W)    (773) 555-0141 (F)"));
+}
+
+TEST_F(VendorOneLine, OnlyEstimatesInCategoriesThatNeedAProfessional) {
+  const long music = category("Music"), attire = category("Attire", false);
+  const long v = db().vendor({.company = "Shown"});
+  db().assignment(event_, music, v, {.worksheetType = 2});
+  for (int type : {0, 1})
+    db().assignment(event_, music, db().vendor({.company = "Type " + std::to_string(type)}),
+                    {.worksheetType = type});
+  db().assignment(event_, attire, db().vendor({.company = "Not required"}), {.worksheetType = 2});
+  const long other = db().event({.name = "Other"});
+  db().assignment(other, music, db().vendor({.company = "Other event"}), {.worksheetType = 2});
+  EXPECT_THAT(texts(runReport(), "txtCompanyName"), ElementsAre("Shown"));
+}
+
+TEST_F(VendorOneLine, TheCallersClauseIsUpperCasedAndExtendsTheCondition) {
+  const long music = category("Music"), cake = category("Cake");
+  db().assignment(event_, music, db().vendor({.company = "DJ Marco"}), {.worksheetType = 2});
+  db().assignment(event_, cake, db().vendor({.company = "Sweet Layers"}), {.worksheetType = 2});
+  db().assignment(event_, cake, db().vendor({.company = "Crumbs"}), {.worksheetType = 2});
+  const auto d =
+      runReport("where expensecategories.category = 'cake'", "ORDER BY Vendors.CompanyName");
+  EXPECT_THAT(texts(d, "txtCompanyName"), ElementsAre("Crumbs", "Sweet Layers"));
+}
+
+TEST(ContactNumbers, TwoToALineThirdOnANewLine) {
+  const Variant n = Variant::null(), e("");
+  EXPECT_EQ(reports::contactNumbers(n, n, n, n), "");
+  EXPECT_EQ(reports::contactNumbers(Variant("1"), e, n, n), "1 (W)");
+  EXPECT_EQ(reports::contactNumbers(n, n, Variant("3"), n), "3 (M)");
+  EXPECT_EQ(reports::contactNumbers(n, n, n, Variant("4")), "4 (P)");
+  EXPECT_EQ(reports::contactNumbers(Variant("1"), n, Variant("3"), n), "1 (W)    3 (M)");
+  EXPECT_EQ(reports::contactNumbers(Variant("1"), Variant("2"), Variant("3"), n),
+            "1 (W)    2 (F)\r\n3 (M)");
+  EXPECT_EQ(reports::contactNumbers(n, Variant("2"), Variant("3"), Variant("4")),
+            "2 (F)    3 (M)\r\n4 (P)");
+  EXPECT_EQ(reports::contactNumbers(Variant("1"), n, n, Variant("4")), "1 (W)    4 (P)");
+}
+
+}  // namespace
+}  // namespace galvix::testing
