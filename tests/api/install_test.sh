@@ -15,6 +15,11 @@ cmake --install "$build" --prefix "$prefix" >/dev/null
 cmake -S "$src/examples/cpp" -B "$work/cpp" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$work/cpp" >/dev/null
 "$work/cpp/guests" "$work/demo.sqlite" "$work/cpp.pdf"
+# The static library too: its designers must be there without --whole-archive.
+cmake -S "$src/examples/cpp" -B "$work/cpp-static" -DCMAKE_PREFIX_PATH="$prefix" \
+  -DGUESTS_STATIC=ON >/dev/null
+cmake --build "$work/cpp-static" >/dev/null
+"$work/cpp-static/guests" "$work/demo.sqlite" "$work/cpp-static.pdf"
 
 libdir=$(dirname "$(find "$prefix" -name galvix.pc)")
 export PKG_CONFIG_PATH=$libdir
@@ -22,7 +27,7 @@ cc -std=c11 -Wall -Wextra -Werror "$src/examples/c/guests.c" $(pkg-config --cfla
   -o "$work/c-guests"
 LD_LIBRARY_PATH=$(dirname "$libdir") "$work/c-guests" "$work/demo.sqlite" "$work/c.pdf"
 
-for f in "$work/cpp.pdf" "$work/c.pdf"; do
+for f in "$work/cpp.pdf" "$work/cpp-static.pdf" "$work/c.pdf"; do
   head -c 5 "$f" | grep -q '%PDF-' || { echo "$f is not a PDF"; exit 1; }
 done
 # The headers stand alone: nothing of the project's internal folders is needed.
