@@ -27,7 +27,7 @@ if [ "${1:-}" = "--thread" ]; then
     -DCMAKE_EXE_LINKER_FLAGS=-fsanitize=thread -DCMAKE_SHARED_LINKER_FLAGS=-fsanitize=thread \
     >/dev/null
   cmake --build "$dir" -j "$(nproc)" --target db_tests access_tests api_tests
-  export TSAN_OPTIONS=halt_on_error=1
+  export TSAN_OPTIONS="halt_on_error=1 suppressions=$(pwd)/tests/tsan.supp"
   "$dir/tests/db/db_tests" --gtest_filter='RunScope.*'
   "$dir/tests/db/access_tests" --gtest_filter='AccessFiles.EachRunHasItsOwnCopyForItsWorkTables'
   "$dir/tests/api/api_tests" --gtest_filter='Threads.*'
