@@ -3,7 +3,7 @@
 # Idempotent: does nothing (and prints nothing) when everything is present.
 set -euo pipefail
 pkgs=(
-  build-essential cmake pkg-config git
+  build-essential cmake pkg-config git ccache
   libsqlite3-dev sqlite3
   mdbtools mdbtools-dev
   libcairo2-dev libpango1.0-dev libgdk-pixbuf-2.0-dev

@@ -8,11 +8,11 @@ void addSmallBudgetLines(Fixture& f, long weddingEventId) {
     double suggested, budget, actual;
   };
   // Against a budget of about $45,000: a guest book is a tenth of a percent, the licence two
-  // tenths. The officiant's actual amount is not known yet (Null).
+  // tenths. The valet service's actual amount is not known yet (Null).
   const Line lines[] = {{"Guest Book & Pens", 45, 40, 38.5},
                         {"Hair & Makeup", 750, 700, 680},
                         {"Marriage License", 90, 85, 85},
-                        {"Officiant", 500, 450, -1}};
+                        {"Valet Parking", 500, 450, -1}};
   for (const Line& l : lines)
     f.budgetLine(weddingEventId, f.expenseCategory(l.category),
                  {.suggested = money(l.suggested),

@@ -432,6 +432,18 @@ void Connection::keepWorkTable(std::string_view table) {
                 name + " SELECT * FROM temp." + name);
 }
 
+void Connection::beginTrans() {
+  executeNative("BEGIN IMMEDIATE");
+}
+
+void Connection::commitTrans() {
+  executeNative("COMMIT");
+}
+
+void Connection::rollbackTrans() noexcept {
+  if (impl_) sqlite3_exec(impl_->db(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
 ConnectionImpl& Connection::impl() {
   if (!impl_) throw DbError(kErrState, kClosedMessage);
   return *impl_;

@@ -88,6 +88,13 @@ class Connection {
   // user keeps after the run. Does nothing when the run has no such table.
   void keepWorkTable(std::string_view table);
 
+  // A transaction that takes the database's write lock at once: other connections, threads and
+  // processes wait (up to the busy timeout) until it is committed or rolled back, so a sequence
+  // of statements that replaces a table is seen whole or not at all.
+  void beginTrans();
+  void commitTrans();
+  void rollbackTrans() noexcept;
+
   ConnectionImpl& impl();  // backend access for the recordset and tools
 
  private:

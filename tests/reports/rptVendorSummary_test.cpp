@@ -1,5 +1,10 @@
 #include <gmock/gmock.h>
 
+#include <signal.h>
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <thread>
 
 #include "db/connection.h"
@@ -149,7 +154,8 @@ TEST_F(QuoteComparison, RunsAtOnceEachPrintTheirOwnEvent) {
         bool cancelled = false;
         auto d = r->run(&cancelled, std::make_shared<frame::RecordingHost>());
         wrong += texts(d, "txtTotal1") != std::vector<std::string>{total};
-      } catch (...) {
+      } catch (const std::exception& e) {
+        ADD_FAILURE() << e.what();
         ++wrong;
       }
     }
@@ -158,6 +164,89 @@ TEST_F(QuoteComparison, RunsAtOnceEachPrintTheirOwnEvent) {
   t1.join();
   t2.join();
   EXPECT_EQ(wrong.load(), 0);
+}
+
+// Every row of every table but the one the comparison keeps on purpose, read from the file
+// (opened for writing, as a user's next connection would be: it rolls back a killed run's
+// unfinished transaction).
+std::string dumpWithoutWorkTable(const std::string& path) {
+  sqlite3* db = nullptr;
+  EXPECT_EQ(sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
+  std::vector<std::string> names;
+  std::string out;
+  auto collect = [](void* to, int n, char** values, char**) {
+    auto& s = *static_cast<std::string*>(to);
+    for (int i = 0; i < n; ++i) s += std::string(values[i] ? values[i] : "<null>") + "|";
+    s += "\n";
+    return 0;
+  };
+  std::string tables;
+  sqlite3_exec(db,
+               "SELECT name FROM sqlite_master WHERE type = 'table' AND name <> 'VENDOR_SUMMARY' "
+               "ORDER BY name",
+               collect, &tables, nullptr);
+  for (std::size_t at = 0, nl; (nl = tables.find("|\n", at)) != std::string::npos; at = nl + 2)
+    names.push_back(tables.substr(at, nl - at));
+  for (const auto& n : names) {
+    out += n + ":\n";
+    sqlite3_exec(db, ("SELECT * FROM \"" + n + "\" ORDER BY rowid").c_str(), collect, &out,
+                 nullptr);
+  }
+  sqlite3_close(db);
+  return out;
+}
+
+bool hasKeptTable(const std::string& path) {
+  std::string s;
+  sqlite3* db = nullptr;
+  sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr);
+  sqlite3_exec(
+      db, "SELECT name FROM sqlite_master WHERE name = 'VENDOR_SUMMARY'",
+      [](void* to, int, char**, char**) {
+        *static_cast<std::string*>(to) = "yes";
+        return 0;
+      },
+      &s, nullptr);
+  sqlite3_close(db);
+  return !s.empty();
+}
+
+TEST_F(QuoteComparison, ProcessesAtOnceAndKilledRunsLeaveEverythingElseAsItWas) {
+  const long other = db().event({.name = "Other"});
+  db().item(quote("Alpha", 0, 0), {.item = "Dinner", .price = data::money(10)});
+  db().item(quote("Beta", 0, 0, 2, other), {.item = "Dinner", .price = data::money(70)});
+  const std::string before = dumpWithoutWorkTable(db().path());
+  auto child = [&](long event, const char* total, int runs) {
+    const pid_t pid = ::fork();
+    if (pid != 0) return pid;
+    int bad = 0;
+    for (int i = 0; i < runs; ++i) {
+      try {
+        bad += texts(runComparison({}, event), "txtTotal1") != std::vector<std::string>{total};
+      } catch (...) {
+        ++bad;
+      }
+    }
+    ::_exit(bad == 0 ? 0 : 1);
+  };
+  const pid_t a = child(event_, "$10.00", 25), b = child(other, "$70.00", 25);
+  for (pid_t p : {a, b}) {
+    int status = 0;
+    ::waitpid(p, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "a run printed wrong figures";
+  }
+  for (int k = 0; k < 10; ++k) {
+    const pid_t p = child(event_, "$10.00", 1000);
+    ::usleep(static_cast<useconds_t>(2000 + 7919 * k % 40000));
+    ::kill(p, SIGKILL);
+    ::waitpid(p, nullptr, 0);
+    EXPECT_EQ(dumpWithoutWorkTable(db().path()), before) << "after kill " << k;
+  }
+  // What is kept is one whole comparison (or none, when a run was killed between dropping the
+  // old one and copying its own), never a mixture or a half-made table.
+  if (hasKeptTable(db().path())) {
+    EXPECT_EQ(keptRows(db().connectionString()), 1);
+  }
 }
 
 TEST_F(QuoteComparison, AnUnexpectedErrorIsShownThenTheRunFails) {

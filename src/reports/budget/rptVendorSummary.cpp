@@ -57,8 +57,18 @@ class RptVendorSummary : public frame::FrameReport {
           "Items.VendorAssignmentID) ON Vendors.VendorID = VendorAssignments.VendorID " +
           sqlWhere() + "And VendorAssignments.EventID = " + std::to_string(eventId()) +
           " ORDER BY VendorAssignments.WorksheetType DESC, Vendors.CompanyName, Items.Item";
-      makeWorkTable(conn, sql);
-      conn.keepWorkTable("VENDOR_SUMMARY");
+      // Dropping the kept table, making this run's and keeping it again happen under the
+      // database's write lock: a comparison running beside this one never finds a table another
+      // has just kept between its drop and its make.
+      conn.beginTrans();
+      try {
+        makeWorkTable(conn, sql);
+        conn.keepWorkTable("VENDOR_SUMMARY");
+        conn.commitTrans();
+      } catch (...) {
+        conn.rollbackTrans();
+        throw;
+      }
       conn.close();
       sql =
           "TRANSFORM Sum(VENDOR_SUMMARY.GrandTotal) AS [The Value] SELECT VENDOR_SUMMARY.Item AS "

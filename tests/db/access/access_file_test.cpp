@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "db/access/access_backend.h"
+#include "db/access/samples.h"
 #include "db/connection.h"
 
 namespace galvix::db::access {
@@ -20,11 +21,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path kSamples = fs::path(GALVIX_SHARED_TESTDATA) / "access";
+const fs::path kSamples = galvix::testing::accessSamples();
 
 #define SAMPLE(var, name)                               \
   const std::string var = (kSamples / (name)).string(); \
-  if (!fs::exists(var)) GTEST_SKIP() << "sample Access files not present: " << var
+  if (!fs::exists(var)) GALVIX_MISSING_ACCESS_SAMPLE(var)
 
 long long count(sqlite3* db, const std::string& sql) {
   sqlite3_stmt* st = nullptr;

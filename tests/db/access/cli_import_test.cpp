@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "db/access/samples.h"
 #include "db/connection.h"
 
 namespace galvix::db {
@@ -19,8 +20,8 @@ class CliImport : public ::testing::Test {
   void SetUp() override {
     exe_ = fs::path(GALVIX_BINARY_DIR) / "galvix";
     if (!fs::exists(exe_)) GTEST_SKIP() << "galvix is not built";
-    sample_ = fs::path(GALVIX_SHARED_TESTDATA) / "access" / "Northwind_jet4.mdb";
-    if (!fs::exists(sample_)) GTEST_SKIP() << "sample Access files not present: " << sample_;
+    sample_ = galvix::testing::accessSamples() / "Northwind_jet4.mdb";
+    if (!fs::exists(sample_)) GALVIX_MISSING_ACCESS_SAMPLE(sample_.string());
     dir_ = fs::temp_directory_path() / ("galvix_import_" + std::to_string(::getpid()));
     fs::create_directories(dir_);
   }

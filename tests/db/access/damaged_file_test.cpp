@@ -10,6 +10,7 @@
 #include <random>
 
 #include "db/access/access_backend.h"
+#include "db/access/samples.h"
 #include "db/connection.h"
 
 namespace galvix::db::access {
@@ -31,7 +32,7 @@ class Damaged : public ::testing::Test {
   }
 
   std::string sample(const char* name) {
-    std::string p = (fs::path(GALVIX_SHARED_TESTDATA) / "access" / name).string();
+    std::string p = (galvix::testing::accessSamples() / name).string();
     std::ifstream in(p, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), {});
   }
@@ -63,7 +64,7 @@ class Damaged : public ::testing::Test {
 
 TEST_F(Damaged, HeaderChecksNameWhatIsWrong) {
   std::string good = sample("testV1997.mdb");
-  if (good.empty()) GTEST_SKIP() << "sample Access files not present";
+  if (good.empty()) GALVIX_MISSING_ACCESS_SAMPLE(galvix::testing::accessSamples().string());
 
   EXPECT_NE(loadOrError(write("empty.mdb", "")).find("not an Access database"), std::string::npos);
   EXPECT_NE(loadOrError(write("text.mdb", std::string(8192, 'x'))).find("not an Access database"),
@@ -94,7 +95,7 @@ TEST_F(Damaged, HeaderChecksNameWhatIsWrong) {
 TEST_F(Damaged, TruncatedAtAPageBoundaryOrWithFlippedBytes) {
   for (const char* name : {"testV1997.mdb", "Northwind_jet4.mdb", "testV2010.accdb"}) {
     std::string good = sample(name);
-    if (good.empty()) GTEST_SKIP() << "sample Access files not present";
+    if (good.empty()) GALVIX_MISSING_ACCESS_SAMPLE(galvix::testing::accessSamples().string());
     std::size_t page = good[0x14] == 0 ? 2048 : 4096;
     std::size_t pages = good.size() / page;
     for (std::size_t keep : {std::size_t{3}, pages / 4, pages / 2, pages - 1})
@@ -124,7 +125,7 @@ TEST_F(Damaged, TruncatedAtAPageBoundaryOrWithFlippedBytes) {
 // sample by hand: the row must still be read once, from its new place.
 TEST_F(Damaged, AMovedRowIsReadFromItsNewPlace) {
   std::string file = sample("testUnicodeCompV2003.mdb");
-  if (file.empty()) GTEST_SKIP() << "sample Access files not present";
+  if (file.empty()) GALVIX_MISSING_ACCESS_SAMPLE(galvix::testing::accessSamples().string());
   constexpr std::size_t kPage = 4096, kRows = 12;  // Jet 4: row count at 12, slots from 14
   auto u16 = [&](std::size_t at) {
     return static_cast<unsigned>(static_cast<unsigned char>(file[at])) |
@@ -151,7 +152,7 @@ TEST_F(Damaged, AMovedRowIsReadFromItsNewPlace) {
   std::string greek;
   {
     Connection plain;
-    plain.open((fs::path(GALVIX_SHARED_TESTDATA) / "access" / "testUnicodeCompV2003.mdb").string());
+    plain.open((galvix::testing::accessSamples() / "testUnicodeCompV2003.mdb").string());
     Recordset rs;
     rs.open("SELECT [Unicode] FROM [Table] WHERE ID = 4", plain);
     greek = rs.value("Unicode").toString();
