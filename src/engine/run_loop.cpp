@@ -342,6 +342,18 @@ std::int32_t RunLoop::bodyHeight() const {
   return std::max(0, rnd(report_.pageHeight() - ps.topMargin - ps.bottomMargin));
 }
 
+std::int32_t RunLoop::textHeight(BandInstance& inst, std::size_t control, std::string_view text,
+                                 const doc::Font& font, std::int32_t wrap) {
+  auto it = std::find_if(inst.measured.begin(), inst.measured.end(),
+                         [&](const MeasuredText& m) { return m.control == control; });
+  if (it != inst.measured.end() && it->wrap == wrap && it->text == text && it->font == font)
+    return it->height;
+  const std::int32_t h = options_.measurer->measure(text, font, wrap).height;
+  if (it == inst.measured.end()) it = inst.measured.insert(inst.measured.end(), MeasuredText{});
+  *it = MeasuredText{control, std::string(text), font, wrap, h};
+  return h;
+}
+
 std::int32_t RunLoop::measure(BandInstance& inst) {
   Section& s = *inst.section;
   inst.shifts.clear();
@@ -374,7 +386,7 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
         const auto [t, wrap] = measuredText(st, rnd(st.width));
         const std::string_view shown =
             cutToBox(*t, st.font.size, rnd(st.width), std::min(growthLimit(s), bodyHeight()));
-        m = t->empty() ? 0 : options_.measurer->measure(shown, st.font, wrap).height;
+        m = t->empty() ? 0 : textHeight(inst, i, shown, st.font, wrap);
       }
       if (st.canGrow) nh = std::max(nh, m);
       if (st.canShrink) nh = std::min(nh, m);
@@ -459,7 +471,7 @@ std::vector<doc::Item> RunLoop::buildItems(BandInstance& inst,
       const auto [t, wrap] = measuredText(st, box.width);
       const std::string_view shown =
           cutToBox(*t, st.font.size, box.width, std::min(growthLimit(s), bodyHeight()));
-      std::int32_t m = t->empty() ? 0 : options_.measurer->measure(shown, st.font, wrap).height;
+      std::int32_t m = t->empty() ? 0 : textHeight(inst, i, shown, st.font, wrap);
       std::int32_t nh = box.height;
       if (st.canGrow) nh = std::max(nh, m);
       if (st.canShrink) nh = std::min(nh, m);
