@@ -4,6 +4,7 @@ median wall time, CPU time (user + system) and peak memory of each, and their ra
 shared machine wall time follows the load; CPU time is the steadier figure.
 
   bench/compare_times.py OLD_GALVIX NEW_GALVIX --db DB [--runs 7] [--report NAME] [--set P=V ...]
+  bench/compare_times.py OLD_GALVIX NEW_GALVIX --db DB --all     (every report, render-all)
 """
 import argparse
 import os
@@ -14,9 +15,12 @@ import time
 
 
 def run_once(galvix, args, out):
-    cmd = [galvix, "render", args.report, "--db", args.db, "-o", out]
-    for s in args.set:
-        cmd += ["--set", s]
+    if args.all:
+        cmd = [galvix, "render-all", "--db", args.db, "-o", out + ".d"]
+    else:
+        cmd = [galvix, "render", args.report, "--db", args.db, "-o", out]
+        for s in args.set:
+            cmd += ["--set", s]
     start = time.monotonic()
     proc = subprocess.Popen(cmd, stdout=subprocess.DEVNULL)
     _, status, ru = os.wait4(proc.pid, 0)
@@ -34,6 +38,7 @@ def main():
     p.add_argument("--runs", type=int, default=7)
     p.add_argument("--report", default="Guest List - with notes")
     p.add_argument("--set", action="append", default=[])
+    p.add_argument("--all", action="store_true", help="every catalogue report (render-all)")
     args = p.parse_args()
     runs = {"old": [], "new": []}
     with tempfile.TemporaryDirectory() as d:
@@ -43,7 +48,8 @@ def main():
                 galvix = args.old if which == "old" else args.new
                 runs[which].append(run_once(galvix, args, os.path.join(d, which + ".pdf")))
     med = {k: [statistics.median(r[j] for r in v) for j in range(3)] for k, v in runs.items()}
-    print(f"{args.report} on {os.path.basename(args.db)}, median of {args.runs} paired runs")
+    what = "every report" if args.all else args.report
+    print(f"{what} on {os.path.basename(args.db)}, median of {args.runs} paired runs")
     print(f"{'build':<6} {'wall s':>8} {'cpu s':>8} {'peak MB':>8}")
     for k in ("old", "new"):
         w, c, m = med[k]
