@@ -285,6 +285,7 @@ void RunLoop::refreshSummaries(BandInstance& inst, const std::vector<Accumulator
 void RunLoop::snapshot(BandInstance& inst) {
   Section& s = *inst.section;
   inst.sectionState = s.st_;
+  inst.measured.clear();
   inst.controls.clear();
   inst.controls.reserve(s.controls_.size());
   for (auto& c : s.controls_) inst.controls.push_back(c->state());
@@ -344,13 +345,19 @@ std::int32_t RunLoop::bodyHeight() const {
 
 std::int32_t RunLoop::textHeight(BandInstance& inst, std::size_t control, std::string_view text,
                                  const doc::Font& font, std::int32_t wrap) {
+  // The snapshot's text, when it is what is measured now.
+  const ControlState* snap = control < inst.controls.size() ? &inst.controls[control] : nullptr;
+  const bool asSnapshot =
+      snap && snap->font == font &&
+      std::string_view(*measuredText(*snap, 0).first).substr(0, text.size()) == text;
   auto it = std::find_if(inst.measured.begin(), inst.measured.end(),
                          [&](const MeasuredText& m) { return m.control == control; });
-  if (it != inst.measured.end() && it->wrap == wrap && it->text == text && it->font == font)
+  if (asSnapshot && it != inst.measured.end() && it->wrap == wrap && it->length == text.size())
     return it->height;
   const std::int32_t h = options_.measurer->measure(text, font, wrap).height;
+  if (!asSnapshot) return h;
   if (it == inst.measured.end()) it = inst.measured.insert(inst.measured.end(), MeasuredText{});
-  *it = MeasuredText{control, std::string(text), font, wrap, h};
+  *it = MeasuredText{control, text.size(), wrap, h};
   return h;
 }
 
