@@ -285,6 +285,7 @@ void RunLoop::refreshSummaries(BandInstance& inst, const std::vector<Accumulator
 void RunLoop::snapshot(BandInstance& inst) {
   Section& s = *inst.section;
   inst.sectionState = s.st_;
+  inst.measured.clear();
   inst.controls.clear();
   inst.controls.reserve(s.controls_.size());
   for (auto& c : s.controls_) inst.controls.push_back(c->state());
@@ -342,6 +343,24 @@ std::int32_t RunLoop::bodyHeight() const {
   return std::max(0, rnd(report_.pageHeight() - ps.topMargin - ps.bottomMargin));
 }
 
+std::int32_t RunLoop::textHeight(BandInstance& inst, std::size_t control, std::string_view text,
+                                 const doc::Font& font, std::int32_t wrap) {
+  // The snapshot's text, when it is what is measured now.
+  const ControlState* snap = control < inst.controls.size() ? &inst.controls[control] : nullptr;
+  const bool asSnapshot =
+      snap && snap->font == font &&
+      std::string_view(*measuredText(*snap, 0).first).substr(0, text.size()) == text;
+  auto it = std::find_if(inst.measured.begin(), inst.measured.end(),
+                         [&](const MeasuredText& m) { return m.control == control; });
+  if (asSnapshot && it != inst.measured.end() && it->wrap == wrap && it->length == text.size())
+    return it->height;
+  const std::int32_t h = options_.measurer->measure(text, font, wrap).height;
+  if (!asSnapshot) return h;
+  if (it == inst.measured.end()) it = inst.measured.insert(inst.measured.end(), MeasuredText{});
+  *it = MeasuredText{control, text.size(), wrap, h};
+  return h;
+}
+
 std::int32_t RunLoop::measure(BandInstance& inst) {
   Section& s = *inst.section;
   inst.shifts.clear();
@@ -374,7 +393,7 @@ std::int32_t RunLoop::measure(BandInstance& inst) {
         const auto [t, wrap] = measuredText(st, rnd(st.width));
         const std::string_view shown =
             cutToBox(*t, st.font.size, rnd(st.width), std::min(growthLimit(s), bodyHeight()));
-        m = t->empty() ? 0 : options_.measurer->measure(shown, st.font, wrap).height;
+        m = t->empty() ? 0 : textHeight(inst, i, shown, st.font, wrap);
       }
       if (st.canGrow) nh = std::max(nh, m);
       if (st.canShrink) nh = std::min(nh, m);
@@ -459,7 +478,7 @@ std::vector<doc::Item> RunLoop::buildItems(BandInstance& inst,
       const auto [t, wrap] = measuredText(st, box.width);
       const std::string_view shown =
           cutToBox(*t, st.font.size, box.width, std::min(growthLimit(s), bodyHeight()));
-      std::int32_t m = t->empty() ? 0 : options_.measurer->measure(shown, st.font, wrap).height;
+      std::int32_t m = t->empty() ? 0 : textHeight(inst, i, shown, st.font, wrap);
       std::int32_t nh = box.height;
       if (st.canGrow) nh = std::max(nh, m);
       if (st.canShrink) nh = std::min(nh, m);

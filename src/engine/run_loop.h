@@ -40,6 +40,15 @@ struct Fragment {
   std::int32_t height = 0;
 };
 
+// A text's measured height, kept with the band that measured it: the first `length` bytes of
+// the control's snapshot text, in the snapshot's font, wrapped at `wrap`.
+struct MeasuredText {
+  std::size_t control = 0;
+  std::size_t length = 0;
+  std::int32_t wrap = 0;
+  std::int32_t height = 0;
+};
+
 // One formatted band: the state its handlers left, to restore for its later events.
 struct BandInstance {
   Section* section = nullptr;
@@ -53,6 +62,10 @@ struct BandInstance {
   std::map<std::size_t, Fragment> fragments;  // by control index
   std::int32_t height = 0;                    // measured after Format
   std::vector<std::int32_t> shifts;           // per control: moved down by growth above it
+  // Texts measured for this band, as they stand in `controls`. It is measured again when placed
+  // (a handler may have changed it), usually with the same texts: a queued group can hold more
+  // texts than the measurer's cache, so the band keeps its own. Cleared with each snapshot.
+  std::vector<MeasuredText> measured;
   int keepUntil = -1;     // index in the queue of the last instance kept on a page with this one
   bool column = false;    // laid out in the detail columns
   bool repeated = false;  // a group header printed again on a continuation page
@@ -107,6 +120,9 @@ class RunLoop {
   const Expression& expressionFor(const std::string& dataField);
   void computeSummaries(BandInstance& inst, bool atCommit, const std::vector<Accumulator>* page);
   void flush();
+  // Height of `text` in control `control` of `inst`, measured once per band while unchanged.
+  std::int32_t textHeight(BandInstance& inst, std::size_t control, std::string_view text,
+                          const doc::Font& font, std::int32_t wrap);
 
   Report& report_;
   RunOptions options_;

@@ -104,16 +104,19 @@ std::string lower(std::string_view s) {
 }
 
 int compareTextNoCase(std::string_view a, std::string_view b) {
-  if (ascii(a) && ascii(b)) {
-    size_t n = std::min(a.size(), b.size());
-    for (size_t i = 0; i < n; ++i) {
-      unsigned char x = static_cast<unsigned char>(a[i]), y = static_cast<unsigned char>(b[i]);
-      if (x >= 'A' && x <= 'Z') x = static_cast<unsigned char>(x + 32);
-      if (y >= 'A' && y <= 'Z') y = static_cast<unsigned char>(y + 32);
-      if (x != y) return x < y ? -1 : 1;
-    }
-    return a.size() < b.size() ? -1 : a.size() > b.size() ? 1 : 0;
+  // Up to the first character outside ASCII both texts fold byte for byte, so a difference
+  // there decides the order without folding the whole texts (sorting compares mostly those).
+  const size_t n = std::min(a.size(), b.size());
+  size_t i = 0;
+  for (; i < n; ++i) {
+    unsigned char x = static_cast<unsigned char>(a[i]), y = static_cast<unsigned char>(b[i]);
+    if (x >= 0x80 || y >= 0x80) break;
+    if (x >= 'A' && x <= 'Z') x = static_cast<unsigned char>(x + 32);
+    if (y >= 'A' && y <= 'Z') y = static_cast<unsigned char>(y + 32);
+    if (x != y) return x < y ? -1 : 1;
   }
+  if (i == n && ascii(a.substr(n)) && ascii(b.substr(n)))
+    return a.size() < b.size() ? -1 : a.size() > b.size() ? 1 : 0;
   // Letters with accents sort with their base letter; the accent only breaks ties.
   int c = foldKey(a, true).compare(foldKey(b, true));
   if (c == 0) c = foldKey(a, false).compare(foldKey(b, false));

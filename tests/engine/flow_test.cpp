@@ -2,6 +2,8 @@
 // detail columns, data-field expressions.
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "engine/document_dump.h"
 #include "engine/expression.h"
 #include "engine_test_util.h"
@@ -231,6 +233,47 @@ TEST(HandlerState, BandGrownInBeforePrintMovesWithItsState) {
   EXPECT_EQ(tail, (std::vector<std::string>{"BeforePrint Detail row=2", "PageEnd p1",
                                             "PageStart p2 row=2", "AfterPrint Detail row=2",
                                             "  text a", "PageEnd p2", "ReportEnd"}));
+}
+
+TEST(HandlerState, TextMeasuredOncePerBandUnlessBeforePrintChangesIt) {
+  // Counts the measurer's calls per text; heights come from the fixed metrics.
+  struct Counting : FixedMetricMeasurer {
+    std::map<std::string, int> calls;
+    TextExtent measure(std::string_view t, const doc::Font& f, std::int32_t w) override {
+      ++calls[std::string(t)];
+      return FixedMetricMeasurer::measure(t, f, w);
+    }
+  };
+  class R : public Report {
+   public:
+    R()
+        : Report(layoutOf(R"J({"version": 1, "name": "rptOnce",
+          "sections": [
+            {"kind": "groupHeader", "name": "ghAll", "height": 300},
+            {"kind": "detail", "name": "Detail", "height": 240, "controls": [
+              {"kind": "field", "name": "txtNote", "dataField": "Note", "width": 3000,
+               "height": 240, "canGrow": true}]},
+            {"kind": "groupFooter", "name": "gfAll", "height": 300}]})J")) {
+      data().setRows({"Note"}, {{"one"}, {"two"}, {"big"}});
+      onBeforePrint("Detail", [this] {
+        // Same text, larger font: the height must follow the font.
+        if (field("txtNote").text() == "big") field("txtNote").font().size = 20;
+      });
+    }
+  };
+  Counting m;
+  R r;
+  RunOptions o;
+  o.measurer = &m;
+  auto res = runReport(r, o);
+  EXPECT_EQ(m.calls["one"], 1);
+  EXPECT_EQ(m.calls["two"], 1);
+  EXPECT_GT(m.calls["big"], 1);  // measured again once changed
+  auto notes = texts(res.document, 1, "txtNote");
+  ASSERT_EQ(notes.size(), 3u);
+  EXPECT_EQ(notes[0]->box.height, 240);
+  EXPECT_EQ(notes[2]->box.height, FixedMetricMeasurer::lineHeight(notes[2]->font));
+  EXPECT_EQ(notes[2]->box.height, 480);
 }
 
 TEST(RunTimeControls, ColumnsAddedPerValueAndWalkedByPosition) {

@@ -119,5 +119,21 @@ TEST(StringFunctions, PlatformSemantics) {
   EXPECT_THROW(vb::Left("a", -1), RuntimeError);
 }
 
+TEST(StringFunctions, TextOrderIgnoresCaseAndSortsAccentsWithTheirLetter) {
+  // Decided before the first accent, at it, after it, and by the accent alone.
+  EXPECT_LT(vb::compareTextNoCase("Adam Núñez", "bob"), 0);
+  EXPECT_GT(vb::compareTextNoCase("Núñez, Zed", "NÚÑEZ, amy"), 0);
+  EXPECT_LT(vb::compareTextNoCase("García, Bob", "Garcia, Cy"), 0);
+  EXPECT_GT(vb::compareTextNoCase("Garcia, Cy", "García, Bob"), 0);
+  EXPECT_LT(vb::compareTextNoCase("Garcia", "Garcíb"), 0);
+  EXPECT_NE(vb::compareTextNoCase("García", "Garcia"), 0);
+  EXPECT_EQ(vb::compareTextNoCase("GARCÍA", "garcía"), 0);
+  EXPECT_EQ(vb::compareTextNoCase("Smith", "sMITH"), 0);
+  EXPECT_LT(vb::compareTextNoCase("Smit", "smith"), 0);
+  EXPECT_GT(vb::compareTextNoCase("Smithé", "smith"), 0);
+  // A combining accent after an ASCII letter is that letter for the order.
+  EXPECT_LT(vb::compareTextNoCase("Jose\u0301 A", "Jose B"), 0);
+}
+
 }  // namespace
 }  // namespace galvix
