@@ -368,6 +368,9 @@ Registration render([](CLI::App& app) {
     chooseLocale(*locale);
     auto r = newOrExit(*name);
     const auto& entry = entryOf(*name);
+    const std::string conn = connectionFor(*database);
+    // Naming the database as the output is the worse mistake; say that one first.
+    if (!out->empty() && *out != "-") refuseInputAsOutput(*out, db::dataSourceOf(conn));
     const Target target = targetOf(*out, *format, *name);
     PropertyList userSets;
     for (const auto& s : *sets) {
@@ -377,7 +380,6 @@ Registration render([](CLI::App& app) {
     }
     for (const auto& [k, v] : userSets)
       if (!r->hasProperty(k)) setProperty(*r, k, v);  // exits naming the property
-    const std::string conn = connectionFor(*database);
     Selection sel = select(conn, entry, entry.example, *choices, userSets);
     for (const auto& note : sel.notes) std::cerr << note << "\n";
     setProperty(*r, "ConnectionString", conn);
