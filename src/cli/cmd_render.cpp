@@ -3,11 +3,13 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <iostream>
 #include <map>
 #include <mutex>
@@ -250,7 +252,7 @@ std::vector<std::string> outputsOf(const Target& t, std::size_t pages) {
 // A line on standard error while a run takes longer than a second, when someone watches it.
 class Progress {
  public:
-  Progress(bool quiet, std::string label) : label_(std::move(label)) {
+  Progress(bool quiet, std::function<std::string()> label) : label_(std::move(label)) {
     if (quiet || !::isatty(2)) return;
     thread_ = std::thread([this] {
       const auto start = std::chrono::steady_clock::now();
@@ -260,7 +262,7 @@ class Progress {
                            std::chrono::steady_clock::now() - start)
                            .count();
         if (s < 1) continue;
-        std::cerr << "\r\033[K" << label_ << " " << s << " s" << std::flush;
+        std::cerr << "\r\033[K" << label_() << " " << s << " s" << std::flush;
         shown_ = true;
       }
       if (shown_) std::cerr << "\r\033[K" << std::flush;
@@ -277,29 +279,36 @@ class Progress {
   }
 
  private:
-  std::string label_;
+  std::function<std::string()> label_;
   std::mutex m_;
   std::condition_variable cv_;
   bool done_ = false, shown_ = false;
   std::thread thread_;
 };
 
+// Lines of several renders running at once stay whole.
+std::mutex g_say;
+void say(std::ostream& out, const std::string& line) {
+  std::lock_guard lock(g_say);
+  out << line << "\n" << std::flush;
+}
+
 // Runs and writes; false when a handler ended the run without pages.
-bool renderOne(ReportObject& r, const Target& t, const std::string& database, bool quiet,
-               const std::string& label) {
+bool renderOne(ReportObject& r, const Target& t, const std::string& database,
+               std::optional<std::string> progress) {
   for (const auto& f : outputsOf(t, 1)) refuseInputAsOutput(f, database);
   bool cancelled = false;
   doc::Document d;
   {
-    Progress progress(quiet, label);
+    Progress shown(!progress, [&] { return *progress; });
     d = r.run(&cancelled);
   }
   if (cancelled) {
-    std::cerr << "galvix: \"" << r.catalogueName() << "\" ended without pages; nothing written\n";
+    say(std::cerr, "galvix: \"" + r.catalogueName() + "\" ended without pages; nothing written");
     return false;
   }
   for (const auto& f : outputsOf(t, d.pages.size())) refuseInputAsOutput(f, database);
-  for (const auto& f : write(d, t)) std::cout << f << "\n";
+  for (const auto& f : write(d, t)) say(std::cout, f);
   return true;
 }
 
@@ -392,7 +401,9 @@ Registration render([](CLI::App& app) {
       if (r->hasProperty(prop)) r->set(prop, Variant(v));
     for (const auto& [k, v] : sel.properties) setProperty(*r, k, v);
     r->setTimeLimit(limitOf(*timeout));
-    renderOne(*r, target, db::dataSourceOf(conn), *quiet, "galvix: rendering \"" + *name + "\"");
+    renderOne(
+        *r, target, db::dataSourceOf(conn),
+        *quiet ? std::nullopt : std::optional<std::string>("galvix: rendering \"" + *name + "\""));
   });
 });
 
@@ -402,48 +413,75 @@ Registration renderAll([](CLI::App& app) {
   auto database = std::make_shared<std::string>();
   auto dir = std::make_shared<std::string>("out");
   auto timeout = std::make_shared<double>(0);
-  cmd->add_option("--db", *database, "Database file or connection string")->required();
   auto quiet = std::make_shared<bool>(false);
+  auto format = std::make_shared<std::string>("pdf");
+  auto locale = std::make_shared<std::string>();
+  auto jobs = std::make_shared<unsigned>(1);
+  cmd->add_option("--db", *database, "Database file or connection string")->required();
   cmd->add_option("-o,--output", *dir, "Output folder");
+  cmd->add_option("--format", *format, "pdf, png or svg")
+      ->check(CLI::IsMember({"pdf", "png", "svg"}));
+  cmd->add_option("--locale", *locale, "Regional settings: en-US, en-GB, de-DE");
+  cmd->add_option("-j,--jobs", *jobs, "Reports rendered at once")->check(CLI::Range(1u, 64u));
   cmd->add_flag("-q,--quiet", *quiet, "No progress line");
   cmd->add_option("--timeout", *timeout, "Give up on a report after this many seconds (0: never)")
       ->check(CLI::NonNegativeNumber);
   cmd->callback([=] {
+    chooseLocale(*locale);
     std::string conn = connectionFor(*database);
     auto ids = exampleIds(conn);
     fs::create_directories(*dir);
-    int failed = 0, done = 0, total = 0;
-    for (const auto& e : frame::catalogue())
-      if (e.built()) total += 1 + static_cast<int>(e.moreExamples.size());
+    struct Task {
+      const frame::CatalogueEntry* entry;
+      std::string suffix;
+      PropertyList example;
+    };
+    std::vector<Task> tasks;
     for (const auto& e : frame::catalogue()) {
       if (!e.built()) continue;
-      auto variants = e.moreExamples;
-      variants.insert(variants.begin(), {"", e.example});
-      for (const auto& [suffix, example] : variants) {
+      tasks.push_back({&e, "", e.example});
+      for (const auto& [suffix, example] : e.moreExamples) tasks.push_back({&e, suffix, example});
+    }
+    std::atomic<std::size_t> next{0}, done{0}, failed{0};
+    auto work = [&] {
+      for (std::size_t i; (i = next++) < tasks.size();) {
+        const Task& t = tasks[i];
+        const auto& e = *t.entry;
         try {
           auto r = newOrExit(e.name);
           r->set("ConnectionString", conn);
           auto setIf = [&](const char* prop, const std::string& v) {
             if (r->hasProperty(prop)) r->set(prop, Variant(v));
           };
-          setIf("Title", ids.count("{EventName}") ? ids["{EventName}"] : e.name);
+          setIf("Title", ids.count("{EventName}") ? ids.at("{EventName}") : e.name);
           setIf("ReportName", e.name);
           setIf("Criteria", "");
-          for (const auto& [k, v] : example) r->set(k, Variant(substitute(v, ids)));
+          for (const auto& [k, v] : t.example) r->set(k, Variant(substitute(v, ids)));
           r->setTimeLimit(limitOf(*timeout));
-          renderOne(*r,
-                    {*dir + "/" + fileStem(e.name) + (suffix.empty() ? "" : "-" + suffix) + ".pdf",
-                     "pdf"},
-                    db::dataSourceOf(conn), *quiet,
-                    "galvix: report " + std::to_string(++done) + " of " + std::to_string(total) +
-                        ", \"" + e.name + "\"");
+          const std::string stem = fileStem(e.name) + (t.suffix.empty() ? "" : "-" + t.suffix);
+          renderOne(*r, {*dir + "/" + stem + "." + *format, *format}, db::dataSourceOf(conn),
+                    std::nullopt);
+        } catch (const Exit& ex) {
+          ++failed;
+          say(std::cerr, ex.message);
         } catch (const std::exception& ex) {
           ++failed;
-          std::cerr << ex.what() << "\n";
+          say(std::cerr, ex.what());
         }
+        ++done;
       }
+    };
+    {
+      Progress shown(*quiet, [&] {
+        return "galvix: " + std::to_string(done.load()) + " of " + std::to_string(tasks.size()) +
+               " reports done";
+      });
+      std::vector<std::thread> workers;
+      for (unsigned j = 1; j < *jobs; ++j) workers.emplace_back(work);
+      work();
+      for (auto& w : workers) w.join();
     }
-    if (failed) throw Exit{1, "galvix: " + std::to_string(failed) + " report(s) failed"};
+    if (failed) throw Exit{1, "galvix: " + std::to_string(failed.load()) + " report(s) failed"};
   });
 });
 
