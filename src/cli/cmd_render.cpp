@@ -308,6 +308,9 @@ bool renderOne(ReportObject& r, const Target& t, const std::string& database,
     return false;
   }
   for (const auto& f : outputsOf(t, d.pages.size())) refuseInputAsOutput(f, database);
+  if (r.lastRunHadNoRows())
+    say(std::cerr, "galvix: \"" + r.catalogueName() +
+                       "\" found no rows to print (check the event, party or --set clauses)");
   for (const auto& f : write(d, t)) say(std::cout, f);
   return true;
 }

@@ -260,6 +260,14 @@ TEST_F(CliRender, MessagesNameWhatIsWrongAndSuggest) {
   EXPECT_THAT(err_, HasSubstr("no report design"));
   EXPECT_THAT(err_, ::testing::Not(HasSubstr("did you mean \"Checklist - Calendar\"")));
   EXPECT_FALSE(fs::exists(dir_ / "x.pdf"));
+  // A clause that picks no rows still writes its (empty) report, and says so.
+  EXPECT_EQ(run("render \"RSVPs - One-line\" " + db() +
+                " --set \"SQLWhere=WHERE Parties.PartyID = 9999\" -o empty.pdf"),
+            0);
+  EXPECT_THAT(err_, HasSubstr("no rows"));
+  EXPECT_TRUE(fs::exists(dir_ / "empty.pdf"));
+  EXPECT_EQ(run(rsvp), 0);
+  EXPECT_THAT(err_, ::testing::Not(HasSubstr("no rows")));
   EXPECT_EQ(run("--version"), 0);
   EXPECT_THAT(out_, ::testing::MatchesRegex("galvix [0-9]+\\.[0-9]+\\.[0-9]+\n"));
 }
