@@ -293,10 +293,8 @@ void say(std::ostream& out, const std::string& line) {
   out << line << "\n" << std::flush;
 }
 
-// Runs and writes; false when a handler ended the run without pages.
-bool renderOne(ReportObject& r, const Target& t, const std::string& database,
-               std::optional<std::string> progress) {
-  for (const auto& f : outputsOf(t, 1)) refuseInputAsOutput(f, database);
+// Runs the report; nothing when a handler ended it without pages.
+std::optional<doc::Document> runOne(ReportObject& r, const std::optional<std::string>& progress) {
   bool cancelled = false;
   doc::Document d;
   {
@@ -305,14 +303,26 @@ bool renderOne(ReportObject& r, const Target& t, const std::string& database,
   }
   if (cancelled) {
     say(std::cerr, "galvix: \"" + r.catalogueName() + "\" ended without pages; nothing written");
-    return false;
+    return std::nullopt;
   }
-  for (const auto& f : outputsOf(t, d.pages.size())) refuseInputAsOutput(f, database);
   if (r.lastRunHadNoRows())
     say(std::cerr, "galvix: \"" + r.catalogueName() +
                        "\" found no rows to print (check the event, party or --set clauses)");
+  return d;
+}
+
+void writeOut(const doc::Document& d, const Target& t, const std::string& database) {
+  for (const auto& f : outputsOf(t, d.pages.size())) refuseInputAsOutput(f, database);
   for (const auto& f : write(d, t)) say(std::cout, f);
-  return true;
+}
+
+// Runs and writes; false when a handler ended the run without pages.
+bool renderOne(ReportObject& r, const Target& t, const std::string& database,
+               const std::optional<std::string>& progress) {
+  for (const auto& f : outputsOf(t, 1)) refuseInputAsOutput(f, database);
+  auto d = runOne(r, progress);
+  if (d) writeOut(*d, t, database);
+  return d.has_value();
 }
 
 const frame::CatalogueEntry& entryOf(const std::string& name) {
@@ -376,13 +386,20 @@ Registration render([](CLI::App& app) {
   cmd->add_option("--locale", *locale, "Regional settings: en-US, en-GB, de-DE");
   cmd->add_flag("-q,--quiet", *quiet, "No progress line");
   cmd->footer(examplesHelp());
+  auto allParties = std::make_shared<bool>(false);
+  auto split = std::make_shared<bool>(false);
+  auto* all = cmd->add_flag("--all-parties", *allParties,
+                            "Each party of the event in turn, one after the other in one file");
+  all->excludes(cmd->get_option("--party"));
+  cmd->add_flag("--split", *split, "With --all-parties: one file per party")->needs(all);
   cmd->callback([=] {
     chooseLocale(*locale);
-    auto r = newOrExit(*name);
+    newOrExit(*name);
     const auto& entry = entryOf(*name);
     const std::string conn = connectionFor(*database);
+    const std::string source = db::dataSourceOf(conn);
     // Naming the database as the output is the worse mistake; say that one first.
-    if (!out->empty() && *out != "-") refuseInputAsOutput(*out, db::dataSourceOf(conn));
+    if (!out->empty() && *out != "-") refuseInputAsOutput(*out, source);
     const Target target = targetOf(*out, *format, *name);
     PropertyList userSets;
     for (const auto& s : *sets) {
@@ -390,23 +407,62 @@ Registration render([](CLI::App& app) {
       if (eq == std::string::npos) throw Exit{2, "galvix: --set wants Property=Value, got " + s};
       userSets.emplace_back(s.substr(0, eq), s.substr(eq + 1));
     }
-    for (const auto& [k, v] : userSets)
-      if (!r->hasProperty(k)) setProperty(*r, k, v);  // exits naming the property
-    Selection sel = select(conn, entry, entry.example, *choices, userSets);
-    for (const auto& note : sel.notes) std::cerr << note << "\n";
-    setProperty(*r, "ConnectionString", conn);
-    // Captions a host would set, so a run does not print the layout's placeholders; the
-    // report's own settings and --set override them.
-    for (const auto& [prop, v] :
-         {std::pair<std::string, std::string>{"Title", sel.eventName.value_or("")},
-          {"ReportName", *name},
-          {"Criteria", ""}})
-      if (r->hasProperty(prop)) r->set(prop, Variant(v));
-    for (const auto& [k, v] : sel.properties) setProperty(*r, k, v);
-    r->setTimeLimit(limitOf(*timeout));
-    renderOne(
-        *r, target, db::dataSourceOf(conn),
-        *quiet ? std::nullopt : std::optional<std::string>("galvix: rendering \"" + *name + "\""));
+    auto prepare = [&](const Choices& chosen) {
+      auto r = newOrExit(*name);
+      for (const auto& [k, v] : userSets)
+        if (!r->hasProperty(k)) setProperty(*r, k, v);  // exits naming the property
+      Selection sel = select(conn, entry, entry.example, chosen, userSets);
+      for (const auto& note : sel.notes) say(std::cerr, note);
+      setProperty(*r, "ConnectionString", conn);
+      // Captions a host would set, so a run does not print the layout's placeholders; the
+      // report's own settings and --set override them.
+      for (const auto& [prop, v] :
+           {std::pair<std::string, std::string>{"Title", sel.eventName.value_or("")},
+            {"ReportName", *name},
+            {"Criteria", ""}})
+        if (r->hasProperty(prop)) r->set(prop, Variant(v));
+      for (const auto& [k, v] : sel.properties) setProperty(*r, k, v);
+      r->setTimeLimit(limitOf(*timeout));
+      return r;
+    };
+    auto label = [&](const std::string& what) {
+      return *quiet ? std::nullopt : std::optional<std::string>("galvix: rendering " + what);
+    };
+    if (!*allParties) {
+      auto r = prepare(*choices);
+      renderOne(*r, target, source, label("\"" + *name + "\""));
+      return;
+    }
+    if (!needsOf(entry.example).party)
+      throw Exit{2, "galvix: \"" + *name + "\" does not print one party; --all-parties is for " +
+                        "the reports that do (`galvix list` marks them)"};
+    if (*split && target.path == "-")
+      throw Exit{2, "galvix: --split writes one file per party; give -o NAME, not -"};
+    const std::string eventId = eventIdOf(conn, choices->event);
+    const auto parties = partiesOf(conn, eventId);
+    if (parties.empty()) throw Exit{2, "galvix: the event has no parties"};
+    doc::Document whole;
+    for (std::size_t i = 0; i < parties.size(); ++i) {
+      Choices chosen = *choices;
+      chosen.event = eventId;
+      chosen.party = parties[i].first;
+      auto r = prepare(chosen);
+      auto d =
+          runOne(*r, label("party " + std::to_string(i + 1) + " of " +
+                           std::to_string(parties.size()) + ", \"" + parties[i].second + "\""));
+      if (!d) continue;
+      if (*split) {
+        const std::string path = target.path;
+        writeOut(*d,
+                 {prefixOf(path) + "-" + fileStem(parties[i].second) + "." + target.format,
+                  target.format},
+                 source);
+      } else {
+        whole.title = d->title;
+        for (auto& page : d->pages) whole.pages.push_back(std::move(page));
+      }
+    }
+    if (!*split) writeOut(whole, target, source);
   });
 });
 

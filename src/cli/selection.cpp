@@ -128,6 +128,14 @@ std::vector<std::pair<std::string, std::string>> partiesOf(const std::string& co
   return out;
 }
 
+std::string eventIdOf(const std::string& connection, const std::string& wanted) {
+  const auto events = rows(connection, kEvents);
+  if (!wanted.empty()) return pick(events, wanted, "event", "--event").id;
+  if (events.size() == 1) return events[0].id;
+  throw Exit{2, "galvix: the database holds " + std::to_string(events.size()) +
+                    " events; choose one with --event NAME|ID:" + listed(events)};
+}
+
 Selection select(const std::string& conn, const frame::CatalogueEntry& entry,
                  const PropertyList& example, const Choices& choices, const PropertyList& sets) {
   auto userSets = [&](const std::string& key) {

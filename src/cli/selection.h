@@ -39,6 +39,9 @@ struct Selection {
 Selection select(const std::string& connection, const frame::CatalogueEntry& entry,
                  const PropertyList& example, const Choices& choices, const PropertyList& sets);
 
+// The event's id: `wanted` by name or id, or the only event when empty; Exit 2 otherwise.
+std::string eventIdOf(const std::string& connection, const std::string& wanted);
+
 // The parties of an event (or of every event when `eventId` is empty): id and name.
 std::vector<std::pair<std::string, std::string>> partiesOf(const std::string& connection,
                                                            const std::string& eventId);

@@ -168,6 +168,22 @@ TEST_F(CliChoose, PartyAndEventByNameInEachReportsClauseShape) {
   EXPECT_THAT(pdfText(dir_ / "g.pdf"), ::testing::Not(HasSubstr("The Lee Family")));
 }
 
+TEST_F(CliChoose, AllPartiesInOneFileOrOneFilePerParty) {
+  const std::string rsvp = "render \"RSVPs - One-line\" " + db() + " --event Gala --all-parties";
+  ASSERT_EQ(run(rsvp + " -o all.pdf"), 0) << err_;
+  const std::string text = pdfText(dir_ / "all.pdf");
+  EXPECT_THAT(text, HasSubstr("Party: Dinner"));
+  EXPECT_THAT(text, HasSubstr("Party: Cocktails"));
+  EXPECT_THAT(text, ::testing::Not(HasSubstr("The Lee Family")));
+  ASSERT_EQ(run(rsvp + " --split -o each.pdf"), 0) << err_;
+  EXPECT_THAT(pdfText(dir_ / "each-Dinner.pdf"), HasSubstr("Party: Dinner"));
+  EXPECT_THAT(pdfText(dir_ / "each-Cocktails.pdf"), HasSubstr("Party: Cocktails"));
+  // Not with --party, nor for a report that prints no single party.
+  EXPECT_EQ(run(rsvp + " --party Dinner -o x.pdf"), 2);
+  EXPECT_EQ(run("render \"Budget Summary\" " + db() + " --event Gala --all-parties -o x.pdf"), 2);
+  EXPECT_FALSE(fs::exists(dir_ / "x.pdf"));
+}
+
 TEST_F(CliChoose, MissingUnknownAndAmbiguousChoicesAreUsageErrorsListingCandidates) {
   // Two events hold a "Dinner": the name alone is ambiguous.
   EXPECT_EQ(run("render \"RSVPs - One-line\" " + db() + " --party Dinner -o x.pdf"), 2);
