@@ -56,6 +56,8 @@ class ReportObject {
   // messages, the clock, settings and the temporary folder come from `host` (the default host
   // when null). Failures raise ReportRunError.
   doc::Document run(bool* cancelled = nullptr, std::shared_ptr<HostServices> host = {});
+  // The last run's rows came back empty (an empty report is still a valid one).
+  bool lastRunHadNoRows() const;
 
   // Stops the run in progress (or the next one) at its next band or within a moment of its
   // current query; run() then fails with ReportRunError saying it was cancelled. Safe to call

@@ -94,6 +94,10 @@ bool ReportObject::hasProperty(std::string_view property) const {
   return report_->hasProperty(property);
 }
 
+bool ReportObject::lastRunHadNoRows() const {
+  return report_->hadNoRows();
+}
+
 doc::Document ReportObject::run(bool* cancelled, std::shared_ptr<HostServices> host) {
   installFormatter();
   const RegionalScope regional(locale_);

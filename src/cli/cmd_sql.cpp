@@ -1,4 +1,5 @@
 // galvix sql: runs one Jet SQL statement against an event database and prints the rows.
+#include <cstdio>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -6,6 +7,7 @@
 #include "cli/command.h"
 #include "db/connection.h"
 #include "db/connection_impl.h"
+#include "runtime/dates.h"
 
 namespace galvix::cli {
 namespace {
@@ -42,6 +44,33 @@ std::string textOf(const Variant& v) {
   return v.toString();
 }
 
+// For other programs: ISO 8601 dates and times, numbers with a dot, whatever the locale.
+std::string dataText(const Variant& v) {
+  if (v.isNull() || v.isEmpty()) return {};
+  switch (v.type()) {
+    case VarType::Date: {
+      const double d = v.rawDouble();
+      if (hasDatePart(d)) return hasTimePart(d) ? isoDateTime(d) : isoDateTime(d).substr(0, 10);
+      char t[16];
+      const DateParts p = splitDate(d);
+      std::snprintf(t, sizeof t, "%02d:%02d:%02d", p.hour, p.minute, p.second);
+      return t;
+    }
+    case VarType::Boolean:
+      return v.rawBool() ? "true" : "false";
+    case VarType::Single:
+    case VarType::Double:
+    case VarType::Currency: {
+      const double x = v.type() == VarType::Currency ? v.rawCurrency().toDouble() : v.rawDouble();
+      char t[40];
+      std::snprintf(t, sizeof t, "%.15g", x);
+      return t;
+    }
+    default:
+      return textOf(v);
+  }
+}
+
 nlohmann::ordered_json jsonOf(const Variant& v) {
   switch (v.type()) {
     case VarType::Empty:
@@ -59,8 +88,10 @@ nlohmann::ordered_json jsonOf(const Variant& v) {
       return v.rawCurrency().toDouble();
     case VarType::Binary:
       return base64(v.bytes());
+    case VarType::Date:
+      return dataText(v);
     default:
-      return v.toString();  // dates and text in their text form
+      return v.toString();
   }
 }
 
@@ -102,7 +133,9 @@ void run(const std::string& database, const std::string& sql, Output output, boo
   std::cout << "\n";
   for (; !rs.EOF_(); rs.moveNext()) {
     for (int i = 0; i < n; ++i) {
-      std::string t = textOf(rs.fields(i).value());
+      const Variant& v = rs.fields(i).value();
+      // The locale's own forms only in the table people read.
+      std::string t = output == Output::Csv ? dataText(v) : textOf(v);
       std::cout << (i ? sep : "") << (output == Output::Csv ? csvField(t) : t);
     }
     std::cout << "\n";

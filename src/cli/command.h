@@ -3,6 +3,8 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <iosfwd>
+#include <string>
 #include <vector>
 
 namespace galvix::cli {
@@ -27,5 +29,14 @@ struct Exit {
 void refuseInputAsOutput(const std::string& output, const std::string& input);
 // Refuses (exit 2) to replace an existing file unless the user said --force.
 void refuseToReplace(const std::string& output, bool force);
+
+// The candidates closest to `word` (case ignored), best first, for "did you mean".
+std::vector<std::string> closest(const std::string& word,
+                                 const std::vector<std::string>& candidates, std::size_t max = 3);
+// "; did you mean \"a\" or \"b\"?" or "" when nothing is close.
+std::string didYouMean(const std::string& word, const std::vector<std::string>& candidates);
+
+// Prints what a catalogue report prints, its properties and a ready command; the exit status.
+int describe(const std::string& name, std::ostream& out);
 
 }  // namespace galvix::cli

@@ -111,6 +111,8 @@ class Report {
   // ---- Run state ----
   void cancel() { cancelled_ = true; }  // ends the run; no document is produced
   bool cancelled() const { return cancelled_; }
+  // The last run's row source returned no rows (NoData was raised).
+  bool hadNoRows() const { return noRows_; }
   int pageNumber() const { return pageNumber_; }  // current page (1-based) while running
   // The page count, for handlers that need it in code: set when the report is run by
   // runReportCountingPages (run.h), else 0. "Page N of M" fields do not need it.
@@ -153,6 +155,7 @@ class Report {
   Printer printer_;
   float printWidth_ = 0;
   bool cancelled_ = false;
+  bool noRows_ = false;
   bool needsTotalPages_ = false;
   int pageNumber_ = 0;
   int totalPages_ = 0;

@@ -648,6 +648,7 @@ void RunLoop::body() {
   prepare();
   if (hasData && !first) {
     dc.view_.setEmpty();
+    report_.noRows_ = true;
     fire(report_, [&] { report_.onNoData(); });
   }
 
@@ -747,6 +748,7 @@ void RunLoop::body() {
 RunResult RunLoop::run() {
   RunResult res;
   report_.cancelled_ = false;
+  report_.noRows_ = false;
   report_.pageNumber_ = 0;
   report_.measurer_ = options_.measurer;
   const std::unique_ptr<Report, void (*)(Report*)> forgetMeasurer(
