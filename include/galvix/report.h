@@ -14,6 +14,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -63,6 +64,11 @@ class ReportObject {
   // current query; run() then fails with ReportRunError saying it was cancelled. Safe to call
   // from another thread or a signal handler.
   void cancel() noexcept;
+  // Told the number of each page as it opens while the report runs (on the run's thread): for a
+  // progress display. Empty: nothing is told.
+  void setPageProgress(std::function<void(int)> pageOpened) {
+    pageProgress_ = std::move(pageOpened);
+  }
   // Runs that take longer fail with ReportRunError naming the limit; zero: no limit.
   void setTimeLimit(std::chrono::milliseconds limit) { timeLimit_ = limit; }
 
@@ -73,6 +79,7 @@ class ReportObject {
   std::unique_ptr<std::atomic<bool>> cancel_;
   std::chrono::milliseconds timeLimit_{0};
   std::string locale_;
+  std::function<void(int)> pageProgress_;
 };
 
 // One catalogue name, what it prints and, when its designer is built, its properties.

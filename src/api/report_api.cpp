@@ -105,6 +105,7 @@ doc::Document ReportObject::run(bool* cancelled, std::shared_ptr<HostServices> h
   engine::RunOptions opt;
   opt.measurer = &measurer();
   opt.host = std::move(host);
+  opt.pageOpened = pageProgress_;
   using Clock = std::chrono::steady_clock;
   const auto deadline =
       timeLimit_.count() > 0 ? Clock::now() + timeLimit_ : Clock::time_point::max();

@@ -130,7 +130,12 @@ int describe(const std::string& name, std::ostream& out) {
     } else {
       out << "see the report's documentation";
     }
-    if (auto it = preset.find(p); it != preset.end())
+    // Needed for a useful run: the database, and whatever names the event, party or invoice.
+    const auto it = preset.find(p);
+    const bool needed = p == "ConnectionString" ||
+                        (it != preset.end() && it->second.find("ID}") != std::string::npos);
+    if (needed) out << "  [needed]";
+    if (it != preset.end())
       out << "\n" << std::string(24, ' ') << "run sets: " << quoteArg(it->second);
     out << "\n";
   }

@@ -298,8 +298,14 @@ std::optional<doc::Document> runOne(ReportObject& r, const std::optional<std::st
   bool cancelled = false;
   doc::Document d;
   {
-    Progress shown(!progress, [&] { return *progress; });
+    std::atomic<int> pages{0};
+    r.setPageProgress([&pages](int n) { pages.store(n, std::memory_order_relaxed); });
+    Progress shown(!progress, [&] {
+      const int n = pages.load(std::memory_order_relaxed);
+      return *progress + (n > 0 ? ", page " + std::to_string(n) : std::string()) + ",";
+    });
     d = r.run(&cancelled);
+    r.setPageProgress({});
   }
   if (cancelled) {
     say(std::cerr, "galvix: \"" + r.catalogueName() + "\" ended without pages; nothing written");

@@ -83,6 +83,7 @@ void Paginator::openPage(BandInstance* first) {
   pages_.push_back(std::move(pg));
   open_ = true;
   report_.pageNumber_ = static_cast<int>(pages_.size());
+  if (const auto& told = loop_.options().pageOpened) told(report_.pageNumber_);
   const auto& ps = report_.pageSettings();
   left_ = rnd(ps.leftMargin);
   bodyTop_ = rnd(ps.topMargin);

@@ -17,6 +17,8 @@ struct RunOptions {
   std::shared_ptr<HostServices> host;  // empty: the report's own (stderr by default)
   // Asked before every band: true ends the run with RunStopped (another thread may set it).
   std::function<bool()> stopRequested;
+  // Told the number of each page as it opens (a progress display); called on the run's thread.
+  std::function<void(int)> pageOpened;
 };
 
 // The run was stopped from outside (cancelled, or past its time limit) before it ended.

@@ -100,6 +100,7 @@ class RunLoop {
   Report& report() { return report_; }
   const std::vector<SummaryField>& summaries() const { return summaries_; }
   TextMeasurer* measurer() const { return options_.measurer; }
+  const RunOptions& options() const { return options_; }
   std::uint64_t latestSeq(const Section* s) const;
   void runSubreports(BandInstance& inst);
   // PageStart sees the page's first row in the bound controls of every body section; the
