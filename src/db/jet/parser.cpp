@@ -4,6 +4,7 @@
 #include "db/connection.h"
 #include "db/jet/ast.h"
 #include "runtime/dates.h"
+#include "runtime/regional.h"
 
 namespace galvix::db::jet {
 namespace {
@@ -543,6 +544,8 @@ class Parser {
         next();
         return e;
       case Token::Date: {
+        // A date literal is month/day/year whatever the regional settings.
+        const RegionalScope us("en-US");
         auto d2 = parseDateText(t.text);
         if (!d2) syntaxError(sql_, t.pos, "in date '#" + t.text + "#'");
         e->kind = Expr::DateLit;

@@ -10,6 +10,7 @@
 #include "db/connection.h"
 #include "db/connection_impl.h"
 #include "db/jet/rows.h"
+#include "runtime/regional.h"
 
 namespace galvix::db {
 namespace {
@@ -218,6 +219,14 @@ TEST_F(Jet, LeftRightAndAscAreFunctionsWhenCalled) {
                    "GroupIDs.CategoryID = GuestCategories.CategoryID ORDER BY Left(Label, 1) ASC"),
               ElementsAre("Gal|vix|233|128|63|<null>"));
   EXPECT_THROW(rows("SELECT Asc('') FROM GroupIDs"), DbError);  // invalid procedure call
+}
+
+// "#6/11/2027#" is June 11 in every locale: Jet's date literals are month/day/year.
+TEST_F(Jet, DateLiteralsAreMonthFirstInEveryLocale) {
+  for (const char* locale : {"en-US", "en-GB", "de-DE"}) {
+    const RegionalScope scope(locale);
+    EXPECT_THAT(rows("SELECT Month(#6/11/2027#), Day(#6/11/2027#)"), ElementsAre("6|11")) << locale;
+  }
 }
 
 // Format(expr, format, firstdayofweek, firstweekofyear) as in the language; Null stays Null
