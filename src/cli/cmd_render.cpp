@@ -160,21 +160,6 @@ void setProperty(ReportObject& r, const std::string& key, const std::string& val
   }
 }
 
-// Chooses the regional settings; a name we do not know is the user's mistake, said as such.
-void chooseLocale(const std::string& locale) {
-  static const std::vector<std::string> known = {"en-US", "en-GB", "de-DE"};
-  const char* env = std::getenv("GALVIX_LOCALE");
-  const std::string name = !locale.empty() ? locale : env ? env : "";
-  if (name.empty()) return;
-  try {
-    setRegional(name);
-  } catch (const std::exception&) {
-    throw Exit{2, std::string("galvix: ") + (locale.empty() ? "GALVIX_LOCALE" : "--locale") +
-                      " \"" + name + "\" is not a locale galvix knows" + didYouMean(name, known) +
-                      "\n(known: en-US, en-GB, de-DE)"};
-  }
-}
-
 // Where a render goes: a file (its page files for PNG and SVG), or standard output.
 struct Target {
   std::string path;  // "-" for standard output

@@ -157,6 +157,7 @@ Registration reg([](CLI::App& app) {
   cmd->add_flag("--native", *native, "The SQL is SQLite's own: run it untranslated")->excludes(x);
   cmd->add_option("sql", *sql, "The statement (Jet SQL)")->required();
   cmd->callback([=] {
+    chooseLocale("");
     Output out = *csv ? Output::Csv : *json ? Output::Json : Output::Table;
     try {
       run(*database, *sql, out, *explain, *native);

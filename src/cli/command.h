@@ -36,6 +36,10 @@ std::vector<std::string> closest(const std::string& word,
 // "; did you mean \"a\" or \"b\"?" or "" when nothing is close.
 std::string didYouMean(const std::string& word, const std::vector<std::string>& candidates);
 
+// Chooses the regional settings from --locale (or GALVIX_LOCALE when empty); an unknown name is
+// a usage error (exit 2) that blames the option or the variable it came from.
+void chooseLocale(const std::string& locale);
+
 // Prints what a catalogue report prints, its properties and a ready command; the exit status.
 int describe(const std::string& name, std::ostream& out);
 

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <map>
 
 #include "cli/command.h"
 #include "db/connection.h"
 #include "frame/catalogue.h"
+#include "runtime/regional.h"
 
 namespace galvix::cli {
 namespace {
@@ -234,6 +236,21 @@ Selection select(const std::string& conn, const frame::CatalogueEntry& entry,
                      [&](const auto& q) { return lower(q.first) == lower(s.first); }))
       sel.properties.push_back(s);
   return sel;
+}
+
+// Chooses the regional settings; a name we do not know is the user's mistake, said as such.
+void chooseLocale(const std::string& locale) {
+  static const std::vector<std::string> known = {"en-US", "en-GB", "de-DE"};
+  const char* env = std::getenv("GALVIX_LOCALE");
+  const std::string name = !locale.empty() ? locale : env ? env : "";
+  if (name.empty()) return;
+  try {
+    setRegional(name);
+  } catch (const std::exception&) {
+    throw Exit{2, std::string("galvix: ") + (locale.empty() ? "GALVIX_LOCALE" : "--locale") +
+                      " \"" + name + "\" is not a locale galvix knows" + didYouMean(name, known) +
+                      "\n(known: en-US, en-GB, de-DE)"};
+  }
 }
 
 }  // namespace galvix::cli

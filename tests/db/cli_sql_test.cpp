@@ -57,6 +57,14 @@ class CliSql : public ::testing::Test {
   std::unique_ptr<data::Fixture> f_;
 };
 
+TEST_F(CliSql, AnUnknownLocaleInTheEnvironmentIsAUsageErrorNamingIt) {
+  ::setenv("GALVIX_LOCALE", "de-AT", 1);
+  const Result r = run("\"SELECT EventName FROM Events\"");
+  ::unsetenv("GALVIX_LOCALE");
+  EXPECT_EQ(r.status, 2);
+  EXPECT_NE(r.err.find("GALVIX_LOCALE \"de-AT\""), std::string::npos) << r.err;
+}
+
 TEST_F(CliSql, CsvQuotesWhereNeededAndLeavesNullEmpty) {
   Result r = run("--csv \"SELECT EventName, EventEndDate, EventID FROM Events ORDER BY EventID\"");
   ASSERT_EQ(r.status, 0) << r.err;
