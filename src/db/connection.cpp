@@ -63,6 +63,7 @@ bool isAccessPath(const std::string& path) {
 // An in-memory copy of `shared` (a loaded Access file: a few milliseconds for megabytes).
 std::shared_ptr<sqlite3> privateCopy(const std::shared_ptr<sqlite3>& shared,
                                      const std::string& path) {
+  configureSqlite();
   sqlite3* raw = nullptr;
   int rc = sqlite3_open_v2(":memory:", &raw, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
   std::shared_ptr<sqlite3> copy(raw, [](sqlite3* d) { sqlite3_close_v2(d); });

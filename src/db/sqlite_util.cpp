@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cstring>
 #include <filesystem>
+#include <mutex>
 
 namespace galvix::db {
 
@@ -40,7 +41,18 @@ void registerTextCollation(sqlite3* db) {
   sqlite3_create_collation_v2(db, kTextCollation, SQLITE_UTF8, nullptr, collate, nullptr);
 }
 
+void configureSqlite() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    // Without memory statistics sqlite3_malloc takes no process-wide lock. The Access reader
+    // forks while other threads may be inside SQLite; a child that inherits that lock held
+    // waits for it for ever. (Refused when the host initialised SQLite first: then it stays.)
+    sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+  });
+}
+
 std::shared_ptr<sqlite3> openSqliteFile(const std::string& path, bool create) {
+  configureSqlite();
   sqlite3* raw = nullptr;
   int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_URI | (create ? SQLITE_OPEN_CREATE : 0);
   int rc = sqlite3_open_v2(path.c_str(), &raw, flags, nullptr);

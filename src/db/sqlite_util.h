@@ -25,6 +25,8 @@ int compareTextNoCase(std::string_view a, std::string_view b);
 // Opens a SQLite file (no implicit create unless `create`) with the text collation registered.
 // Raises DbError(kErrConnection) naming the path when it cannot.
 std::shared_ptr<sqlite3> openSqliteFile(const std::string& path, bool create = false);
+// Process-wide SQLite settings, before its first use; every open calls it.
+void configureSqlite();
 
 // Runs one or more statements with no parameters; raises DbError with the SQL on failure.
 void execSql(sqlite3* db, std::string_view sql);

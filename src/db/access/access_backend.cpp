@@ -33,6 +33,7 @@ namespace fs = std::filesystem;
 }
 
 std::shared_ptr<sqlite3> emptyDatabase() {
+  configureSqlite();
   sqlite3* raw = nullptr;
   int rc = sqlite3_open_v2(":memory:", &raw, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
   std::shared_ptr<sqlite3> db(raw, [](sqlite3* d) { sqlite3_close_v2(d); });

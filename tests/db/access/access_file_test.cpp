@@ -248,6 +248,13 @@ TEST(AccessFiles, OneLoadPerFileSharedByConnectionsWithWorkTablesAndTheFileUntou
 // Report runs in two threads on one Access file each read their own copy: neither sees the
 // other's work table, and the loaded file keeps none.
 TEST(AccessFiles, EachRunHasItsOwnCopyForItsWorkTables) {
+#ifdef __SANITIZE_ADDRESS__
+  // The reader forks while the other thread allocates. GCC 12's AddressSanitizer allocator is
+  // not fork-safe: the child can inherit its lock held and wait for ever (seen: a hung child in
+  // the sanitizer's SizeClassAllocator, one run in fifteen). glibc's malloc, which the library
+  // runs on, is; the normal and ThreadSanitizer runs test this.
+  GTEST_SKIP() << "AddressSanitizer's allocator is not fork-safe with threads";
+#endif
   SAMPLE(path, "Northwind_jet4.mdb");
   auto runs = [&](int category, int* wrong) {
     for (int i = 0; i < 20; ++i) try {
@@ -261,7 +268,8 @@ TEST(AccessFiles, EachRunHasItsOwnCopyForItsWorkTables) {
                                             std::to_string(category))
                               .toLong();
         if (first(reader, "SELECT Count(*) FROM BUDGET_REPORT").toLong() != want) ++*wrong;
-      } catch (const DbError&) {
+      } catch (const DbError& e) {
+        ADD_FAILURE() << e.what();
         ++*wrong;
       }
   };
