@@ -1,5 +1,7 @@
 #include "engine/paginator.h"
 
+#include "engine/move_item.h"
+
 #include <algorithm>
 #include <climits>
 #include <cmath>
@@ -26,23 +28,6 @@ std::pair<std::int32_t, std::int32_t> extent(const doc::Item& it) {
           return {std::min(c.y1, c.y2), std::max(c.y1, c.y2)};
         } else {
           return {c.box.top, c.box.top + c.box.height};
-        }
-      },
-      it.content);
-}
-
-void shift(doc::Item& it, std::int32_t dx, std::int32_t dy) {
-  std::visit(
-      [&](auto& c) {
-        using T = std::decay_t<decltype(c)>;
-        if constexpr (std::is_same_v<T, doc::Line>) {
-          c.x1 += dx;
-          c.x2 += dx;
-          c.y1 += dy;
-          c.y2 += dy;
-        } else {
-          c.box.left += dx;
-          c.box.top += dy;
         }
       },
       it.content);
@@ -193,7 +178,7 @@ void Paginator::emit(const std::vector<doc::Item>& items, std::int32_t x, std::i
     // An item above the band's top goes with its first part.
     if ((top < cut0 || top >= cut1) && !(cut0 == 0 && top < 0)) continue;
     doc::Item moved = it;
-    shift(moved, x, y - cut0);
+    moveItem(moved, x, y - cut0);
     page.items.push_back(std::move(moved));
   }
 }

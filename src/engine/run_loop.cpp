@@ -1,4 +1,6 @@
 #include "engine/run_loop.h"
+
+#include "engine/move_item.h"
 #include "engine/text_util.h"
 
 #include <algorithm>
@@ -52,24 +54,6 @@ struct RunningGuard {
   explicit RunningGuard(DataControl& dc) : d(dc) {}
   ~RunningGuard() { d.endRun(); }
 };
-
-// Moves an item made relative to a control (a subreport's rows, a chart's drawing) onto its band.
-void moveItem(doc::Item& it, std::int32_t dx, std::int32_t dy) {
-  std::visit(
-      [&](auto& c) {
-        using T = std::decay_t<decltype(c)>;
-        if constexpr (std::is_same_v<T, doc::Line>) {
-          c.x1 += dx;
-          c.x2 += dx;
-          c.y1 += dy;
-          c.y2 += dy;
-        } else {
-          c.box.left += dx;
-          c.box.top += dy;
-        }
-      },
-      it.content);
-}
 
 }  // namespace
 
