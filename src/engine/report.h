@@ -119,6 +119,13 @@ class Report {
   void setNeedsTotalPages(bool v) { needsTotalPages_ = v; }
   bool needsTotalPages() const { return needsTotalPages_; }
   int totalPages() const { return totalPages_; }
+  // A designer whose innermost group header's BeforePrint and AfterPrint read nothing its details'
+  // Format leave (a party header that only formats its own date) says so here: its details are
+  // then placed as they are formatted instead of the whole group being held first, which keeps
+  // memory flat on a large party. Groups kept together, or whose header prints a subtotal of its
+  // own group, are still held.
+  void setHeadersIndependentOfDetails(bool v = true) { headersIndependent_ = v; }
+  bool headersIndependentOfDetails() const { return headersIndependent_; }
 
   // The run's text measurer (what the renderer draws with), for handlers that place text by
   // its size; nullptr outside a run or when the run has none.
@@ -157,6 +164,7 @@ class Report {
   bool cancelled_ = false;
   bool noRows_ = false;
   bool needsTotalPages_ = false;
+  bool headersIndependent_ = false;
   int pageNumber_ = 0;
   int totalPages_ = 0;
   std::shared_ptr<HostServices> host_;

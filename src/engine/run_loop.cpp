@@ -167,7 +167,7 @@ void RunLoop::prepare() {
     for (auto& c : s->controls())
       if (c->kind() == ControlKind::Field && c->state().summary.active() &&
           c->state().summary.type != SummaryType::PageCount) {
-        SummaryField f{c.get(), Expression::compile(c->state().dataField, cols), -1};
+        SummaryField f{c.get(), Expression::compile(c->state().dataField, cols), -1, s.get()};
         const auto& sm = c->state().summary;
         if (!sm.group.empty()) {
           for (std::size_t l = 0; l < groupHeaders_.size(); ++l)
@@ -182,6 +182,18 @@ void RunLoop::prepare() {
       }
   all_.assign(summaries_.size(), {});
   openGroups_.assign(groupHeaders_.size(), nullptr);
+  // A group is held until its end when its header must see the group whole: kept together, a
+  // subtotal of its own group printed in its header, or (unless the designer says otherwise) the
+  // innermost group, whose header's BeforePrint follows its details' Format.
+  const std::size_t G = groupHeaders_.size();
+  holdGroup_.assign(G, false);
+  for (std::size_t l = 0; l < G; ++l)
+    if (groupHeaders_[l]->groupKeepTogether() == GroupKeepTogether::All) holdGroup_[l] = true;
+  if (G > 0 && !report_.headersIndependent_) holdGroup_[G - 1] = true;
+  for (const auto& sf : summaries_)
+    for (std::size_t l = 0; l < G; ++l)
+      if (sf.section == groupHeaders_[l] && sf.groupLevel >= static_cast<int>(l))
+        holdGroup_[static_cast<std::size_t>(sf.groupLevel)] = true;
 }
 
 void RunLoop::bindControls(Section& s, const RowValues& row) {
@@ -705,14 +717,13 @@ void RunLoop::body() {
       if (groupHeaders_[k]->groupKeepTogether() == GroupKeepTogether::All)
         queue_[headerAt[k]].keepUntil = static_cast<int>(queue_.size()) - 1;
     }
-    // Placing bands fires their BeforePrint. A group's bands go out when it ends, so its
-    // header's BeforePrint sees the state its details left, not the next group's; an outer group
-    // kept together as a whole holds everything until its own end.
-    bool wholeGroupOpen = false;
+    // Placing bands fires their BeforePrint. A held group's bands go out when it ends, so its
+    // header's BeforePrint sees the state its details left, not the next group's; the others go
+    // out row by row.
+    bool heldOpen = false;
     for (std::size_t l = 0; l < G; ++l)
-      if (!end[l] && groupHeaders_[l]->groupKeepTogether() == GroupKeepTogether::All)
-        wholeGroupOpen = true;
-    if (G == 0 || end[0] || (end[G - 1] && !wholeGroupOpen)) flush();
+      if (!end[l] && holdGroup_[l]) heldOpen = true;
+    if (!heldOpen) flush();
     prevKeys.swap(keys);
     keys.swap(nextKeys);
     last = cur;

@@ -75,6 +75,7 @@ struct SummaryField {
   const Control* control;
   Expression expr;
   int groupLevel = -1;  // level whose totals a subtotal or group-running value reads
+  const Section* section = nullptr;
 };
 
 class RunLoop {
@@ -138,6 +139,8 @@ class RunLoop {
   std::vector<SummaryField> summaries_;
   std::vector<Accumulator> all_;
   std::vector<GroupTotals> openGroups_;
+  // Per group level: its bands are held until it ends (its header waits for its details).
+  std::vector<bool> holdGroup_;
   std::uint64_t seq_ = 0;
   std::unordered_map<const Section*, std::uint64_t> latest_;
   std::vector<BandInstance> queue_;

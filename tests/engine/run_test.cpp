@@ -130,6 +130,47 @@ TEST(GroupHeader, BeforePrintReadsCountOfItsDetails) {
   EXPECT_EQ(r.seenAtDetail, (std::vector<std::string>{"a", "b", "c", "d", "e"}));
 }
 
+// A designer whose headers read nothing their details leave lets the details go out as they are
+// formatted (a large party is not held whole); a header printing its group's subtotal still waits.
+TEST(GroupHeader, IndependentHeadersLetDetailsGoOutAsFormatted) {
+  auto make = [](bool subtotal, std::vector<std::string>* log) {
+    const std::string total =
+        subtotal ? R"(, {"kind": "field", "name": "txtTotal", "dataField": "N", "left": 1000,
+                       "width": 500, "height": 300, "summary": {"type": "subTotal", "group": "ghParty"}})"
+                 : "";
+    auto r = std::make_unique<LoggingReport>(layoutOf(layoutJson("rptStream", R"(
+        {"kind": "groupHeader", "name": "ghParty", "dataField": "Party", "height": 300,
+         "controls": [{"kind": "field", "name": "txtParty", "dataField": "Party", "width": 1000,
+                       "height": 300})" + total + R"(]},
+        {"kind": "groupHeader", "name": "ghHeads", "height": 300},
+        {"kind": "detail", "name": "Detail", "height": 300,
+         "controls": [{"kind": "field", "name": "txtN", "dataField": "N", "width": 1000, "height": 300}]},
+        {"kind": "groupFooter", "name": "gfHeads", "height": 0},
+        {"kind": "groupFooter", "name": "gfParty", "height": 0})")),
+                                             log);
+    r->data().setRows({"Party", "N"}, rows({{"P1", 1}, {"P1", 2}, {"P1", 3}, {"P2", 4}}));
+    r->setHeadersIndependentOfDetails();
+    return r;
+  };
+  auto at = [](const std::vector<std::string>& log, const std::string& line) {
+    auto it = std::find(log.begin(), log.end(), line);
+    EXPECT_NE(it, log.end()) << line;
+    return it - log.begin();
+  };
+  std::vector<std::string> log;
+  auto r = make(false, &log);
+  auto res = test::run(*r);
+  EXPECT_LT(at(log, "BeforePrint Detail row=0"), at(log, "Format Detail row=1"));
+  EXPECT_LT(at(log, "BeforePrint ghParty row=0"), at(log, "Format Detail row=1"));
+  EXPECT_EQ(allTexts(res.document, "txtN"), (std::vector<std::string>{"1", "2", "3", "4"}));
+
+  std::vector<std::string> held;
+  auto withTotal = make(true, &held);
+  res = test::run(*withTotal);
+  EXPECT_GT(at(held, "BeforePrint ghParty row=0"), at(held, "Format Detail row=2"));
+  EXPECT_EQ(allTexts(res.document, "txtTotal"), (std::vector<std::string>{"6", "4"}));
+}
+
 // ---------------------------------------------------------------------------------------------
 // Running heads: PageStart captions from the page's first row; the detail's BeforePrint keeps
 // the last one. Page N of M on every page.

@@ -13,6 +13,8 @@ namespace {
 class RptMusic : public frame::FrameReport {
  public:
   RptMusic() : FrameReport(engine::layouts::rptMusic()) {
+    // Its group headers' BeforePrint read only their own band: details go out as formatted.
+    setHeadersIndependentOfDetails();
     onBeforePrint("ghPartyName", [this] { formatPartyDateTime(); });
     onBeforePrint("Detail", [this] {
       auto& time = field("txtETime");

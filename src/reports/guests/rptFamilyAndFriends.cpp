@@ -12,6 +12,8 @@ namespace {
 class RptFamilyAndFriends : public frame::FrameReport {
  public:
   RptFamilyAndFriends() : FrameReport(engine::layouts::rptFamilyAndFriends()) {
+    // Its group headers' BeforePrint read only their own band: details go out as formatted.
+    setHeadersIndependentOfDetails();
     onBeforePrint("Detail", [this] { label("lblTo").setCaption(field("txtGLName").text()); });
     printDateOn("PageFooter");
   }

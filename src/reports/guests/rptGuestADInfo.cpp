@@ -34,6 +34,8 @@ std::string travelColumns(char t, const char* ride) {
 class RptGuestADInfo : public frame::FrameReport {
  public:
   RptGuestADInfo() : FrameReport(engine::layouts::rptGuestADInfo()) {
+    // Its group headers' BeforePrint read only their own band: details go out as formatted.
+    setHeadersIndependentOfDetails();
     addProperty("Mode", [this](const Variant& v) { mode_ = frame::propInteger(v); });
     onFormat("ghPartyName", [this] { formatParty(); });
     onBeforePrint("ghPartyName", [this] { formatPartyDateTime(); });

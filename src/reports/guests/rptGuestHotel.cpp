@@ -34,6 +34,8 @@ std::string upper(std::string s) {
 class RptGuestHotel : public frame::FrameReport {
  public:
   RptGuestHotel() : FrameReport(engine::layouts::rptGuestHotel()) {
+    // Its group headers' BeforePrint read only their own band: details go out as formatted.
+    setHeadersIndependentOfDetails();
     onFormat("ghPartyName", [this] { formatParty(); });
     onBeforePrint("ghPartyName", [this] { formatPartyDateTime(); });
     onFormat("Detail", [this] { formatGroup(); });

@@ -56,6 +56,8 @@ class RptGuestList : public frame::FrameReport {
     onBeforePrint("ghPartyName", [this] { formatPartyDateTime(); });
     onFormat("Detail", [this] { formatGroup(); });
     printDateOn("PageFooter");
+    // The party header's BeforePrint formats its own date and time only.
+    setHeadersIndependentOfDetails();
   }
 
   void setDisplayNotes(bool v) { displayNotes_ = v; }

@@ -31,6 +31,8 @@ std::string selectText() {
 class RptMenuSelections : public frame::FrameReport {
  public:
   RptMenuSelections() : FrameReport(engine::layouts::rptMenuSelections()) {
+    // Its group headers' BeforePrint read only their own band: details go out as formatted.
+    setHeadersIndependentOfDetails();
     onFormat("ghPartyName", [this] { formatParty(); });
     onBeforePrint("ghPartyName", [this] { formatPartyDateTime(); });
     printDateOn("PageFooter");

@@ -15,6 +15,8 @@ namespace {
 class RptPartyStats : public frame::FrameReport {
  public:
   RptPartyStats() : FrameReport(engine::layouts::rptPartyStats()) {
+    // Its group headers' BeforePrint read only their own band: details go out as formatted.
+    setHeadersIndependentOfDetails();
     onFormat("ghPartyName", [this] {
       if (hasRows()) partyId_ = data().recordset().value("PartyID").toLong();
     });

@@ -29,6 +29,8 @@ std::string selectText() {
 class RptRSVP : public frame::FrameReport {
  public:
   RptRSVP() : FrameReport(engine::layouts::rptRSVP()) {
+    // Its group headers' BeforePrint read only their own band: details go out as formatted.
+    setHeadersIndependentOfDetails();
     onFormat("ghPartyName", [this] { formatParty(); });
     onFormat("Detail", [this] { formatDetail(); });
     printDateOn("PageFooter");

@@ -32,6 +32,8 @@ std::string selectText() {
 class RptRSVPDetail : public frame::FrameReport {
  public:
   RptRSVPDetail() : FrameReport(engine::layouts::rptRSVPDetail()) {
+    // Its group headers' BeforePrint read only their own band: details go out as formatted.
+    setHeadersIndependentOfDetails();
     onFormat("ghPartyName", [this] { formatParty(); });
     onBeforePrint("ghPartyName", [this] { formatPartyDateTime(); });
     onFormat("Detail", [this] { formatDetail(); });

@@ -33,6 +33,8 @@ const char* const kTravellers =
 class RptTravelSummary : public frame::FrameReport {
  public:
   RptTravelSummary() : FrameReport(engine::layouts::rptTravelSummary()) {
+    // Its group headers' BeforePrint read only their own band: details go out as formatted.
+    setHeadersIndependentOfDetails();
     onFormat("ghPartyName", [this] { formatParty(); });
     onFormat("ghDetail", [this] { formatGroup(); });
     onFormat("Detail", [this] {

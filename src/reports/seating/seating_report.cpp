@@ -155,6 +155,8 @@ GuestSeatingReport::GuestSeatingReport(const engine::EmbeddedLayout& layout)
     if (onPartyRow()) fillTimeAndCounts(partyId());
   });
   printDateOn("PageFooter");
+  // No group header here reads what its details leave: details go out as formatted.
+  setHeadersIndependentOfDetails();
 }
 
 }  // namespace galvix::reports
