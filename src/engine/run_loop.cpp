@@ -350,7 +350,7 @@ std::int32_t RunLoop::textHeight(BandInstance& inst, std::size_t control, std::s
                          [&](const MeasuredText& m) { return m.control == control; });
   if (asSnapshot && it != inst.measured.end() && it->wrap == wrap && it->length == text.size())
     return it->height;
-  const std::int32_t h = options_.measurer->measure(text, font, wrap).height;
+  const std::int32_t h = options_.measurer->measureHeight(text, font, wrap);
   if (!asSnapshot) return h;
   if (it == inst.measured.end()) it = inst.measured.insert(inst.measured.end(), MeasuredText{});
   *it = MeasuredText{control, text.size(), wrap, h};

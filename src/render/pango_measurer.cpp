@@ -1,4 +1,7 @@
+#include <array>
 #include <list>
+#include <map>
+#include <optional>
 #include <unordered_map>
 
 #include "render/render.h"
@@ -27,12 +30,85 @@ class PangoMeasurer : public engine::TextMeasurer {
     return e;
   }
 
+  // Plain ASCII lines that clearly fit their width need no shaping: such a text is as tall as
+  // the same number of lines of one letter. A line fits when the sum of its letters' own advances
+  // is well inside the width (the margin covers kerning and ligatures); anything else (other
+  // characters, letters the font lacks, blank lines, lines near the width) is laid out in full.
+  std::int32_t measureHeight(std::string_view text, const doc::Font& font,
+                             std::int32_t wrapWidth) override {
+    if (auto h = quickHeight(text, font, wrapWidth)) return *h;
+    return measure(text, font, wrapWidth).height;
+  }
+
   std::int32_t measureRichHeight(std::string_view rtf, std::int32_t wrapWidth) override {
     return pangoToTwipsCeil(richLayout(readRtf(rtf), wrapWidth).height);
   }
 
  private:
   static constexpr std::size_t kCapacity = 8192;
+  static constexpr int kMaxQuickLines = 32;
+
+  // Per font: each printable ASCII letter's advance (pango units; -1: not quick) and the height
+  // of 1..kMaxQuickLines lines of one letter.
+  struct FontMetrics {
+    std::array<std::int64_t, 95> advance{};
+    std::array<std::int32_t, kMaxQuickLines + 1> linesHeight{};
+  };
+
+  FontMetrics& metricsFor(const doc::Font& font) {
+    std::string key = keyFor("", font, 0);
+    auto it = metrics_.find(key);
+    if (it != metrics_.end()) return it->second;
+    FontMetrics m;
+    auto logical = [&](const std::string& t) {
+      LayoutPtr l = textLayout(t, font, 0, doc::HAlign::Left);
+      PangoRectangle r;
+      pango_layout_get_extents(l.get(), nullptr, &r);
+      return r;
+    };
+    std::string lines = "X";
+    for (int n = 1; n <= kMaxQuickLines; ++n, lines += "\nX")
+      m.linesHeight[static_cast<std::size_t>(n)] = pangoToTwipsCeil(logical(lines).height);
+    const int oneLine = logical("X").height;
+    for (int c = 0x20; c < 0x7F; ++c) {
+      const PangoRectangle r = logical(std::string(1, static_cast<char>(c)));
+      // A letter drawn from another font (one this font lacks) may change the line's height.
+      m.advance[static_cast<std::size_t>(c - 0x20)] = r.height == oneLine ? r.width : -1;
+    }
+    return metrics_.emplace(std::move(key), m).first->second;
+  }
+
+  std::optional<std::int32_t> quickHeight(std::string_view text, const doc::Font& font,
+                                          std::int32_t wrap) {
+    if (text.empty() || text.size() > 4096) return std::nullopt;
+    const FontMetrics& m = metricsFor(font);
+    const std::int64_t width = wrap > 0 ? static_cast<std::int64_t>(twipsToPango(wrap)) : 0;
+    int lines = 1;
+    std::int64_t sum = 0;
+    std::size_t lineLength = 0;
+    auto lineFits = [&] {
+      if (lineLength == 0) return false;  // a blank line
+      if (width <= 0) return true;
+      return sum + sum / 16 + 2 * PANGO_SCALE <= width;
+    };
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      const auto c = static_cast<unsigned char>(text[i]);
+      if (c == '\r' || c == '\n') {
+        if (!lineFits() || ++lines > kMaxQuickLines) return std::nullopt;
+        if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') ++i;
+        sum = 0;
+        lineLength = 0;
+        continue;
+      }
+      if (c < 0x20 || c >= 0x7F) return std::nullopt;
+      const std::int64_t a = m.advance[c - 0x20];
+      if (a < 0) return std::nullopt;
+      sum += a;
+      ++lineLength;
+    }
+    if (!lineFits()) return std::nullopt;
+    return m.linesHeight[static_cast<std::size_t>(lines)];
+  }
 
   static std::string keyFor(std::string_view text, const doc::Font& f, std::int32_t wrap) {
     std::string k = f.name;
@@ -60,6 +136,7 @@ class PangoMeasurer : public engine::TextMeasurer {
   };
   std::list<std::string> order_;
   std::unordered_map<std::string, Entry> cache_;
+  std::map<std::string, FontMetrics> metrics_;
 };
 
 }  // namespace

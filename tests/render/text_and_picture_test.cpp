@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <iterator>
+#include <random>
 #include <set>
 #include <sstream>
 
@@ -59,6 +60,56 @@ TEST(Measurer, LinesBreaksAndWrapping) {
   EXPECT_GT(m->measure("Guest", doc::Font{"Arial", 10, true}, 0).width, one.width);
   EXPECT_NEAR(m->measure("Guest", doc::Font{"Arial", 20}, 0).height, 2 * one.height, 3);
   EXPECT_EQ(m->measure("Guest", doc::Font{"Helvetica", 10}, 0).width, one.width);
+}
+
+// The height-only answer, which skips shaping for plain lines that clearly fit, is always the
+// height of the text laid out in full: names, addresses, widths right at the edge, letters the
+// fonts lack, blank lines, and fonts of every kind.
+TEST(Measurer, HeightAloneAgreesWithTheFullLayout) {
+  auto quick = makePangoMeasurer();
+  auto full = makePangoMeasurer();
+  std::mt19937 rng(7);
+  const std::string letters =
+      "AVWTYLafiflffkerning To Ye We Wa ' ,.-0123456789 abcdefghijklmnopqrstuvwxyz"
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZ!@#$%^&*()_+=[]{}|;:<>?/~`\"";
+  std::vector<std::string> texts = {
+      "Mr. and Mrs. John Smith\r\n12 Elm Street\r\nSpringfield, IL  62704",
+      "(H) 555-0100\r\n(M) 555-0101\r\n(E) someone@example.com",
+      "Line\r\n\r\nafter a blank one",
+      "   ",
+      "Ana Garc\xc3\xad"
+      "a",
+      "tab\there",
+      "x\n",
+      "AVAVAVAVAVAVAVAVAVAVAVAVAV",
+      "WWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWW",
+      "fi fl ffi ffl"};
+  for (int i = 0; i < 400; ++i) {
+    std::string t;
+    const int lines = 1 + static_cast<int>(rng() % 4);
+    for (int l = 0; l < lines; ++l) {
+      if (l) t += (rng() % 2) ? "\r\n" : "\n";
+      const int n = 1 + static_cast<int>(rng() % 40);
+      for (int k = 0; k < n; ++k) t += letters[rng() % letters.size()];
+    }
+    texts.push_back(t);
+  }
+  const std::vector<doc::Font> fonts = {
+      {"Arial", 8},       {"Arial", 10, true},     {"Times New Roman", 12, false, true},
+      {"Courier New", 9}, {"Brush Script MT", 14}, {"DejaVu Sans Mono", 7, false, false, true}};
+  int checked = 0;
+  for (const auto& f : fonts)
+    for (const auto& t : texts) {
+      const std::int32_t natural = full->measure(t, f, 0).width;
+      // No wrapping, roomy, and widths around the text's own, where kerning decides.
+      for (std::int32_t w : {0, natural * 2, natural + 40, natural + 5, natural, natural - 5,
+                             natural * 3 / 4, 300}) {
+        ASSERT_EQ(quick->measureHeight(t, f, w), full->measure(t, f, w).height)
+            << f.name << " " << f.size << " width " << w << ": " << t;
+        ++checked;
+      }
+    }
+  EXPECT_GT(checked, 15000);
 }
 
 // A can-grow field measured by the engine must show every line when drawn at that height.
