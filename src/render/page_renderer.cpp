@@ -13,6 +13,7 @@
 
 #include "engine/text_util.h"
 #include "render/rtf_reader.h"
+#include "render/simple_line.h"
 #include "render/text_layout.h"
 
 namespace galvix::render {
@@ -307,6 +308,11 @@ void PageRenderer::text(cairo_t* cr, const doc::Text& t) {
     // A value far longer than the box can show is cut before it is shaped.
     const std::string_view shown = engine::cutToBox(t.text, t.font.size, fw, fh);
     const std::string cutText = shown.size() < t.text.size() ? std::string(shown) : std::string();
+    if (a == 0 && cutText.empty() && t.align != doc::HAlign::Justify && simpleText(cr, t, fw, fh)) {
+      cairo_restore(cr);
+      border(cr, b, t.border);
+      return;
+    }
     PangoLayout* l =
         layoutFor(cutText.empty() ? t.text : cutText, t.font, t.wordWrap ? fw : 0, align);
     PangoRectangle logical;
@@ -344,6 +350,54 @@ void PageRenderer::text(cairo_t* cr, const doc::Text& t) {
     cairo_restore(cr);
   }
   border(cr, b, t.border);
+}
+
+// Lines of plain ASCII drawn from their glyphs, placed as pango places them in a layout: wrapped
+// text aligned line by line inside the box's width, unwrapped text aligned inside its widest line
+// and placed by the alignment (pango's offsets and its rounding for centring). Anything else (a
+// line that would wrap, text taller than its box) is left to the layout.
+namespace {
+thread_local bool simpleLines = true;
+}  // namespace
+
+void setSimpleLines(bool on) {
+  simpleLines = on;
+}
+
+bool PageRenderer::simpleText(cairo_t* cr, const doc::Text& t, std::int32_t fw, std::int32_t fh) {
+  if (!simpleLines || !shapeSimpleLine(t.text, t.font, line_)) return false;
+  const int boxWidth = twipsToPango(fw);
+  const int height = static_cast<int>(line_.lines.size()) * line_.height;
+  if (t.wordWrap && line_.width + PANGO_SCALE > boxWidth) return false;
+  if (t.wordWrap && ptFromPango(height) > pt(fh) + 0.5) return false;
+  const int layoutWidth = t.wordWrap ? boxWidth : line_.width;
+  auto offset = [&](int w) {
+    if (t.align == doc::HAlign::Right) return layoutWidth - w;
+    if (t.align != doc::HAlign::Center) return 0;
+    int o = (layoutWidth - w) / 2;
+    if (((layoutWidth | w) & (PANGO_SCALE - 1)) == 0) o = PANGO_UNITS_ROUND(o);
+    return o;
+  };
+  int left = layoutWidth, right = 0;
+  for (const auto& ln : line_.lines) {
+    left = std::min(left, offset(ln.width));
+    right = std::max(right, offset(ln.width) + ln.width);
+  }
+  const auto [align, valign] = turnedAlignment(0, t.align, t.valign);
+  const doc::Rect& b = t.box;
+  const double x = t.wordWrap ? 0 : place(pt(fw), ptFromPango(line_.width), hPlace(align));
+  const double y = place(pt(fh), ptFromPango(height), vPlace(valign));
+  const bool fits = x + ptFromPango(left) >= 0 && y >= 0 && x + ptFromPango(right) <= pt(fw) &&
+                    y + ptFromPango(height) <= pt(fh);
+  if (!fits) {
+    rect(cr, b);
+    cairo_clip(cr);
+  }
+  cairo_translate(cr, pt(b.left), pt(b.top));
+  setColor(cr, t.foreColor);
+  for (std::size_t k = 0; k < line_.lines.size(); ++k)
+    drawSimpleLine(cr, line_, k, x, y, offset(line_.lines[k].width));
+  return true;
 }
 
 void PageRenderer::richText(cairo_t* cr, const doc::RichText& r) {

@@ -10,9 +10,14 @@
 
 #include "galvix/document.h"
 #include "render/pictures.h"
+#include "render/simple_line.h"
 #include "render/text_layout.h"
 
 namespace galvix::render {
+
+// Plain ASCII lines are drawn from their glyphs instead of a pango layout (on by default); off,
+// every text goes through pango, which tests compare against. Per thread.
+void setSimpleLines(bool on);
 
 class PageRenderer {
  public:
@@ -26,6 +31,7 @@ class PageRenderer {
 
  private:
   void text(cairo_t* cr, const doc::Text& t);
+  bool simpleText(cairo_t* cr, const doc::Text& t, std::int32_t fw, std::int32_t fh);
   void richText(cairo_t* cr, const doc::RichText& r);
   void checkBox(cairo_t* cr, const doc::CheckBox& c);
   void picture(cairo_t* cr, const doc::Picture& p);
@@ -43,6 +49,7 @@ class PageRenderer {
   std::set<cairo_surface_t*> usedOnPage_;
   static constexpr std::size_t kLayoutCacheSize = 4096;
   std::unordered_map<std::string, LayoutPtr> layouts_;
+  SimpleLine line_;  // reused for each simple text
 };
 
 }  // namespace galvix::render

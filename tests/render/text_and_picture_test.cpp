@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "render/fonts.h"
+#include "render/page_renderer.h"
 #include "render/pictures.h"
 #include "render/render.h"
 #include "render_sample.h"
@@ -110,6 +111,62 @@ TEST(Measurer, HeightAloneAgreesWithTheFullLayout) {
       }
     }
   EXPECT_GT(checked, 15000);
+}
+
+// Plain lines drawn from their glyphs give the very bytes pango gives, in PDF and in pixels:
+// every alignment, wrapped or not, several lines, boxes too small, fonts the names map to and
+// fonts that lack a letter, and texts that must go through pango (accents, tabs, blank lines).
+TEST(Renderer, PlainLinesDrawnFromGlyphsMatchPango) {
+  std::mt19937 rng(11);
+  const std::string letters = "AVWTYLafiflkerning To Ye Wa ',.-0123456789 xyz()@#&!?";
+  const std::vector<doc::Font> fonts = {
+      {"Arial", 8},       {"Arial", 10, true},     {"Times New Roman", 12, false, true},
+      {"Courier New", 9}, {"Brush Script MT", 14}, {"Arial", 9, false, false, true}};
+  doc::Document d;
+  for (int page = 0; page < 3; ++page) {
+    doc::Page p;
+    for (int i = 0; i < 120; ++i) {
+      std::string t;
+      const int lines = 1 + static_cast<int>(rng() % 3);
+      for (int l = 0; l < lines; ++l) {
+        if (l) t += (rng() % 3 == 0) ? "\r\n" : ((rng() % 2) ? "\n" : "\r");
+        const int n = 1 + static_cast<int>(rng() % 24);
+        for (int k = 0; k < n; ++k) t += letters[rng() % letters.size()];
+      }
+      if (i % 17 == 0)
+        t += "\tGarc\xc3\xad"
+             "a";
+      if (i % 19 == 0) t += "\n\nafter a blank line";
+      const int w = 300 + static_cast<int>(rng() % 3000), h = 150 + static_cast<int>(rng() % 900);
+      doc::Text text =
+          testing::text({200 + (i % 4) * 2800, 200 + (i / 4) * 500, w, h}, t,
+                        fonts[rng() % fonts.size()], static_cast<doc::HAlign>(rng() % 3));
+      text.valign = static_cast<doc::VAlign>(rng() % 3);
+      text.wordWrap = rng() % 4 != 0;
+      text.foreColor = doc::rgb(rng() % 256, 0, 0);
+      p.items.push_back(testing::item(text));
+    }
+    d.pages.push_back(p);
+  }
+  auto pdf = [&](bool simple) {
+    setSimpleLines(simple);
+    std::ostringstream out;
+    writePdf(d, out);
+    std::string s = out.str();
+    const auto at = s.find("/CreationDate");
+    if (at != std::string::npos) s.erase(at, s.find(')', at) - at);
+    return s;
+  };
+  auto png = [&](bool simple) {
+    setSimpleLines(simple);
+    std::ostringstream out;
+    writePng(d, 0, out, 72);
+    return out.str();
+  };
+  const std::string viaPango = pdf(false), viaGlyphs = pdf(true);
+  EXPECT_TRUE(viaPango == viaGlyphs) << "the PDFs differ";
+  EXPECT_TRUE(png(false) == png(true)) << "the pixels differ";
+  setSimpleLines(true);
 }
 
 // A can-grow field measured by the engine must show every line when drawn at that height.

@@ -1,0 +1,47 @@
+// One line of plain ASCII text, shaped by HarfBuzz in its font the way pango shapes it, and drawn
+// without a pango layout. Most report texts are such lines (names, dates, numbers, captions);
+// building a layout for each (itemizing, finding breaks, the layout's own bookkeeping) cost more
+// than shaping and drawing the glyphs.
+#pragma once
+
+#include <cairo.h>
+#include <pango/pango.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "galvix/document.h"
+
+namespace galvix::render {
+
+struct SimpleLine {
+  PangoFont* font = nullptr;  // owned by the thread's font cache
+  std::string text;           // the text with CR LF and CR turned into LF, as pango gets it
+  int height = 0;             // pango units: the logical height of one line
+  int baseline = 0;           // pango units from a line's top
+  int width = 0;              // pango units: the widest line's logical width
+  // Per glyph, in pango units from its line's start: x (advances so far plus its offset) and y
+  // offset; and the glyph index.
+  std::vector<unsigned> glyphs;
+  std::vector<int> x, y;
+  std::vector<cairo_text_cluster_t> clusters;
+  struct Line {
+    std::size_t firstGlyph = 0, glyphCount = 0, firstCluster = 0, clusterCount = 0;
+    std::size_t offset = 0, length = 0;  // bytes of `text`
+    int width = 0;
+  };
+  std::vector<Line> lines;
+};
+
+// Shapes `text` when its lines are printable ASCII (no tabs, no blank lines) in a font that has
+// every letter of them; false otherwise (pango must lay it out). `line` is reused between calls.
+bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& line);
+
+// Draws line `k` with the text's top left at `x`, `y` (points), `lineX` pango units in, as pango
+// draws a layout placed at (x, y).
+void drawSimpleLine(cairo_t* cr, const SimpleLine& line, std::size_t k, double x, double y,
+                    int lineX);
+
+}  // namespace galvix::render
