@@ -5,6 +5,7 @@
 #include <unordered_map>
 
 #include "render/render.h"
+#include "render/simple_line.h"
 #include "render/text_layout.h"
 
 namespace galvix::render {
@@ -30,10 +31,11 @@ class PangoMeasurer : public engine::TextMeasurer {
     return e;
   }
 
-  // Plain ASCII lines that clearly fit their width need no shaping: such a text is as tall as
-  // the same number of lines of one letter. A line fits when the sum of its letters' own advances
-  // is well inside the width (the margin covers kerning and ligatures); anything else (other
-  // characters, letters the font lacks, blank lines, lines near the width) is laid out in full.
+  // Plain lines (Latin letters) that clearly fit their width need no shaping: such a text is as
+  // tall as the same number of lines of one letter. A line fits when the sum of its letters' own
+  // advances is well inside the width (the margin covers kerning and ligatures); anything else
+  // (other characters, letters the font lacks, blank lines, lines near the width) is laid out in
+  // full.
   std::int32_t measureHeight(std::string_view text, const doc::Font& font,
                              std::int32_t wrapWidth) override {
     if (auto h = quickHeight(text, font, wrapWidth)) return *h;
@@ -47,41 +49,61 @@ class PangoMeasurer : public engine::TextMeasurer {
  private:
   static constexpr std::size_t kCapacity = 8192;
   static constexpr int kMaxQuickLines = 32;
+  static constexpr std::size_t kQuickLetters = 0x250;
 
-  // Per font: each printable ASCII letter's advance (pango units; -1: not quick) and the height
-  // of 1..kMaxQuickLines lines of one letter.
+  // Per font, learnt as letters come: each letter's advance (pango units; -2 not yet known, -1
+  // not quick) and the height of 1..kMaxQuickLines lines of one letter (0 not yet known).
   struct FontMetrics {
-    std::array<std::int64_t, 95> advance{};
+    FontMetrics() { advance.fill(-2); }
+    std::array<std::int64_t, kQuickLetters> advance;
     std::array<std::int32_t, kMaxQuickLines + 1> linesHeight{};
+    int oneLine = 0;
+    doc::Font font;
   };
+
+  static PangoRectangle logical(const doc::Font& font, const std::string& t) {
+    LayoutPtr l = textLayout(t, font, 0, doc::HAlign::Left);
+    PangoRectangle r;
+    pango_layout_get_extents(l.get(), nullptr, &r);
+    return r;
+  }
 
   FontMetrics& metricsFor(const doc::Font& font) {
     std::string key = keyFor("", font, 0);
     auto it = metrics_.find(key);
     if (it != metrics_.end()) return it->second;
     FontMetrics m;
-    auto logical = [&](const std::string& t) {
-      LayoutPtr l = textLayout(t, font, 0, doc::HAlign::Left);
-      PangoRectangle r;
-      pango_layout_get_extents(l.get(), nullptr, &r);
-      return r;
-    };
-    std::string lines = "X";
-    for (int n = 1; n <= kMaxQuickLines; ++n, lines += "\nX")
-      m.linesHeight[static_cast<std::size_t>(n)] = pangoToTwipsCeil(logical(lines).height);
-    const int oneLine = logical("X").height;
-    for (int c = 0x20; c < 0x7F; ++c) {
-      const PangoRectangle r = logical(std::string(1, static_cast<char>(c)));
+    m.font = font;
+    m.oneLine = logical(font, "X").height;
+    return metrics_.emplace(std::move(key), std::move(m)).first->second;
+  }
+
+  static std::int64_t advanceOf(FontMetrics& m, gunichar c) {
+    std::int64_t& a = m.advance[c];
+    if (a == -2) {
+      char buf[8];
+      const std::string letter(buf, static_cast<std::size_t>(g_unichar_to_utf8(c, buf)));
+      const PangoRectangle r = logical(m.font, letter);
       // A letter drawn from another font (one this font lacks) may change the line's height.
-      m.advance[static_cast<std::size_t>(c - 0x20)] = r.height == oneLine ? r.width : -1;
+      a = r.height == m.oneLine ? r.width : -1;
     }
-    return metrics_.emplace(std::move(key), m).first->second;
+    return a;
+  }
+
+  static std::int32_t linesHeight(FontMetrics& m, int lines) {
+    std::int32_t& h = m.linesHeight[static_cast<std::size_t>(lines)];
+    if (h == 0) {
+      std::string t = "X";
+      for (int n = 1; n < lines; ++n) t += "\nX";
+      h = pangoToTwipsCeil(logical(m.font, t).height);
+    }
+    return h;
   }
 
   std::optional<std::int32_t> quickHeight(std::string_view text, const doc::Font& font,
                                           std::int32_t wrap) {
     if (text.empty() || text.size() > 4096) return std::nullopt;
-    const FontMetrics& m = metricsFor(font);
+    FontMetrics& m = metricsFor(font);
     const std::int64_t width = wrap > 0 ? static_cast<std::int64_t>(twipsToPango(wrap)) : 0;
     int lines = 1;
     std::int64_t sum = 0;
@@ -91,23 +113,27 @@ class PangoMeasurer : public engine::TextMeasurer {
       if (width <= 0) return true;
       return sum + sum / 16 + 2 * PANGO_SCALE <= width;
     };
-    for (std::size_t i = 0; i < text.size(); ++i) {
-      const auto c = static_cast<unsigned char>(text[i]);
+    const char* p = text.data();
+    const char* const end = text.data() + text.size();
+    while (p < end) {
+      const gunichar c = g_utf8_get_char_validated(p, end - p);
+      if (c == static_cast<gunichar>(-1) || c == static_cast<gunichar>(-2)) return std::nullopt;
+      p = g_utf8_next_char(p);
       if (c == '\r' || c == '\n') {
         if (!lineFits() || ++lines > kMaxQuickLines) return std::nullopt;
-        if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') ++i;
+        if (c == '\r' && p < end && *p == '\n') ++p;
         sum = 0;
         lineLength = 0;
         continue;
       }
-      if (c < 0x20 || c >= 0x7F) return std::nullopt;
-      const std::int64_t a = m.advance[c - 0x20];
+      if (!quickLetter(c)) return std::nullopt;
+      const std::int64_t a = advanceOf(m, c);
       if (a < 0) return std::nullopt;
       sum += a;
       ++lineLength;
     }
     if (!lineFits()) return std::nullopt;
-    return m.linesHeight[static_cast<std::size_t>(lines)];
+    return linesHeight(m, lines);
   }
 
   static std::string keyFor(std::string_view text, const doc::Font& f, std::int32_t wrap) {

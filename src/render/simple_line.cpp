@@ -22,7 +22,7 @@ namespace {
 struct FontInfo {
   PangoFont* font = nullptr;
   hb_font_t* hb = nullptr;
-  std::array<bool, 95> has{};
+  std::array<std::int8_t, 0x250> has{};  // per letter: 0 not yet known, 1 has it, -1 lacks it
   int height = 0, baseline = 0;
 };
 
@@ -44,7 +44,7 @@ FontCache& cache() {
   return c;
 }
 
-const FontInfo& fontInfo(FontCache& c, const doc::Font& font) {
+FontInfo& fontInfo(FontCache& c, const doc::Font& font) {
   FontCache::Key key{font.name, font.size, font.bold, font.italic};
   auto it = c.fonts.find(key);
   if (it != c.fonts.end()) return it->second;
@@ -52,11 +52,6 @@ const FontInfo& fontInfo(FontCache& c, const doc::Font& font) {
   info.font = pango_context_load_font(pangoContext(), fontDescription(font));
   if (info.font) {
     info.hb = pango_font_get_hb_font(info.font);
-    for (int ch = 0x20; ch < 0x7F; ++ch) {
-      hb_codepoint_t g = 0;
-      info.has[static_cast<std::size_t>(ch - 0x20)] =
-          info.hb && hb_font_get_nominal_glyph(info.hb, static_cast<hb_codepoint_t>(ch), &g);
-    }
     doc::Font plain = font;
     plain.underline = plain.strikeout = false;
     LayoutPtr l = textLayout("X", plain, 0, doc::HAlign::Left);
@@ -73,21 +68,33 @@ const FontInfo& fontInfo(FontCache& c, const doc::Font& font) {
 bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& line) {
   if (text.empty() || text.size() > 4096 || font.underline || font.strikeout) return false;
   FontCache& c = cache();
-  const FontInfo& f = fontInfo(c, font);
+  FontInfo& f = fontInfo(c, font);
   if (!f.hb) return false;
   line.text.clear();
   line.lines.clear();
   bool letter = false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto u = static_cast<unsigned char>(text[i]);
+  const char* p = text.data();
+  const char* const end = text.data() + text.size();
+  while (p < end) {
+    const gunichar u = g_utf8_get_char_validated(p, end - p);
+    if (u == static_cast<gunichar>(-1) || u == static_cast<gunichar>(-2)) return false;
+    const char* next = g_utf8_next_char(p);
     if (u == '\r' || u == '\n') {
-      if (u == '\r' && i + 1 < text.size() && text[i + 1] == '\n') ++i;
+      if (u == '\r' && next < end && *next == '\n') ++next;
       line.text += '\n';
+      p = next;
       continue;
     }
-    if (u < 0x20 || u >= 0x7F || !f.has[u - 0x20]) return false;
-    letter = letter || (u >= 'A' && u <= 'Z') || (u >= 'a' && u <= 'z');
-    line.text += static_cast<char>(u);
+    if (!quickLetter(u)) return false;
+    std::int8_t& has = f.has[u];
+    if (has == 0) {
+      hb_codepoint_t g = 0;
+      has = hb_font_get_nominal_glyph(f.hb, u, &g) ? 1 : -1;
+    }
+    if (has < 0) return false;
+    letter = letter || g_unichar_get_script(u) == G_UNICODE_SCRIPT_LATIN;
+    line.text.append(p, next);
+    p = next;
   }
   line.font = f.font;
   line.height = f.height;

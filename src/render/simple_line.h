@@ -1,4 +1,4 @@
-// One line of plain ASCII text, shaped by HarfBuzz in its font the way pango shapes it, and drawn
+// Lines of plain Latin text, shaped by HarfBuzz in its font the way pango shapes it, and drawn
 // without a pango layout. Most report texts are such lines (names, dates, numbers, captions);
 // building a layout for each (itemizing, finding breaks, the layout's own bookkeeping) cost more
 // than shaping and drawing the glyphs.
@@ -15,6 +15,12 @@
 #include "galvix/document.h"
 
 namespace galvix::render {
+
+// The letters a plain line may hold: printable ASCII and the Latin-1 and Latin Extended-A and B
+// letters and signs (precomposed; no combining marks, no soft hyphen, no controls).
+inline bool quickLetter(gunichar c) {
+  return (c >= 0x20 && c < 0x7F) || (c >= 0xA0 && c < 0x250 && c != 0xAD);
+}
 
 struct SimpleLine {
   PangoFont* font = nullptr;  // owned by the thread's font cache
@@ -35,8 +41,9 @@ struct SimpleLine {
   std::vector<Line> lines;
 };
 
-// Shapes `text` when its lines are printable ASCII (no tabs, no blank lines) in a font that has
-// every letter of them; false otherwise (pango must lay it out). `line` is reused between calls.
+// Shapes `text` when its lines are plain letters (`quickLetter`; no tabs, no blank lines) in a
+// font that has every one of them; false otherwise (pango must lay it out). `line` is reused
+// between calls.
 bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& line);
 
 // Draws line `k` with the text's top left at `x`, `y` (points), `lineX` pango units in, as pango

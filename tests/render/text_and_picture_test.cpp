@@ -73,6 +73,11 @@ TEST(Measurer, HeightAloneAgreesWithTheFullLayout) {
   const std::string letters =
       "AVWTYLafiflffkerning To Ye We Wa ' ,.-0123456789 abcdefghijklmnopqrstuvwxyz"
       "ABCDEFGHIJKLMNOPQRSTUVWXYZ!@#$%^&*()_+=[]{}|;:<>?/~`\"";
+  // Letters beyond ASCII, whole UTF-8 sequences: Latin-1, Latin Extended, signs, a soft hyphen,
+  // Greek and a combining accent (the last three go through pango).
+  const std::vector<std::string> wide = {"\u00e9", "\u00fc", "\u00d8", "\u00df", "\u0142",
+                                         "\u0150", "\u01c4", "\u00d7", "\u00b0", "\u00aa",
+                                         "\u00a0", "\u00ad", "\u03a9", "e\u0301"};
   std::vector<std::string> texts = {
       "Mr. and Mrs. John Smith\r\n12 Elm Street\r\nSpringfield, IL  62704",
       "(H) 555-0100\r\n(M) 555-0101\r\n(E) someone@example.com",
@@ -91,7 +96,11 @@ TEST(Measurer, HeightAloneAgreesWithTheFullLayout) {
     for (int l = 0; l < lines; ++l) {
       if (l) t += (rng() % 2) ? "\r\n" : "\n";
       const int n = 1 + static_cast<int>(rng() % 40);
-      for (int k = 0; k < n; ++k) t += letters[rng() % letters.size()];
+      for (int k = 0; k < n; ++k)
+        if (rng() % 6 == 0)
+          t += wide[rng() % wide.size()];
+        else
+          t += letters[rng() % letters.size()];
     }
     texts.push_back(t);
   }
@@ -119,6 +128,8 @@ TEST(Measurer, HeightAloneAgreesWithTheFullLayout) {
 TEST(Renderer, PlainLinesDrawnFromGlyphsMatchPango) {
   std::mt19937 rng(11);
   const std::string letters = "AVWTYLafiflkerning To Ye Wa ',.-0123456789 xyz()@#&!?";
+  const std::vector<std::string> wide = {"\u00e9", "\u00fc", "\u00d8", "\u0142", "\u01c4",
+                                         "\u00d7", "\u00a0", "\u00ad", "\u03a9", "e\u0301"};
   const std::vector<doc::Font> fonts = {
       {"Arial", 8},       {"Arial", 10, true},     {"Times New Roman", 12, false, true},
       {"Courier New", 9}, {"Brush Script MT", 14}, {"Arial", 9, false, false, true}};
@@ -131,7 +142,11 @@ TEST(Renderer, PlainLinesDrawnFromGlyphsMatchPango) {
       for (int l = 0; l < lines; ++l) {
         if (l) t += (rng() % 3 == 0) ? "\r\n" : ((rng() % 2) ? "\n" : "\r");
         const int n = 1 + static_cast<int>(rng() % 24);
-        for (int k = 0; k < n; ++k) t += letters[rng() % letters.size()];
+        for (int k = 0; k < n; ++k)
+          if (rng() % 6 == 0)
+            t += wide[rng() % wide.size()];
+          else
+            t += letters[rng() % letters.size()];
       }
       if (i % 17 == 0)
         t += "\tGarc\xc3\xad"
