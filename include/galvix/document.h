@@ -140,10 +140,21 @@ struct Page {
   std::vector<Item> items;
 };
 
+// Pages kept packed (a few kilobytes each, in memory and past a size in an unlinked temporary
+// file), so that a run's memory does not grow with its page count. Runs made with
+// RunOptions::packPages fill one; read pages through Document::pageCount() and page().
+class PageStore;
+
 struct Document {
   std::string title;
   std::string creator = "Galvix Reports";
   std::vector<Page> pages;
+  // Packed pages, after those in `pages` (several when runs are joined into one document).
+  std::vector<std::shared_ptr<const PageStore>> stores;
+
+  std::size_t pageCount() const;
+  // Page `i` (from 0): the page itself, or a packed one unpacked into `scratch`.
+  const Page& page(std::size_t i, Page& scratch) const;
 };
 
 }  // namespace galvix::doc

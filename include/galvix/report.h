@@ -71,6 +71,10 @@ class ReportObject {
   }
   // Runs that take longer fail with ReportRunError naming the limit; zero: no limit.
   void setTimeLimit(std::chrono::milliseconds limit) { timeLimit_ = limit; }
+  // Keep the run's pages packed as they are finished (doc::Document::stores, read with
+  // pageCount() and page()): a run of thousands of pages then holds a few megabytes. Off: every
+  // page in Document::pages.
+  void setPackPages(bool on) { packPages_ = on; }
 
   frame::FrameReport& designerObject() { return *report_; }
 
@@ -78,6 +82,7 @@ class ReportObject {
   std::unique_ptr<frame::FrameReport> report_;
   std::unique_ptr<std::atomic<bool>> cancel_;
   std::chrono::milliseconds timeLimit_{0};
+  bool packPages_ = false;
   std::string locale_;
   std::function<void(int)> pageProgress_;
 };

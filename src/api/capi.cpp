@@ -121,6 +121,8 @@ galvix_report* galvix_report_new(const char* catalogue_name) {
     if (!r)
       return fail(GALVIX_ERROR_UNKNOWN_REPORT,
                   std::string("the catalogue has no report named \"") + catalogue_name + "\"");
+    // C hosts only write and render pages: a long run need not hold its pages' objects.
+    r->setPackPages(true);
     out = new galvix_report{std::move(r), {}, false, {}, {}, {}};
     return GALVIX_OK;
   });
@@ -215,7 +217,7 @@ galvix_status galvix_report_run(galvix_report* r) {
 }
 
 int galvix_report_page_count(const galvix_report* r) {
-  return r && r->ran ? static_cast<int>(r->document.pages.size()) : 0;
+  return r && r->ran ? static_cast<int>(r->document.pageCount()) : 0;
 }
 
 galvix_status galvix_report_write(galvix_report* r, const char* format, const char* path) {
@@ -244,7 +246,7 @@ galvix_status galvix_report_render(galvix_report* r, const char* format, int pag
   const std::string f = format;
   if (f != "pdf" && f != "png" && f != "svg")
     return fail(GALVIX_ERROR_ARGUMENT, "unknown format \"" + f + "\" (pdf, png or svg)");
-  const int pages = std::max<int>(1, static_cast<int>(r->document.pages.size()));
+  const int pages = std::max<int>(1, static_cast<int>(r->document.pageCount()));
   if (f != "pdf" && (page < 0 || page >= pages))
     return fail(GALVIX_ERROR_ARGUMENT, "page " + std::to_string(page) +
                                            " does not exist (pages 0 to " +

@@ -106,6 +106,7 @@ doc::Document ReportObject::run(bool* cancelled, std::shared_ptr<HostServices> h
   opt.measurer = &measurer();
   opt.host = std::move(host);
   opt.pageOpened = pageProgress_;
+  opt.packPages = packPages_;
   using Clock = std::chrono::steady_clock;
   const auto deadline =
       timeLimit_.count() > 0 ? Clock::now() + timeLimit_ : Clock::time_point::max();

@@ -132,7 +132,10 @@ std::string fileStem(const std::string& name) {
 std::unique_ptr<ReportObject> newOrExit(const std::string& name) {
   Report factory;
   auto r = factory.GetNewReport(name);
-  if (r) return r;
+  if (r) {
+    r->setPackPages(true);  // the command only writes the pages: keep them packed
+    return r;
+  }
   std::vector<std::string> available;
   for (const auto& e : frame::catalogue())
     if (e.built()) available.push_back(e.name);
@@ -205,9 +208,9 @@ std::vector<std::string> write(const doc::Document& d, const Target& t) {
   if (t.path == "-") {
     if (t.format == "pdf") {
       writePdf(d, std::cout);
-    } else if (d.pages.size() != 1) {
-      throw Exit{2, "galvix: the run has " + std::to_string(d.pages.size()) + " pages; " +
-                        t.format + " to standard output takes a one-page run (nothing written; " +
+    } else if (d.pageCount() != 1) {
+      throw Exit{2, "galvix: the run has " + std::to_string(d.pageCount()) + " pages; " + t.format +
+                        " to standard output takes a one-page run (nothing written; " +
                         "give -o NAME." + t.format + " for one file per page)"};
     } else if (t.format == "png") {
       writePng(d, 0, std::cout, 150);
@@ -303,7 +306,7 @@ std::optional<doc::Document> runOne(ReportObject& r, const std::optional<std::st
 }
 
 void writeOut(const doc::Document& d, const Target& t, const std::string& database) {
-  for (const auto& f : outputsOf(t, d.pages.size())) refuseInputAsOutput(f, database);
+  for (const auto& f : outputsOf(t, d.pageCount())) refuseInputAsOutput(f, database);
   for (const auto& f : write(d, t)) say(std::cout, f);
 }
 
@@ -451,6 +454,7 @@ Registration render([](CLI::App& app) {
       } else {
         whole.title = d->title;
         for (auto& page : d->pages) whole.pages.push_back(std::move(page));
+        for (auto& store : d->stores) whole.stores.push_back(std::move(store));
       }
     }
     if (!*split) writeOut(whole, target, source);

@@ -79,8 +79,9 @@ std::string dumpItem(const doc::Item& item, int pageNumber) {
 
 std::string dumpDocument(const doc::Document& d) {
   std::ostringstream o;
-  for (std::size_t p = 0; p < d.pages.size(); ++p) {
-    const auto& pg = d.pages[p];
+  doc::Page scratch;
+  for (std::size_t p = 0; p < d.pageCount(); ++p) {
+    const auto& pg = d.page(p, scratch);
     o << "page " << (p + 1) << ' ' << pg.width << 'x' << pg.height
       << (pg.landscape ? " landscape" : "") << '\n';
     for (const auto& it : pg.items) o << dumpItem(it, static_cast<int>(p + 1)) << '\n';

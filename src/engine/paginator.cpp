@@ -146,6 +146,10 @@ void Paginator::closePage() {
   loop_.setViewRow(lastRow_, lastRowIndex_);
   report_.onPageEnd();
   open_ = false;
+  if (store_) {
+    store_->add(pages_.back());
+    pages_.back().items = {};
+  }
   checkCancel();
 }
 
@@ -482,6 +486,10 @@ void Paginator::finish(doc::Document& doc) {
     if (open_) closePage();
     const Variant total = Variant::longInt(static_cast<std::int32_t>(pages_.size()));
     for (const auto& d : deferred_) {
+      if (store_) {
+        store_->setText(d.page, d.item, formatValue(total, d.format));
+        continue;
+      }
       auto& item = pages_[d.page].items[d.item];
       if (auto* t = std::get_if<doc::Text>(&item.content)) t->text = formatValue(total, d.format);
     }
@@ -492,7 +500,10 @@ void Paginator::finish(doc::Document& doc) {
       if (auto* t = std::get_if<doc::Text>(&item.content)) t->text = formatValue(one, d.format);
     }
   }
-  if (!embedded_) {
+  if (!embedded_ && store_) {
+    doc.stores.push_back(std::move(store_));
+    pages_.clear();
+  } else if (!embedded_) {
     doc.pages = std::move(pages_);
     pages_.clear();
   }

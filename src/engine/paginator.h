@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <optional>
 #include <vector>
+#include "doc/page_store.h"
 
 #include "engine/run_loop.h"
 
@@ -25,6 +26,9 @@ class Paginator {
   void finish(doc::Document& doc);
   Fragment takeFragment();
   int pageCount() const { return static_cast<int>(pages_.size()); }
+  // Each page packed into `store` once closed (its items then freed); finish() hands the store
+  // to the document.
+  void packInto(std::shared_ptr<doc::PageStore> store) { store_ = std::move(store); }
 
  private:
   struct Deferred {
@@ -51,7 +55,8 @@ class Paginator {
   Report& report_;
   bool embedded_;
   std::int32_t embeddedWidth_;
-  std::vector<doc::Page> pages_;
+  std::vector<doc::Page> pages_;  // packed pages keep their place here, without items
+  std::shared_ptr<doc::PageStore> store_;
   // Items of the open page's header whose text is taken when the page closes.
   std::vector<std::pair<std::size_t, const Control*>> runningHeads_;
   bool open_ = false;

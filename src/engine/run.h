@@ -19,6 +19,9 @@ struct RunOptions {
   std::function<bool()> stopRequested;
   // Told the number of each page as it opens (a progress display); called on the run's thread.
   std::function<void(int)> pageOpened;
+  // Pack each page as it is finished (Document::store) instead of keeping its items: memory
+  // stays flat however many pages the run makes.
+  bool packPages = false;
 };
 
 // The run was stopped from outside (cancelled, or past its time limit) before it ended.

@@ -753,6 +753,8 @@ RunResult RunLoop::run() {
   try {
     begin();
     pager_ = std::make_unique<Paginator>(*this, false, 0);
+    if (options_.packPages)
+      pager_->packInto(std::make_shared<doc::PageStore>(report_.host().tempFolder()));
     body();
     pager_->finish(res.document);
     fire(report_, [&] { report_.onReportEnd(); });
@@ -796,7 +798,7 @@ RunResult runReportCountingPages(const std::function<std::unique_ptr<Report>()>&
     auto first = make();
     auto res = runReport(*first, options);
     if (res.cancelled) return res;
-    pages = static_cast<int>(res.document.pages.size());
+    pages = static_cast<int>(res.document.pageCount());
   }
   auto second = make();
   second->totalPages_ = pages;

@@ -175,9 +175,13 @@ double pt(std::int32_t twips) {
 }
 
 // A document without pages still gives a valid file: one blank page.
-const std::vector<doc::Page>& pagesOf(const doc::Document& d) {
-  static const std::vector<doc::Page> blank(1);
-  return d.pages.empty() ? blank : d.pages;
+std::size_t pageCountOf(const doc::Document& d) {
+  return std::max<std::size_t>(1, d.pageCount());
+}
+// Page `i`: the document's own, a packed one unpacked into `scratch`, or the blank page.
+const doc::Page& pageAt(const doc::Document& d, std::size_t i, doc::Page& scratch) {
+  static const doc::Page blank;
+  return d.pageCount() == 0 ? blank : d.page(i, scratch);
 }
 
 void paintWhite(cairo_t* cr) {
@@ -206,14 +210,16 @@ namespace {
 
 // The document as a PDF into `write`; cairo's final status.
 cairo_status_t pdfTo(const doc::Document& d, cairo_write_func_t write, void* closure) {
-  const auto& pages = pagesOf(d);
-  cairo_surface_t* s = cairo_pdf_surface_create_for_stream(write, closure, pt(pages.front().width),
-                                                           pt(pages.front().height));
+  doc::Page scratch;
+  const doc::Page& first = pageAt(d, 0, scratch);
+  cairo_surface_t* s =
+      cairo_pdf_surface_create_for_stream(write, closure, pt(first.width), pt(first.height));
   cairo_pdf_surface_set_metadata(s, CAIRO_PDF_METADATA_TITLE, d.title.c_str());
   cairo_pdf_surface_set_metadata(s, CAIRO_PDF_METADATA_CREATOR, d.creator.c_str());
   {
     PageRenderer renderer;
-    for (const auto& page : pages) {
+    for (std::size_t i = 0, n = pageCountOf(d); i < n; ++i) {
+      const doc::Page& page = pageAt(d, i, scratch);
       cairo_pdf_surface_set_size(s, pt(page.width), pt(page.height));
       cairo_t* cr = cairo_create(s);
       // Paper white. It also keeps cairo's record of the page's drawn area to one rectangle,
@@ -280,12 +286,11 @@ void checkStream(cairo_status_t status, std::ostream& out, const char* what) {
                       (out ? cairo_status_to_string(status) : "the stream failed"));
 }
 
-const doc::Page& pageOf(const doc::Document& d, std::size_t page) {
-  const auto& pages = pagesOf(d);
-  if (page >= pages.size())
+const doc::Page& pageOf(const doc::Document& d, std::size_t page, doc::Page& scratch) {
+  if (page >= pageCountOf(d))
     throw RenderError("page " + std::to_string(page + 1) + " does not exist: the document has " +
-                      std::to_string(pages.size()) + " page(s)");
-  return pages[page];
+                      std::to_string(pageCountOf(d)) + " page(s)");
+  return pageAt(d, page, scratch);
 }
 
 }  // namespace
@@ -301,22 +306,24 @@ void writePdf(const doc::Document& d, std::ostream& out) {
 
 void writePng(const doc::Document& d, std::size_t page, std::ostream& out, double dpi) {
   checkDpi(dpi, "stream");
-  checkStream(pngTo(pageOf(d, page), dpi, &toStream, &out), out, "PNG");
+  doc::Page scratch;
+  checkStream(pngTo(pageOf(d, page, scratch), dpi, &toStream, &out), out, "PNG");
 }
 
 void writeSvg(const doc::Document& d, std::size_t page, std::ostream& out) {
-  checkStream(svgTo(pageOf(d, page), &toStream, &out), out, "SVG");
+  doc::Page scratch;
+  checkStream(svgTo(pageOf(d, page, scratch), &toStream, &out), out, "SVG");
 }
 
 std::vector<std::string> writePng(const doc::Document& d, const std::string& pathPrefix,
                                   double dpi) {
   checkDpi(dpi, pathPrefix);
   std::vector<std::string> paths;
-  const auto& pages = pagesOf(d);
-  for (std::size_t i = 0; i < pages.size(); ++i) {
+  doc::Page scratch;
+  for (std::size_t i = 0, n = pageCountOf(d); i < n; ++i) {
     const std::string path = pagePath(pathPrefix, i, ".png");
     OutputFile file(path);
-    file.commit(pngTo(pages[i], dpi, &OutputFile::write, &file));
+    file.commit(pngTo(pageAt(d, i, scratch), dpi, &OutputFile::write, &file));
     paths.push_back(path);
   }
   return paths;
@@ -324,11 +331,11 @@ std::vector<std::string> writePng(const doc::Document& d, const std::string& pat
 
 std::vector<std::string> writeSvg(const doc::Document& d, const std::string& pathPrefix) {
   std::vector<std::string> paths;
-  const auto& pages = pagesOf(d);
-  for (std::size_t i = 0; i < pages.size(); ++i) {
+  doc::Page scratch;
+  for (std::size_t i = 0, n = pageCountOf(d); i < n; ++i) {
     const std::string path = pagePath(pathPrefix, i, ".svg");
     OutputFile file(path);
-    file.commit(svgTo(pages[i], &OutputFile::write, &file));
+    file.commit(svgTo(pageAt(d, i, scratch), &OutputFile::write, &file));
     paths.push_back(path);
   }
   return paths;
