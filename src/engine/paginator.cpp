@@ -148,7 +148,7 @@ void Paginator::closePage() {
   open_ = false;
   if (store_) {
     store_->add(pages_.back());
-    pages_.back().items = {};
+    std::vector<doc::Item>().swap(pages_.back().items);  // `= {}` would keep the capacity
   }
   checkCancel();
 }
