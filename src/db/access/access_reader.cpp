@@ -122,6 +122,13 @@ std::string guidText(const unsigned char* p) {
   return s + "}";
 }
 
+// libmdb keeps no page map for a table whose map row it cannot find, and its page scan
+// (mdb_read_next_dpg) reads the missing map all the same.
+void checkPageMap(const MdbTableDef* t, const std::string& name) {
+  if (!t->usage_map || t->map_sz == 0)
+    throw ReadError("the file is damaged (the page map of table '" + name + "' is missing)");
+}
+
 // libmdb's catalog reading (mdb_read_catalog) trusts the object table: it follows each object's
 // property value through its chain of pages to the end and parses it by the lengths it declares,
 // so a chain that comes back on itself or a zero length loops for ever, and a bad length reads
@@ -140,6 +147,7 @@ void checkCatalog(MdbHandle* mdb, std::uintmax_t fileSize) {
     ~Free() { mdb_free_tabledef(t); }
   } freeTable{t};
   if (!mdb_read_columns(t)) return;
+  checkPageMap(t, "MSysObjects");
 
   // The columns libmdb binds, with the types it converts them by: another type (a memo's page
   // chain, binary bytes printed as text) would be read without bounds.
@@ -479,6 +487,7 @@ TableInfo Reader::readTable(const std::string& name,
     ~Free() { mdb_free_tabledef(t); }
   } freeTable{t};
   if (!mdb_read_columns(t)) throw ReadError("the columns of table '" + name + "' cannot be read");
+  checkPageMap(t, name);
   mdb_read_indices(t);
 
   TableInfo info;

@@ -163,6 +163,25 @@ TEST_F(Damaged, CatalogPropertiesThatWouldLoopAreRefused) {
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
+// A table definition whose page map points at a row that does not exist: libmdb keeps no map
+// and its page scan read through a null pointer (mdb-tables crashes on it too).
+TEST_F(Damaged, ATableWithoutAPageMapIsRefused) {
+  const std::string good = sample("fixedNumericTestV2000.mdb");
+  if (good.empty()) GALVIX_MISSING_ACCESS_SAMPLE(galvix::testing::accessSamples().string());
+  constexpr std::size_t kPage = 4096, kMap = 55;  // Jet 4: the map's page and row at 55
+  // Page 2 defines the object table, page 26 the table "test"; row 92 of page 0 is no row.
+  for (std::size_t page : {std::size_t{2}, std::size_t{26}}) {
+    std::string bad = good;
+    ASSERT_EQ(bad[page * kPage], '\x02');
+    bad.replace(page * kPage + kMap, 4, std::string("\x5c\0\0\0", 4));
+    std::string msg = loadOrError(write("nomap" + std::to_string(page) + ".mdb", bad));
+    EXPECT_NE(msg.find(page == 2 ? "the page map of table 'MSysObjects' is missing"
+                                 : "the page map of table 'test' is missing"),
+              std::string::npos)
+        << msg;
+  }
+}
+
 // A row that outgrew its place moves to another page; its old slot keeps only the new page and
 // row, and the copy there is flagged so a page scan skips it. Made here by moving one row of a
 // sample by hand: the row must still be read once, from its new place.
