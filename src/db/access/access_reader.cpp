@@ -187,7 +187,8 @@ void checkCatalog(MdbHandle* mdb, std::uintmax_t fileSize) {
     if (col->cur_value_start < 0 || col->cur_value_len < 0 ||
         static_cast<std::size_t>(col->cur_value_start) + col->cur_value_len > pageSize)
       damaged("lie outside their page");
-    // As mdb_ole_read_full does, bounded: a piece read twice is a loop.
+    // As mdb_ole_read_full does, bounded: a piece read twice is a loop. Each piece is at most a
+    // page (the value checked above, or a row that mdb_find_row keeps within its page).
     char head[MDB_MEMO_OVERHEAD];
     std::memcpy(head, props.buf.data(), sizeof head);
     value.assign(props.buf.data(), mdb_ole_read(mdb, col, head, std::size_t{1} << 20));
@@ -209,6 +210,7 @@ void checkCatalog(MdbHandle* mdb, std::uintmax_t fileSize) {
     }
   }
 }
+
 }  // namespace
 
 std::string decodeJet4Text(const unsigned char* p, std::size_t n) {
