@@ -7,6 +7,9 @@
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <set>
+
+#include "db/access/catalog_check.h"
 
 namespace galvix::db::access {
 
@@ -117,6 +120,95 @@ std::string guidText(const unsigned char* p) {
     s += hex[p[order[i]] & 15];
   }
   return s + "}";
+}
+
+// libmdb keeps no page map for a table whose map row it cannot find, and its page scan
+// (mdb_read_next_dpg) reads the missing map all the same.
+void checkPageMap(const MdbTableDef* t, const std::string& name) {
+  if (!t->usage_map || t->map_sz == 0)
+    throw ReadError("the file is damaged (the page map of table '" + name + "' is missing)");
+}
+
+// libmdb's catalog reading (mdb_read_catalog) trusts the object table: it follows each object's
+// property value through its chain of pages to the end and parses it by the lengths it declares,
+// so a chain that comes back on itself or a zero length loops for ever, and a bad length reads
+// out of bounds. Walk the same rows with the same calls first, bounded, and refuse a file whose
+// catalog would do that.
+void checkCatalog(MdbHandle* mdb, std::uintmax_t fileSize) {
+  MdbCatalogEntry objects{};
+  objects.mdb = mdb;
+  objects.object_type = MDB_TABLE;
+  objects.table_pg = 2;
+  std::snprintf(objects.object_name, sizeof objects.object_name, "MSysObjects");
+  MdbTableDef* t = mdb_read_table(&objects);
+  if (!t) return;  // then libmdb cannot read the catalog either, and says so
+  struct Free {
+    MdbTableDef* t;
+    ~Free() { mdb_free_tabledef(t); }
+  } freeTable{t};
+  if (!mdb_read_columns(t)) return;
+  checkPageMap(t, "MSysObjects");
+
+  // The columns libmdb binds, with the types it converts them by: another type (a memo's page
+  // chain, binary bytes printed as text) would be read without bounds.
+  struct Bound {
+    const char* name;
+    int type;
+    std::vector<char> buf;
+    int len = 0;
+    MdbColumn* col = nullptr;
+  };
+  Bound bound[] = {{"Id", MDB_LONGINT, {}},
+                   {"Name", MDB_TEXT, {}},
+                   {"Type", MDB_INT, {}},
+                   {"Flags", MDB_LONGINT, {}},
+                   {"LvProp", MDB_OLE, {}}};
+  for (auto& b : bound) {
+    b.buf.assign(mdb->bind_size > 0 ? mdb->bind_size : MDB_BIND_SIZE, '\0');
+    int i = mdb_bind_column_by_name(t, const_cast<gchar*>(b.name), b.buf.data(), &b.len);
+    if (i < 1) return;  // libmdb cannot bind it either and reads no catalog
+    b.col = static_cast<MdbColumn*>(g_ptr_array_index(t->columns, i - 1));
+    if (b.col->col_type != b.type)
+      throw ReadError("the file is damaged (its object table's column '" + std::string(b.name) +
+                      "' has the wrong type)");
+  }
+  Bound& props = bound[4];
+  const auto pageSize = static_cast<std::size_t>(mdb->fmt->pg_size);
+  std::string value;
+  mdb_rewind_table(t);
+  while (mdb_fetch_row(t)) {
+    if (props.len == 0) continue;
+    const std::string name(bound[1].buf.data(), strnlen(bound[1].buf.data(), bound[1].buf.size()));
+    auto damaged = [&](const std::string& why) {
+      throw ReadError("the file is damaged (the properties of catalog object '" + name + "' " +
+                      why + ")");
+    };
+    MdbColumn* col = props.col;
+    if (col->cur_value_start < 0 || col->cur_value_len < 0 ||
+        static_cast<std::size_t>(col->cur_value_start) + col->cur_value_len > pageSize)
+      damaged("lie outside their page");
+    // As mdb_ole_read_full does, bounded: a piece read twice is a loop. Each piece is at most a
+    // page (the value checked above, or a row that mdb_find_row keeps within its page).
+    char head[MDB_MEMO_OVERHEAD];
+    std::memcpy(head, props.buf.data(), sizeof head);
+    value.assign(props.buf.data(), mdb_ole_read(mdb, col, head, std::size_t{1} << 20));
+    std::set<guint32> seen;
+    for (;;) {
+      guint32 piece = col->cur_blob_pg_row;
+      std::size_t got = mdb_ole_read_next(mdb, col, head);
+      if (got == 0) break;
+      if (!seen.insert(piece).second) damaged("run in a loop of pages");
+      if (got > props.buf.size() || value.size() + got > fileSize)
+        damaged("run longer than the file");
+      value.append(props.buf.data(), got);
+    }
+    try {
+      checkPropertyValue(reinterpret_cast<const unsigned char*>(value.data()), value.size(),
+                         pageSize);
+    } catch (const ReadError& e) {
+      damaged(std::string("are broken: ") + e.what());
+    }
+  }
 }
 
 }  // namespace
@@ -337,6 +429,7 @@ Reader::Reader(const std::string& path) : impl_(std::make_unique<Impl>()) {
     if (!impl_->codePage->ok()) impl_->codePage = std::make_unique<Iconv>("UTF-8", "CP1252");
     if (!impl_->codePage->ok()) throw ReadError("no converter for the file's code page");
   }
+  checkCatalog(mdb, impl_->fileSize);
   GPtrArray* entries = mdb_read_catalog(mdb, MDB_ANY);
   if (!entries || entries->len == 0)
     throw ReadError("its catalog cannot be read (the file may be encrypted or damaged)");
@@ -396,6 +489,7 @@ TableInfo Reader::readTable(const std::string& name,
     ~Free() { mdb_free_tabledef(t); }
   } freeTable{t};
   if (!mdb_read_columns(t)) throw ReadError("the columns of table '" + name + "' cannot be read");
+  checkPageMap(t, name);
   mdb_read_indices(t);
 
   TableInfo info;

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -117,6 +118,67 @@ TEST_F(Damaged, TruncatedAtAPageBoundaryOrWithFlippedBytes) {
       loadOrError(write(std::string(name) + ".flip" + std::to_string(variant) + ".mdb", bad));
       EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15)) << variant;
     }
+  }
+}
+
+// libmdb parses each catalog object's properties by the lengths they declare and follows their
+// pages to the end: a zero length or a page chain that comes back on itself made it loop for
+// ever (mdb-tables too). Such files are refused as damaged, naming the object, without waiting
+// for the reader's time limit.
+TEST_F(Damaged, CatalogPropertiesThatWouldLoopAreRefused) {
+  const std::string good = sample("fixedNumericTestV2000.mdb");
+  if (good.empty()) GALVIX_MISSING_ACCESS_SAMPLE(galvix::testing::accessSamples().string());
+  constexpr std::size_t kPage = 4096, kRows = 12;  // Jet 4: row count at 12, slots from 14
+  auto u32 = [](const std::string& f, std::size_t at) {
+    std::uint32_t v = 0;
+    for (int i = 3; i >= 0; --i) v = v << 8 | static_cast<unsigned char>(f[at + i]);
+    return v;
+  };
+  auto put32 = [](std::string& f, std::size_t at, std::uint32_t v) {
+    for (int i = 0; i < 4; ++i) f[at + i] = static_cast<char>(v >> (8 * i) & 0xff);
+  };
+
+  // A property value kept in the object table's row (page 14): its first block's length 0.
+  std::string zero = good;
+  const std::size_t inlineValue = 14 * kPage + 2326;
+  ASSERT_EQ(zero.substr(inlineValue, 4), std::string("MR2\0", 4));
+  put32(zero, inlineValue + 4, 0);
+  auto start = std::chrono::steady_clock::now();
+  std::string msg = loadOrError(write("zero.mdb", zero));
+  EXPECT_NE(msg.find("the file is damaged (the properties of catalog object '"), std::string::npos)
+      << msg;
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+
+  // A value on its own page (row 2 of page 31) made a chain whose next piece is itself.
+  std::string loop = good;
+  const std::size_t pointer = 14 * kPage + 2645;
+  ASSERT_EQ(u32(loop, pointer), 0x40000041u);  // single page, 0x41 bytes
+  ASSERT_EQ(u32(loop, pointer + 4), (31u << 8) | 2);
+  put32(loop, pointer, 0x41);  // a chain of pages
+  std::size_t row = 31 * kPage + (u32(loop, 31 * kPage + kRows + 2 + 2 * 2) & 0x1fff);
+  put32(loop, row, (31u << 8) | 2);
+  start = std::chrono::steady_clock::now();
+  msg = loadOrError(write("loop.mdb", loop));
+  EXPECT_NE(msg.find("run in a loop of pages"), std::string::npos) << msg;
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+}
+
+// A table definition whose page map points at a row that does not exist: libmdb keeps no map
+// and its page scan read through a null pointer (mdb-tables crashes on it too).
+TEST_F(Damaged, ATableWithoutAPageMapIsRefused) {
+  const std::string good = sample("fixedNumericTestV2000.mdb");
+  if (good.empty()) GALVIX_MISSING_ACCESS_SAMPLE(galvix::testing::accessSamples().string());
+  constexpr std::size_t kPage = 4096, kMap = 55;  // Jet 4: the map's page and row at 55
+  // Page 2 defines the object table, page 26 the table "test"; row 92 of page 0 is no row.
+  for (std::size_t page : {std::size_t{2}, std::size_t{26}}) {
+    std::string bad = good;
+    ASSERT_EQ(bad[page * kPage], '\x02');
+    bad.replace(page * kPage + kMap, 4, std::string("\x5c\0\0\0", 4));
+    std::string msg = loadOrError(write("nomap" + std::to_string(page) + ".mdb", bad));
+    EXPECT_NE(msg.find(page == 2 ? "the page map of table 'MSysObjects' is missing"
+                                 : "the page map of table 'test' is missing"),
+              std::string::npos)
+        << msg;
   }
 }
 
