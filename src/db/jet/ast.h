@@ -47,7 +47,7 @@ struct Expr {
   std::vector<std::unique_ptr<Expr>> args;
   std::shared_ptr<Select> sub;
   int pos = 0;
-  int tokenIndex = -1;  // Number literals: index of the token (for plan reuse)
+  int tokenIndex = -1;  // Number and String literals: index of the token (for plan reuse)
 };
 using ExprPtr = std::unique_ptr<Expr>;
 

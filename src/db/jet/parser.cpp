@@ -541,6 +541,7 @@ class Parser {
       case Token::String:
         e->kind = Expr::String;
         e->text = t.text;
+        e->tokenIndex = static_cast<int>(pos_);
         next();
         return e;
       case Token::Date: {
