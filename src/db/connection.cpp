@@ -246,7 +246,11 @@ std::shared_ptr<const Plan> ConnectionImpl::plan(std::string_view jetSql) {
     return it->second;
   }
   auto p = std::make_shared<Plan>();
+  const std::size_t shapesBefore = translator_->translator.reused();
   jet::Translation t = translator_->translator.translate(jetSql);
+  // A statement whose literals were bound into a translation of its shape is most likely one of
+  // a run of per-row statements, each text seen once: its shape serves it again cheaply enough.
+  const bool perRow = translator_->translator.reused() != shapesBefore && !t.params.empty();
   p->sql = std::move(t.sql);
   p->params = std::move(t.params);
   switch (t.kind) {
@@ -274,7 +278,7 @@ std::shared_ptr<const Plan> ConnectionImpl::plan(std::string_view jetSql) {
   p->columnTypes = std::move(t.columnTypes);
   p->grouped = std::move(t.grouped);
   // A crosstab's columns depend on the data: it is translated afresh each time.
-  if (!t.cacheable) return p;
+  if (!t.cacheable || perRow) return p;
   if (plans_.size() >= kMaxPlans) plans_.clear();
   plans_.emplace(std::string(jetSql), p);
   return p;

@@ -75,15 +75,15 @@ std::size_t SideCounts::KeyHash::operator()(const Key& k) const noexcept {
 }
 
 SideCounts::SideCounts(sqlite3* db) : db_(db) {
-  sqlite3_prepare_v3(db_,
-                     "SELECT (SELECT data_version FROM main.pragma_data_version), (SELECT "
-                     "schema_version FROM main.pragma_schema_version), (SELECT schema_version "
-                     "FROM temp.pragma_schema_version)",
-                     -1, SQLITE_PREPARE_PERSISTENT, &stamp_, nullptr);
+  // Plain pragmas: their table-valued forms prepare a statement on every step.
+  const char* const pragmas[] = {"PRAGMA main.data_version", "PRAGMA main.schema_version",
+                                 "PRAGMA temp.schema_version"};
+  for (std::size_t i = 0; i < stamp_.size(); ++i)
+    sqlite3_prepare_v3(db_, pragmas[i], -1, SQLITE_PREPARE_PERSISTENT, &stamp_[i], nullptr);
 }
 
 SideCounts::~SideCounts() {
-  sqlite3_finalize(stamp_);
+  for (sqlite3_stmt* st : stamp_) sqlite3_finalize(st);
 }
 
 void SideCounts::clear() {
@@ -94,13 +94,13 @@ void SideCounts::clear() {
 // this handle (its temporary work tables too), by another connection, or to the schema since.
 bool SideCounts::current() {
   std::array<std::int64_t, 4> now{sqlite3_total_changes64(db_), -1, -1, -1};
-  if (!stamp_) return false;
-  int rc = sqlite3_step(stamp_);
-  if (rc == SQLITE_ROW)
-    for (int i = 0; i < 3; ++i)
-      now[static_cast<std::size_t>(i) + 1] = sqlite3_column_int64(stamp_, i);
-  sqlite3_reset(stamp_);
-  if (rc != SQLITE_ROW) return false;
+  for (std::size_t i = 0; i < stamp_.size(); ++i) {
+    if (!stamp_[i]) return false;
+    const int rc = sqlite3_step(stamp_[i]);
+    if (rc == SQLITE_ROW) now[i + 1] = sqlite3_column_int64(stamp_[i], 0);
+    sqlite3_reset(stamp_[i]);
+    if (rc != SQLITE_ROW) return false;
+  }
   if (now != seenStamp_) {
     clear();
     seenStamp_ = now;

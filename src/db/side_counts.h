@@ -83,7 +83,7 @@ class SideCounts {
   const Table* build(Shape& s, const Plan& plan, std::string fixed, StatementCache& statements);
 
   sqlite3* db_;
-  sqlite3_stmt* stamp_ = nullptr;
+  std::array<sqlite3_stmt*, 3> stamp_{};  // data_version, schema_version, temp.schema_version
   std::array<std::int64_t, 4> seenStamp_{-1, -1, -1, -1};
   TextMap<Shape> shapes_;
 };

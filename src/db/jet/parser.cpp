@@ -655,6 +655,7 @@ bool isAggregateName(std::string_view n) {
 
 std::vector<Token> lex(std::string_view sql) {
   std::vector<Token> out;
+  out.reserve(sql.size() / 4 + 2);
   size_t i = 0;
   while (i < sql.size()) {
     unsigned char c = static_cast<unsigned char>(sql[i]);

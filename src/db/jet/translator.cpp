@@ -1343,7 +1343,7 @@ Translation Translator::translate(std::string_view jetSql) {
   // The statement's shape: its tokens with each literal's value left out (a number keeps its
   // kind). Statements of one shape share a translation when the literals written into it match.
   std::string key;
-  key.reserve(jetSql.size() + 2 * tokens.size());
+  key.reserve(jetSql.size() + 3 * tokens.size());
   std::vector<int> literalTokens;
   for (size_t i = 0; i < tokens.size(); ++i) {
     const Token& t = tokens[i];
@@ -1354,8 +1354,10 @@ Translation Translator::translate(std::string_view jetSql) {
       key += numberKind(t.text, v);
     } else if (t.kind == Token::String) {
       literalTokens.push_back(static_cast<int>(i));
+    } else if (t.kind == Token::Ident) {
+      for (char c : t.text) key += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     } else {
-      key += t.kind == Token::Ident ? lower(t.text) : t.text;
+      key += t.text;
     }
     key += '\x1f';
   }
