@@ -4,7 +4,9 @@
 #include <cctype>
 #include <cmath>
 #include <cstdio>
+#include <deque>
 #include <map>
+#include <optional>
 #include <set>
 #include <unordered_map>
 
@@ -34,6 +36,15 @@ std::string quote(std::string_view s) {
     o += c;
   }
   return o + "'";
+}
+
+// How number() types a literal: a whole number that fits 16 or 32 bits, or a Double. The type
+// can change the translation (IIf(c, 1, 2) is known to be a number, IIf(c, 1, 2.5) is not), so
+// literals of different kinds never share a shape.
+char numberKind(const std::string& text, double& value) {
+  value = std::strtod(text.c_str(), nullptr);
+  bool integral = text.find_first_of(".eE") == std::string::npos && value <= 2147483647.0;
+  return !integral ? 'd' : value <= 32767 ? 'i' : 'l';
 }
 
 std::string numberLiteral(double d) {
@@ -156,6 +167,22 @@ struct Translator::Impl {
   };
   std::unordered_map<std::string, CacheEntry> cache;
 
+  // Statements translated lately, kept as templates. A statement that matches one outside its
+  // lifted literals, where it has literals of the same kinds (as lex() reads them), has the
+  // template's tokens but for those values: the template's translation serves it, unlexed.
+  struct Template {
+    struct Span {
+      std::size_t begin = 0, end = 0;
+      char kind = 0;            // numberKind()'s letter, or 's' for text
+      std::vector<int> params;  // the parameters it gives its value to
+    };
+    std::string text;
+    std::vector<Span> spans;  // in the text's order
+    Translation t;
+  };
+  std::deque<Template> templates;
+  static constexpr std::size_t kTemplates = 4;
+
   // Per translation.
   std::string_view sql;
   const std::vector<Token>* tokens = nullptr;
@@ -186,6 +213,7 @@ struct Translator::Impl {
       knownVersion = v;
       tables.clear();
       cache.clear();
+      templates.clear();
     }
   }
 
@@ -1286,6 +1314,69 @@ struct Translator::Impl {
     return ok ? g : nullptr;
   }
 
+  // ---- Templates ----
+
+  // `lifted`: the token of each parameter; `fixed`: literal tokens whose text must match.
+  void remember(std::string_view text, const std::vector<Token>& tokens,
+                const std::vector<int>& lifted, const std::set<int>& fixed, const Translation& t) {
+    std::map<int, std::vector<int>> byToken;  // in the text's order
+    for (size_t p = 0; p < lifted.size(); ++p)
+      if (!fixed.count(lifted[p])) byToken[lifted[p]].push_back(static_cast<int>(p));
+    if (byToken.empty()) return;
+    Template tp;
+    for (auto& [idx, ps] : byToken) {
+      const Token& tok = tokens[static_cast<size_t>(idx)];
+      Token scratch;
+      const std::size_t end = literalAt(text, static_cast<std::size_t>(tok.pos), scratch);
+      double v;
+      if (end == std::string_view::npos) return;
+      tp.spans.push_back({static_cast<std::size_t>(tok.pos), end,
+                          tok.kind == Token::String ? 's' : numberKind(tok.text, v), ps});
+    }
+    tp.text = text;
+    tp.t = t;
+    templates.push_front(std::move(tp));
+    if (templates.size() > kTemplates) templates.pop_back();
+  }
+
+  std::optional<Translation> fromTemplate(std::string_view text) {
+    Token lit;
+    for (auto it = templates.begin(); it != templates.end(); ++it) {
+      const std::string_view tt = it->text;
+      std::vector<Variant> values = it->t.params;
+      std::size_t a = 0, b = 0;
+      bool ok = true;
+      for (const auto& sp : it->spans) {
+        const std::size_t len = sp.begin - a;
+        if (text.substr(b, len) != tt.substr(a, len)) {
+          ok = false;
+          break;
+        }
+        b += len;
+        const std::size_t end = literalAt(text, b, lit);
+        double v = 0;
+        if (end == std::string_view::npos ||
+            (lit.kind == Token::String ? 's' : numberKind(lit.text, v)) != sp.kind) {
+          ok = false;
+          break;
+        }
+        const Variant value = lit.kind == Token::String ? Variant::string(lit.text)
+                              : sp.kind == 'd'          ? Variant::dbl(v)
+                                               : Variant::longInt(static_cast<std::int32_t>(v));
+        for (int p : sp.params) values[static_cast<size_t>(p)] = value;
+        a = sp.end;
+        b = end;
+      }
+      if (!ok || text.substr(b) != tt.substr(a)) continue;
+      ++reused;
+      Translation t = it->t;
+      t.params = std::move(values);
+      std::rotate(templates.begin(), it, std::next(it));
+      return t;
+    }
+    return std::nullopt;
+  }
+
   Translation translateTree(const Statement& st) {
     if (st.kind == Statement::Drop) {
       Translation t;
@@ -1317,28 +1408,17 @@ Translator::~Translator() = default;
 void Translator::schemaChanged() {
   impl_->tables.clear();
   impl_->cache.clear();
+  impl_->templates.clear();
 }
 
 std::size_t Translator::reused() const {
   return impl_->reused;
 }
 
-namespace {
-
-// How number() types a literal: a whole number that fits 16 or 32 bits, or a Double. The type
-// can change the translation (IIf(c, 1, 2) is known to be a number, IIf(c, 1, 2.5) is not), so
-// literals of different kinds never share a shape.
-char numberKind(const std::string& text, double& value) {
-  value = std::strtod(text.c_str(), nullptr);
-  bool integral = text.find_first_of(".eE") == std::string::npos && value <= 2147483647.0;
-  return !integral ? 'd' : value <= 32767 ? 'i' : 'l';
-}
-
-}  // namespace
-
 Translation Translator::translate(std::string_view jetSql) {
   Impl& m = *impl_;
   m.checkSchema();
+  if (auto t = m.fromTemplate(jetSql)) return std::move(*t);
   std::vector<Token> tokens = lex(jetSql);
   // The statement's shape: its tokens with each literal's value left out (a number keeps its
   // kind). Statements of one shape share a translation when the literals written into it match.
@@ -1377,6 +1457,9 @@ Translation Translator::translate(std::string_view jetSql) {
       Translation t = it->second.t;
       t.params.clear();
       for (int idx : it->second.lifted) t.params.push_back(paramOf(idx));
+      std::set<int> fixed;
+      for (const auto& f : it->second.fixedLiterals) fixed.insert(f.first);
+      m.remember(jetSql, tokens, it->second.lifted, fixed, t);
       return t;
     }
   }
@@ -1395,11 +1478,14 @@ Translation Translator::translate(std::string_view jetSql) {
     Impl::CacheEntry e;
     e.t = t;
     e.lifted = m.liftedTokens;
-    std::set<int> lifted(m.liftedTokens.begin(), m.liftedTokens.end());
+    std::set<int> lifted(m.liftedTokens.begin(), m.liftedTokens.end()), fixed;
     for (int idx : m.inlinedTokens) lifted.erase(idx);
     for (int idx : literalTokens)
-      if (!lifted.count(idx))
+      if (!lifted.count(idx)) {
         e.fixedLiterals.push_back({idx, tokens[static_cast<size_t>(idx)].text});
+        fixed.insert(idx);
+      }
+    m.remember(jetSql, tokens, m.liftedTokens, fixed, t);
     if (m.cache.size() > 4096) m.cache.clear();
     m.cache[key] = std::move(e);
   }
