@@ -60,8 +60,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       if (p.type() == galvix::VarType::Double)
         sqlite3_bind_double(st, slot++, p.rawDouble());
       else if (p.type() == galvix::VarType::String)
-        sqlite3_bind_text(st, slot++, p.rawString().data(),
-                          static_cast<int>(p.rawString().size()), SQLITE_TRANSIENT);
+        sqlite3_bind_text(st, slot++, p.rawString().data(), static_cast<int>(p.rawString().size()),
+                          SQLITE_TRANSIENT);
       else
         sqlite3_bind_int64(st, slot++, p.rawInt());
     }
