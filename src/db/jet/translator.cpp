@@ -1241,7 +1241,11 @@ struct Translator::Impl {
     if (item.kind != Expr::Func || item.text != "count" || item.negated || item.args.size() != 1)
       return nullptr;
     Scope scope;
-    collect(*s.from[0], scope, nullptr);
+    try {
+      collect(*s.from[0], scope, nullptr);
+    } catch (const DbError&) {
+      return nullptr;
+    }
     const Expr& arg = *item.args[0];
     if (!innerJoinOfTables(*s.from[0], scope) ||
         (arg.kind != Expr::Star && arg.kind != Expr::Number && !isTableColumn(arg, scope)))
@@ -1267,46 +1271,52 @@ struct Translator::Impl {
     params.clear();
     liftedTokens.clear();
     lift = false;
-    scope.items = &s.items;
-    scope.expanding.assign(1, 0);
-    g->countSql = value(expr(item, scope));
-    scope.items = nullptr;
-    scope.expanding.clear();
-    g->fromSql = from(*s.from[0], scope, false);
-    g->fromParams = static_cast<int>(params.size());
-    std::set<std::string> keys;
     bool ok = true;
-    for (const Expr* e : terms) {
-      GroupedCount::Term term;
-      term.firstParam = static_cast<int>(params.size());
-      term.sql = cond(condition(*e, scope));
-      term.paramCount = static_cast<int>(params.size()) - term.firstParam;
-      if (e->kind == Expr::Binary && e->text == "=" && term.paramCount == 1 &&
-          params.back().type() == VarType::Long) {
-        const Expr* col = e->args[0].get();
-        const Expr* num = e->args[1].get();
-        if (col->kind == Expr::Number) std::swap(col, num);
-        if (num->kind == Expr::Number && isTableColumn(*col, scope)) {
-          Out c = column(*col, scope);
-          if (c.type == VarType::Integer || c.type == VarType::Long) {
-            term.keyColumn = c.sql;
-            ok = ok && keys.insert(lower(c.sql)).second;
+    // Whatever translated once translates again; a limit reached the second time only means
+    // no grouped form.
+    try {
+      scope.items = &s.items;
+      scope.expanding.assign(1, 0);
+      g->countSql = value(expr(item, scope));
+      scope.items = nullptr;
+      scope.expanding.clear();
+      g->fromSql = from(*s.from[0], scope, false);
+      g->fromParams = static_cast<int>(params.size());
+      std::set<std::string> keys;
+      for (const Expr* e : terms) {
+        GroupedCount::Term term;
+        term.firstParam = static_cast<int>(params.size());
+        term.sql = cond(condition(*e, scope));
+        term.paramCount = static_cast<int>(params.size()) - term.firstParam;
+        if (e->kind == Expr::Binary && e->text == "=" && term.paramCount == 1 &&
+            params.back().type() == VarType::Long) {
+          const Expr* col = e->args[0].get();
+          const Expr* num = e->args[1].get();
+          if (col->kind == Expr::Number) std::swap(col, num);
+          if (num->kind == Expr::Number && isTableColumn(*col, scope)) {
+            Out c = column(*col, scope);
+            if (c.type == VarType::Integer || c.type == VarType::Long) {
+              term.keyColumn = c.sql;
+              ok = ok && keys.insert(lower(c.sql)).second;
+            }
           }
         }
+        g->terms.push_back(std::move(term));
       }
-      g->terms.push_back(std::move(term));
+      // The same statement as translated, and its parameters in the same order.
+      std::vector<Variant> pieceParams = std::move(params);
+      params.clear();
+      std::string whereSql = cond(condition(*s.where, scope));
+      ok = ok && !keys.empty() &&
+           t.sql == "SELECT " + g->countSql + " AS " + ident(t.columnNames[0]) + " FROM " +
+                        g->fromSql + " WHERE " + whereSql &&
+           pieceParams.size() == t.params.size();
+      for (size_t i = 0; ok && i < pieceParams.size(); ++i)
+        ok = pieceParams[i].type() == t.params[i].type() &&
+             pieceParams[i].toString() == t.params[i].toString();
+    } catch (const DbError&) {
+      ok = false;
     }
-    // The same statement as translated, and its parameters in the same order.
-    std::vector<Variant> pieceParams = std::move(params);
-    params.clear();
-    std::string whereSql = cond(condition(*s.where, scope));
-    ok = ok && !keys.empty() &&
-         t.sql == "SELECT " + g->countSql + " AS " + ident(t.columnNames[0]) + " FROM " +
-                      g->fromSql + " WHERE " + whereSql &&
-         pieceParams.size() == t.params.size();
-    for (size_t i = 0; ok && i < pieceParams.size(); ++i)
-      ok = pieceParams[i].type() == t.params[i].type() &&
-           pieceParams[i].toString() == t.params[i].toString();
     params = std::move(savedParams);
     liftedTokens = std::move(savedLifted);
     inlinedTokens = std::move(savedInlined);
