@@ -1444,9 +1444,8 @@ Translation Translator::translate(std::string_view jetSql) {
       key += numberKind(t.text, v);
     } else if (t.kind == Token::String) {
       literalTokens.push_back(static_cast<int>(i));
-    } else if (t.kind == Token::Ident) {
-      for (char c : t.text) key += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     } else {
+      // Names as written: the translation writes them so ([InviteeS], `AS NUM`).
       key += t.text;
     }
     key += '\x1f';

@@ -107,6 +107,11 @@ TEST_F(ShapeCache, LiteralsThatShapeTheTranslationDoNotShare) {
       {"SELECT GuestID FROM GuestNames WHERE GroupID = 1",
        "SELECT GuestID FROM GuestNames "
        "WHERE GroupID = 1.5"},
+      // Names are written as they stand, so their case is part of the shape.
+      {"SELECT Count(0) AS n FROM Invitees WHERE PartyID = 0",
+       "SELECT Count(0) AS n FROM InviteeS WHERE PartyID = 1"},
+      {"SELECT GuestID AS Num FROM GuestNames WHERE GroupID = 1",
+       "SELECT GuestID AS NUM FROM GuestNames WHERE GroupID = 2"},
       // A sign is a token of its own: -1 and 1 are different shapes.
       {"SELECT GuestID FROM GuestNames WHERE GroupID = -1",
        "SELECT GuestID FROM GuestNames WHERE GroupID = 1"},
