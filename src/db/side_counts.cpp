@@ -198,8 +198,14 @@ std::shared_ptr<const Plan> SideCounts::answer(const Plan& plan, StatementCache&
     clear();
     return nullptr;
   }
-  auto it = shapes_.find(plan.sql);
-  if (it == shapes_.end()) it = shapes_.emplace(plan.sql, Shape{}).first;
+  // The SQL and which terms are keys: `GroupID = 2.5` reads as `GroupID = 2` does, unkeyed.
+  std::string shape;
+  shape.reserve(plan.sql.size() + plan.grouped->terms.size() + 1);
+  shape += plan.sql;
+  shape += '\0';
+  for (const auto& t : plan.grouped->terms) shape += t.keyColumn.empty() ? '0' : '1';
+  auto it = shapes_.find(shape);
+  if (it == shapes_.end()) it = shapes_.emplace(std::move(shape), Shape{}).first;
   Shape& s = it->second;
   if (s.off) return nullptr;
   if (!s.grouped) decide(s, plan);

@@ -25,6 +25,7 @@ class SideCountsTest : public ::testing::Test {
   SideCountsTest()
       : dir_(fs::temp_directory_path() / ("galvix_side_" + std::to_string(::getpid()))),
         f_((fs::create_directories(dir_), dir_ / "e.db").string()) {
+    f_.exec("BEGIN");
     const long e = f_.event();
     parties_ = {f_.party(e), f_.party(e)};
     // Groups of 0 to 3 guests, each guest invited to one or both parties, some not attending,
@@ -45,6 +46,7 @@ class SideCountsTest : public ::testing::Test {
     f_.invite(text, parties_[0]);
     f_.exec("UPDATE GuestNames SET GroupID = 'x" + std::to_string(groups_[2]) +
             "' WHERE GuestID = " + std::to_string(text));
+    f_.exec("COMMIT");
   }
   ~SideCountsTest() override { fs::remove_all(dir_); }
 
@@ -169,6 +171,24 @@ TEST_F(SideCountsTest, OtherShapesRunOnTheirOwn) {
     compare(make, &grouped);
     EXPECT_EQ(grouped, 0u) << make(1, 2);
   }
+}
+
+// `GroupID = 2.5` translates to the same SQL as `GroupID = 2` but is no key: it must not be
+// looked up among the grouped counts of the other.
+TEST_F(SideCountsTest, ASameTextWithAFractionIsNotAKey) {
+  RunScope run;
+  SideQueryLog log;
+  Connection c, alone;
+  c.open(f_.connectionString());
+  for (long g : groups_) first(c, kGuestCount + id(g) + " and PartyID = " + id(parties_[0]));
+  ASSERT_FALSE(log.answers.empty());
+  const std::string fraction = kGuestCount + id(groups_[3]) + ".5 and PartyID = " + id(parties_[0]);
+  const std::string whole = kGuestCount + id(groups_[3]) + ".0 and PartyID = " + id(parties_[0]);
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_EQ(first(c, fraction), "0");
+    EXPECT_EQ(first(c, whole), "3");
+  }
+  for (const auto& a : log.answers) EXPECT_EQ(a.grouped.toString(), a.alone.toString()) << a.sql;
 }
 
 TEST_F(SideCountsTest, WritesAndTransactionsDropTheCounts) {
