@@ -1,11 +1,16 @@
 // Translates arbitrary text as Jet SQL on an in-memory event database, then prepares and briefly
-// runs what came out. A DbError is the expected answer to bad input; anything else is a bug.
+// runs what came out. A DbError is the expected answer to bad input; anything else is a bug, as is
+// a translation served from the cache of statement shapes that differs from a fresh one.
 #include <sqlite3.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
 #include <string_view>
 
+#include "../tests/db/jet/both_ways.h"
 #include "data/schema.h"
 #include "db/connection.h"
 #include "db/jet/translator.h"
@@ -44,11 +49,28 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static Db d;
   const std::string_view sql(reinterpret_cast<const char*>(data), size);
   galvix::db::jet::Translation t;
+  std::string shared;
   try {
     t = d.translator->translate(sql);
-  } catch (const galvix::db::DbError&) {
-    return 0;
+    shared = galvix::db::testing::describe(t);
+  } catch (const galvix::db::DbError& e) {
+    shared = "error " + e.description();
   }
+  // The shared translator may answer from its cache of statement shapes (an earlier input of the
+  // same shape): that must be exactly what a fresh one makes of the text.
+  galvix::db::jet::Translator fresh(d.db);
+  std::string alone;
+  try {
+    alone = galvix::db::testing::describe(fresh.translate(sql));
+  } catch (const galvix::db::DbError& e) {
+    alone = "error " + e.description();
+  }
+  if (shared != alone) {
+    std::fprintf(stderr, "cached translation differs\ncached: %s\nfresh:  %s\n", shared.c_str(),
+                 alone.c_str());
+    std::abort();
+  }
+  if (shared.rfind("error ", 0) == 0) return 0;
   // A make-table or a drop would change the schema the next inputs see.
   if (t.kind != galvix::db::jet::StatementKind::Select) return 0;
   sqlite3_stmt* st = nullptr;
@@ -59,6 +81,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const auto& p : t.params) {
       if (p.type() == galvix::VarType::Double)
         sqlite3_bind_double(st, slot++, p.rawDouble());
+      else if (p.type() == galvix::VarType::String)
+        sqlite3_bind_text(st, slot++, p.rawString().data(), static_cast<int>(p.rawString().size()),
+                          SQLITE_TRANSIENT);
       else
         sqlite3_bind_int64(st, slot++, p.rawInt());
     }

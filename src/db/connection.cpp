@@ -6,6 +6,7 @@
 
 #include "db/connection_impl.h"
 #include "db/recordset_impl.h"
+#include "db/side_counts.h"
 #include "db/sqlite_util.h"
 
 #include "db/access/access_backend.h"
@@ -228,21 +229,28 @@ struct ConnectionImpl::TranslatorHolder {
   jet::Translator translator;
 };
 
-ConnectionImpl::ConnectionImpl(std::shared_ptr<sqlite3> db, std::vector<std::string> workTables)
+ConnectionImpl::ConnectionImpl(std::shared_ptr<sqlite3> db, std::vector<std::string> workTables,
+                               bool groupCounts)
     : db_(std::move(db)),
       statements_(std::make_shared<StatementCache>(db_)),
       translator_(std::make_unique<TranslatorHolder>(db_.get())),
-      workTables_(std::move(workTables)) {}
+      workTables_(std::move(workTables)),
+      sideCounts_(groupCounts ? std::make_unique<SideCounts>(db_.get()) : nullptr) {}
 
 ConnectionImpl::~ConnectionImpl() = default;
 
 std::shared_ptr<const Plan> ConnectionImpl::plan(std::string_view jetSql) {
+  if (auto* log = SideQueryLog::current()) log->statements.emplace_back(jetSql);
   if (auto it = plans_.find(jetSql); it != plans_.end()) {
     ++planHits_;
     return it->second;
   }
   auto p = std::make_shared<Plan>();
+  const std::size_t shapesBefore = translator_->translator.reused();
   jet::Translation t = translator_->translator.translate(jetSql);
+  // A statement whose literals were bound into a translation of its shape is most likely one of
+  // a run of per-row statements, each text seen once: its shape serves it again cheaply enough.
+  const bool perRow = translator_->translator.reused() != shapesBefore && !t.params.empty();
   p->sql = std::move(t.sql);
   p->params = std::move(t.params);
   switch (t.kind) {
@@ -268,10 +276,18 @@ std::shared_ptr<const Plan> ConnectionImpl::plan(std::string_view jetSql) {
     p->sql.insert(kCreate.size() - 6, "TEMP ");
   p->columnNames = std::move(t.columnNames);
   p->columnTypes = std::move(t.columnTypes);
+  p->grouped = std::move(t.grouped);
   // A crosstab's columns depend on the data: it is translated afresh each time.
-  if (!t.cacheable) return p;
+  if (!t.cacheable || perRow) return p;
   if (plans_.size() >= kMaxPlans) plans_.clear();
   plans_.emplace(std::string(jetSql), p);
+  return p;
+}
+
+std::shared_ptr<const Plan> ConnectionImpl::readPlan(std::string_view jetSql) {
+  std::shared_ptr<const Plan> p = plan(jetSql);
+  if (sideCounts_ && p->grouped)
+    if (auto answer = sideCounts_->answer(*p, *statements_, jetSql)) return answer;
   return p;
 }
 
@@ -287,6 +303,8 @@ long ConnectionImpl::execute(std::string_view jetSql) {
 }
 
 long ConnectionImpl::run(const Plan& plan, std::string_view jetSql) {
+  // A statement that reads no rows may write: no count kept holds after it.
+  if (sideCounts_) sideCounts_->clear();
   const Plan* p = &plan;
   std::string written(jetSql);
   bool translated = p->sql != written;
@@ -380,8 +398,8 @@ void Connection::open(std::string_view connectionString) {
             [](void* s) { return static_cast<RunScope::State*>(s)->interrupt() ? 1 : 0; }, scope);
     }
   }
-  impl_ = std::make_unique<ConnectionImpl>(std::move(db),
-                                           scope ? scope->workTables : std::vector<std::string>{});
+  impl_ = std::make_unique<ConnectionImpl>(
+      std::move(db), scope ? scope->workTables : std::vector<std::string>{}, scope != nullptr);
   connectionString_ = std::string(connectionString);
 }
 

@@ -15,6 +15,11 @@
 
 namespace galvix::db {
 
+namespace jet {
+struct GroupedCount;
+}
+class SideCounts;
+
 enum class PlanKind { Select, MakeTable, DropTable, Other };
 
 // A Jet statement made ready for SQLite: the SQL to run, its bound values and what it returns.
@@ -25,6 +30,7 @@ struct Plan {
   std::string targetTable;
   std::vector<std::string> columnNames;  // empty: SQLite's names
   std::vector<VarType> columnTypes;      // empty or Empty entries: from the declared types
+  std::shared_ptr<const jet::GroupedCount> grouped;  // a count a grouped query can answer
 };
 
 // Hash for maps keyed by std::string that are looked up by string_view without a copy.
@@ -69,8 +75,10 @@ struct RunScope::State {
 
 class ConnectionImpl {
  public:
-  // `workTables`: make-table targets made as temporary tables of this handle.
-  explicit ConnectionImpl(std::shared_ptr<sqlite3> db, std::vector<std::string> workTables = {});
+  // `workTables`: make-table targets made as temporary tables of this handle. `groupCounts`:
+  // counts run once per row are answered from one grouped query (a run's connections).
+  explicit ConnectionImpl(std::shared_ptr<sqlite3> db, std::vector<std::string> workTables = {},
+                          bool groupCounts = false);
   ~ConnectionImpl();
 
   sqlite3* db() const { return db_.get(); }
@@ -79,6 +87,8 @@ class ConnectionImpl {
 
   // The translation of `jetSql`, from the cache when it was translated before.
   std::shared_ptr<const Plan> plan(std::string_view jetSql);
+  // What a recordset runs for `jetSql`: its plan, or its count read from a grouped query.
+  std::shared_ptr<const Plan> readPlan(std::string_view jetSql);
   // Runs a statement reading no result; returns the rows changed.
   long execute(std::string_view jetSql);
   // Runs a plan; `written` is the text the caller gave (for errors).
@@ -96,6 +106,7 @@ class ConnectionImpl {
   struct TranslatorHolder;
   std::unique_ptr<TranslatorHolder> translator_;
   std::vector<std::string> workTables_;
+  std::unique_ptr<SideCounts> sideCounts_;
 };
 
 // The file a connection string names: the Data Source of a Jet style string, or the string itself.

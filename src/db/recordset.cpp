@@ -192,7 +192,7 @@ Recordset::~Recordset() = default;
 void Recordset::open(std::string_view jetSql, Connection& conn, CursorType cursor) {
   close();
   if (!conn.isOpen()) throw DbError(kErrState, kClosed, std::string(jetSql));
-  openPlan(conn.impl().plan(jetSql), jetSql, conn, cursor);
+  openPlan(conn.impl().readPlan(jetSql), jetSql, conn, cursor);
 }
 
 void Recordset::openNative(std::string_view sqliteSql, Connection& conn, CursorType cursor) {

@@ -145,7 +145,11 @@ std::string literal(const Variant& v) {
     return s;
   }
   if (v.isNull()) return "NULL";
-  if (v.type() == VarType::String) return "'" + v.toString() + "'";
+  if (v.type() == VarType::String) {
+    std::string q = "'";
+    for (char c : v.rawString()) q += c == '\'' ? std::string("''") : std::string(1, c);
+    return q + "'";
+  }
   return std::to_string(v.rawInt());
 }
 

@@ -16,6 +16,9 @@ struct Token {
 };
 
 std::vector<Token> lex(std::string_view sql);  // throws DbError on a bad character or string
+// The number or text literal at offset `i` as lex() reads it: its end, or npos when none starts
+// there or the text is not closed.
+std::size_t literalAt(std::string_view sql, std::size_t i, Token& token);
 
 struct Select;
 
@@ -47,7 +50,7 @@ struct Expr {
   std::vector<std::unique_ptr<Expr>> args;
   std::shared_ptr<Select> sub;
   int pos = 0;
-  int tokenIndex = -1;  // Number literals: index of the token (for plan reuse)
+  int tokenIndex = -1;  // Number and String literals: index of the token (for plan reuse)
 };
 using ExprPtr = std::unique_ptr<Expr>;
 

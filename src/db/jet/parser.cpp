@@ -541,6 +541,7 @@ class Parser {
       case Token::String:
         e->kind = Expr::String;
         e->text = t.text;
+        e->tokenIndex = static_cast<int>(pos_);
         next();
         return e;
       case Token::Date: {
@@ -652,8 +653,52 @@ bool isAggregateName(std::string_view n) {
          n == "last" || n == "stdev" || n == "var";
 }
 
+std::size_t literalAt(std::string_view sql, std::size_t i, Token& token) {
+  const auto digit = [&](std::size_t k) {
+    return k < sql.size() && std::isdigit(static_cast<unsigned char>(sql[k]));
+  };
+  if (i >= sql.size()) return std::string_view::npos;
+  const char c = sql[i];
+  token.pos = static_cast<int>(i);
+  if (digit(i) || (c == '.' && digit(i + 1))) {
+    size_t b = i;
+    while (digit(i)) ++i;
+    if (i < sql.size() && sql[i] == '.') {
+      ++i;
+      while (digit(i)) ++i;
+    }
+    if (i < sql.size() && (sql[i] == 'e' || sql[i] == 'E')) {
+      size_t j = i + 1;
+      if (j < sql.size() && (sql[j] == '+' || sql[j] == '-')) ++j;
+      if (digit(j)) {
+        i = j;
+        while (digit(i)) ++i;
+      }
+    }
+    token.kind = Token::Number;
+    token.text.assign(sql.substr(b, i - b));
+    return i;
+  }
+  if (c != '\'' && c != '"') return std::string_view::npos;
+  token.kind = Token::String;
+  token.text.clear();
+  for (size_t j = i + 1; j < sql.size();) {
+    if (sql[j] == c) {
+      if (j + 1 < sql.size() && sql[j + 1] == c) {
+        token.text += c;
+        j += 2;
+        continue;
+      }
+      return j + 1;
+    }
+    token.text += sql[j++];
+  }
+  return std::string_view::npos;
+}
+
 std::vector<Token> lex(std::string_view sql) {
   std::vector<Token> out;
+  out.reserve(sql.size() / 4 + 2);
   size_t i = 0;
   while (i < sql.size()) {
     unsigned char c = static_cast<unsigned char>(sql[i]);
@@ -662,24 +707,15 @@ std::vector<Token> lex(std::string_view sql) {
       ++i;
       continue;
     }
-    if (std::isdigit(c) ||
-        (c == '.' && i + 1 < sql.size() && std::isdigit(static_cast<unsigned char>(sql[i + 1])))) {
-      size_t b = i;
-      while (i < sql.size() && std::isdigit(static_cast<unsigned char>(sql[i]))) ++i;
-      if (i < sql.size() && sql[i] == '.') {
-        ++i;
-        while (i < sql.size() && std::isdigit(static_cast<unsigned char>(sql[i]))) ++i;
+    if (std::isdigit(c) || c == '.' || c == '\'' || c == '"') {
+      Token t;
+      size_t end = literalAt(sql, i, t);
+      if (end == std::string_view::npos && c != '.') syntaxError(sql, pos, "(unterminated string)");
+      if (end != std::string_view::npos) {
+        out.push_back(std::move(t));
+        i = end;
+        continue;
       }
-      if (i < sql.size() && (sql[i] == 'e' || sql[i] == 'E')) {
-        size_t j = i + 1;
-        if (j < sql.size() && (sql[j] == '+' || sql[j] == '-')) ++j;
-        if (j < sql.size() && std::isdigit(static_cast<unsigned char>(sql[j]))) {
-          i = j;
-          while (i < sql.size() && std::isdigit(static_cast<unsigned char>(sql[i]))) ++i;
-        }
-      }
-      out.push_back({Token::Number, std::string(sql.substr(b, i - b)), pos});
-      continue;
     }
     if (identStart(c)) {
       size_t b = i;
@@ -692,25 +728,6 @@ std::vector<Token> lex(std::string_view sql) {
       if (e == std::string_view::npos) syntaxError(sql, pos, "(missing ']')");
       out.push_back({Token::Bracketed, std::string(sql.substr(i + 1, e - i - 1)), pos});
       i = e + 1;
-      continue;
-    }
-    if (c == '\'' || c == '"') {
-      std::string s;
-      size_t j = i + 1;
-      for (;;) {
-        if (j >= sql.size()) syntaxError(sql, pos, "(unterminated string)");
-        if (static_cast<unsigned char>(sql[j]) == c) {
-          if (j + 1 < sql.size() && static_cast<unsigned char>(sql[j + 1]) == c) {
-            s += sql[j];
-            j += 2;
-            continue;
-          }
-          break;
-        }
-        s += sql[j++];
-      }
-      out.push_back({Token::String, s, pos});
-      i = j + 1;
       continue;
     }
     if (c == '#') {

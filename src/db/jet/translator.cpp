@@ -4,7 +4,9 @@
 #include <cctype>
 #include <cmath>
 #include <cstdio>
+#include <deque>
 #include <map>
+#include <optional>
 #include <set>
 #include <unordered_map>
 
@@ -34,6 +36,15 @@ std::string quote(std::string_view s) {
     o += c;
   }
   return o + "'";
+}
+
+// How number() types a literal: a whole number that fits 16 or 32 bits, or a Double. The type
+// can change the translation (IIf(c, 1, 2) is known to be a number, IIf(c, 1, 2.5) is not), so
+// literals of different kinds never share a shape.
+char numberKind(const std::string& text, double& value) {
+  value = std::strtod(text.c_str(), nullptr);
+  bool integral = text.find_first_of(".eE") == std::string::npos && value <= 2147483647.0;
+  return !integral ? 'd' : value <= 32767 ? 'i' : 'l';
 }
 
 std::string numberLiteral(double d) {
@@ -151,17 +162,37 @@ struct Translator::Impl {
 
   struct CacheEntry {
     Translation t;
-    std::vector<int> lifted;                                // token indices, in parameter order
-    std::vector<std::pair<int, std::string>> fixedNumbers;  // other number tokens
+    std::vector<int> lifted;                                 // token indices, in parameter order
+    std::vector<std::pair<int, std::string>> fixedLiterals;  // other literal tokens
   };
   std::unordered_map<std::string, CacheEntry> cache;
+
+  // Statements translated lately, kept as templates. A statement that matches one outside its
+  // lifted literals, where it has literals of the same kinds (as lex() reads them), has the
+  // template's tokens but for those values: the template's translation serves it, unlexed.
+  struct Template {
+    struct Span {
+      std::size_t begin = 0, end = 0;
+      char kind = 0;            // numberKind()'s letter, or 's' for text
+      std::vector<int> params;  // the parameters it gives its value to
+    };
+    std::string text;
+    std::vector<Span> spans;  // in the text's order
+    Translation t;
+  };
+  std::deque<Template> templates;
+  static constexpr std::size_t kTemplates = 4;
 
   // Per translation.
   std::string_view sql;
   const std::vector<Token>* tokens = nullptr;
   std::vector<Variant> params;
   std::vector<int> liftedTokens;
+  // Literal tokens written into the text: a cached translation holds their values, so they
+  // must match for it to be reused (even when the same token is also lifted elsewhere).
+  std::vector<int> inlinedTokens;
   bool lift = false;
+  std::size_t reused = 0;
   int exprCounter = 0;
   int aliasExpansions = 0;
   static constexpr int kMaxAliasExpansions = 20000;
@@ -182,6 +213,7 @@ struct Translator::Impl {
       knownVersion = v;
       tables.clear();
       cache.clear();
+      templates.clear();
     }
   }
 
@@ -375,7 +407,20 @@ struct Translator::Impl {
       liftedTokens.push_back(e.tokenIndex);
       return {"?", t, false};
     }
+    if (e.tokenIndex >= 0) inlinedTokens.push_back(e.tokenIndex);
     return {integral ? e.text : numberLiteral(e.num), t, false};
+  }
+
+  // Text is lifted as numbers are: a bound text value compares, matches and converts exactly as
+  // the same text written as a literal.
+  Out string(const Expr& e) {
+    if (lift && e.tokenIndex >= 0) {
+      params.push_back(Variant::string(e.text));
+      liftedTokens.push_back(e.tokenIndex);
+      return {"?", VarType::String, false};
+    }
+    if (e.tokenIndex >= 0) inlinedTokens.push_back(e.tokenIndex);
+    return {quote(e.text), VarType::String, false};
   }
 
   Out func(const Expr& e, const Scope& scope) {
@@ -475,7 +520,7 @@ struct Translator::Impl {
       case Expr::Number:
         return number(e);
       case Expr::String:
-        return {quote(e.text), VarType::String, false};
+        return string(e);
       case Expr::DateLit:
         return {numberLiteral(e.num), VarType::Date, false};
       case Expr::Bool:
@@ -995,6 +1040,9 @@ struct Translator::Impl {
       const Variant& v = qparams[i];
       if (v.type() == VarType::Double)
         sqlite3_bind_double(st, static_cast<int>(i) + 1, v.rawDouble());
+      else if (v.type() == VarType::String)
+        sqlite3_bind_text(st, static_cast<int>(i) + 1, v.rawString().data(),
+                          static_cast<int>(v.rawString().size()), SQLITE_TRANSIENT);
       else
         sqlite3_bind_int64(st, static_cast<int>(i) + 1, v.rawInt());
     }
@@ -1122,6 +1170,223 @@ struct Translator::Impl {
     return t;
   }
 
+  // ---- Counts one grouped query can answer ----
+
+  // A column of one of the FROM clause's tables, as column() finds it in a WHERE or ON clause.
+  static bool isTableColumn(const Expr& e, const Scope& scope) {
+    if (e.kind != Expr::Column || e.bracketedDot) return false;
+    if (!e.table.empty()) {
+      const Source* src = scope.find(e.table);
+      return src && src->info && src->info->find(e.text);
+    }
+    for (const auto& src : scope.sources)
+      if (src.info && src.info->find(e.text)) return true;
+    return false;
+  }
+
+  // Columns and literals compared, joined by And, Or and Not: nothing that can fail on a row
+  // (a division, a function) or differ from one call to the next. A grouped count evaluates such
+  // a condition on every row, where each count on its own might never reach some of them.
+  static bool plainCondition(const Expr& e, const Scope& scope) {
+    auto all = [&](size_t from) {
+      for (size_t i = from; i < e.args.size(); ++i)
+        if (!plainCondition(*e.args[i], scope)) return false;
+      return true;
+    };
+    switch (e.kind) {
+      case Expr::Number:
+      case Expr::String:
+      case Expr::DateLit:
+      case Expr::Bool:
+      case Expr::Null:
+        return true;
+      case Expr::Column:
+        return isTableColumn(e, scope);
+      case Expr::Unary:
+        return (e.text == "not" || e.text == "-") && all(0);
+      case Expr::Binary: {
+        static const std::set<std::string> ops = {"and", "or", "=", "<>", "<", ">", "<=", ">="};
+        return ops.count(e.text) && all(0);
+      }
+      case Expr::Between:
+      case Expr::InList:
+      case Expr::IsNull:
+        return all(0);
+      default:
+        return false;
+    }
+  }
+
+  static bool innerJoinOfTables(const TableRef& r, const Scope& scope) {
+    if (r.kind == TableRef::Table) return true;
+    return r.kind == TableRef::Join && r.joinType == "inner" && r.on &&
+           innerJoinOfTables(*r.left, scope) && innerJoinOfTables(*r.right, scope) &&
+           plainCondition(*r.on, scope);
+  }
+
+  // `SELECT Count(x) FROM tables inner joined WHERE a And b And ...` where some terms are
+  // `table column = whole number` on integer columns: its pieces, so that the connection can
+  // group by those columns (docs/db.md). Null for anything else.
+  std::shared_ptr<const GroupedCount> groupedForm(const Statement& st, const Translation& t) {
+    if (st.kind != Statement::Query || st.transformValue || st.selects.size() != 1 ||
+        t.kind != StatementKind::Select || t.columnNames.size() != 1)
+      return nullptr;
+    const Select& s = *st.selects[0];
+    // DISTINCTROW does nothing to an aggregate; anything else that shapes the one row is out.
+    if (s.distinct || s.top >= 0 || !s.into.empty() || !s.groupBy.empty() || s.having ||
+        !s.orderBy.empty() || !s.unionWith.empty() || s.items.size() != 1 || !s.where ||
+        s.from.size() != 1)
+      return nullptr;
+    const Expr& item = *s.items[0].expr;
+    if (item.kind != Expr::Func || item.text != "count" || item.negated || item.args.size() != 1)
+      return nullptr;
+    Scope scope;
+    try {
+      collect(*s.from[0], scope, nullptr);
+    } catch (const DbError&) {
+      return nullptr;
+    }
+    const Expr& arg = *item.args[0];
+    if (!innerJoinOfTables(*s.from[0], scope) ||
+        (arg.kind != Expr::Star && arg.kind != Expr::Number && !isTableColumn(arg, scope)))
+      return nullptr;
+    std::vector<const Expr*> terms;
+    auto split = [&](auto&& self, const Expr& e) -> void {
+      if (e.kind == Expr::Binary && e.text == "and") {
+        self(self, *e.args[0]);
+        self(self, *e.args[1]);
+      } else {
+        terms.push_back(&e);
+      }
+    };
+    split(split, *s.where);
+    for (const Expr* e : terms)
+      if (!plainCondition(*e, scope)) return nullptr;
+
+    // The pieces again, in the order selectParts writes them (their parameters in that order).
+    auto g = std::make_shared<GroupedCount>();
+    std::vector<Variant> savedParams = std::move(params);
+    std::vector<int> savedLifted = std::move(liftedTokens), savedInlined = inlinedTokens;
+    bool savedLift = lift;
+    params.clear();
+    liftedTokens.clear();
+    lift = false;
+    bool ok = true;
+    // Whatever translated once translates again; a limit reached the second time only means
+    // no grouped form.
+    try {
+      scope.items = &s.items;
+      scope.expanding.assign(1, 0);
+      g->countSql = value(expr(item, scope));
+      scope.items = nullptr;
+      scope.expanding.clear();
+      g->fromSql = from(*s.from[0], scope, false);
+      g->fromParams = static_cast<int>(params.size());
+      std::set<std::string> keys;
+      for (const Expr* e : terms) {
+        GroupedCount::Term term;
+        term.firstParam = static_cast<int>(params.size());
+        term.sql = cond(condition(*e, scope));
+        term.paramCount = static_cast<int>(params.size()) - term.firstParam;
+        if (e->kind == Expr::Binary && e->text == "=" && term.paramCount == 1 &&
+            params.back().type() == VarType::Long) {
+          const Expr* col = e->args[0].get();
+          const Expr* num = e->args[1].get();
+          if (col->kind == Expr::Number) std::swap(col, num);
+          if (num->kind == Expr::Number && isTableColumn(*col, scope)) {
+            Out c = column(*col, scope);
+            if (c.type == VarType::Integer || c.type == VarType::Long) {
+              term.keyColumn = c.sql;
+              ok = ok && keys.insert(lower(c.sql)).second;
+            }
+          }
+        }
+        g->terms.push_back(std::move(term));
+      }
+      // The same statement as translated, and its parameters in the same order.
+      std::vector<Variant> pieceParams = std::move(params);
+      params.clear();
+      std::string whereSql = cond(condition(*s.where, scope));
+      ok = ok && !keys.empty() &&
+           t.sql == "SELECT " + g->countSql + " AS " + ident(t.columnNames[0]) + " FROM " +
+                        g->fromSql + " WHERE " + whereSql &&
+           pieceParams.size() == t.params.size();
+      for (size_t i = 0; ok && i < pieceParams.size(); ++i)
+        ok = pieceParams[i].type() == t.params[i].type() &&
+             pieceParams[i].toString() == t.params[i].toString();
+    } catch (const DbError&) {
+      ok = false;
+    }
+    params = std::move(savedParams);
+    liftedTokens = std::move(savedLifted);
+    inlinedTokens = std::move(savedInlined);
+    lift = savedLift;
+    return ok ? g : nullptr;
+  }
+
+  // ---- Templates ----
+
+  // `lifted`: the token of each parameter; `fixed`: literal tokens whose text must match.
+  void remember(std::string_view text, const std::vector<Token>& tokens,
+                const std::vector<int>& lifted, const std::set<int>& fixed, const Translation& t) {
+    std::map<int, std::vector<int>> byToken;  // in the text's order
+    for (size_t p = 0; p < lifted.size(); ++p)
+      if (!fixed.count(lifted[p])) byToken[lifted[p]].push_back(static_cast<int>(p));
+    if (byToken.empty()) return;
+    Template tp;
+    for (auto& [idx, ps] : byToken) {
+      const Token& tok = tokens[static_cast<size_t>(idx)];
+      Token scratch;
+      const std::size_t end = literalAt(text, static_cast<std::size_t>(tok.pos), scratch);
+      double v;
+      if (end == std::string_view::npos) return;
+      tp.spans.push_back({static_cast<std::size_t>(tok.pos), end,
+                          tok.kind == Token::String ? 's' : numberKind(tok.text, v), ps});
+    }
+    tp.text = text;
+    tp.t = t;
+    templates.push_front(std::move(tp));
+    if (templates.size() > kTemplates) templates.pop_back();
+  }
+
+  std::optional<Translation> fromTemplate(std::string_view text) {
+    Token lit;
+    for (auto it = templates.begin(); it != templates.end(); ++it) {
+      const std::string_view tt = it->text;
+      std::vector<Variant> values = it->t.params;
+      std::size_t a = 0, b = 0;
+      bool ok = true;
+      for (const auto& sp : it->spans) {
+        const std::size_t len = sp.begin - a;
+        if (text.substr(b, len) != tt.substr(a, len)) {
+          ok = false;
+          break;
+        }
+        b += len;
+        const std::size_t end = literalAt(text, b, lit);
+        double v = 0;
+        if (end == std::string_view::npos ||
+            (lit.kind == Token::String ? 's' : numberKind(lit.text, v)) != sp.kind) {
+          ok = false;
+          break;
+        }
+        const Variant value = lit.kind == Token::String ? Variant::string(lit.text)
+                              : sp.kind == 'd'          ? Variant::dbl(v)
+                                               : Variant::longInt(static_cast<std::int32_t>(v));
+        for (int p : sp.params) values[static_cast<size_t>(p)] = value;
+        a = sp.end;
+        b = end;
+      }
+      if (!ok || text.substr(b) != tt.substr(a)) continue;
+      ++reused;
+      Translation t = it->t;
+      t.params = std::move(values);
+      std::rotate(templates.begin(), it, std::next(it));
+      return t;
+    }
+    return std::nullopt;
+  }
+
   Translation translateTree(const Statement& st) {
     if (st.kind == Statement::Drop) {
       Translation t;
@@ -1153,40 +1418,57 @@ Translator::~Translator() = default;
 void Translator::schemaChanged() {
   impl_->tables.clear();
   impl_->cache.clear();
+  impl_->templates.clear();
+}
+
+std::size_t Translator::reused() const {
+  return impl_->reused;
 }
 
 Translation Translator::translate(std::string_view jetSql) {
   Impl& m = *impl_;
   m.checkSchema();
+  if (auto t = m.fromTemplate(jetSql)) return std::move(*t);
   std::vector<Token> tokens = lex(jetSql);
-  // Statements that differ only in numeric literals share one translation.
+  // The statement's shape: its tokens with each literal's value left out (a number keeps its
+  // kind). Statements of one shape share a translation when the literals written into it match.
   std::string key;
-  std::vector<int> numberTokens;
+  key.reserve(jetSql.size() + 3 * tokens.size());
+  std::vector<int> literalTokens;
   for (size_t i = 0; i < tokens.size(); ++i) {
     const Token& t = tokens[i];
     key += static_cast<char>('A' + t.kind);
     if (t.kind == Token::Number) {
-      numberTokens.push_back(static_cast<int>(i));
-      key += '#';
+      double v;
+      literalTokens.push_back(static_cast<int>(i));
+      key += numberKind(t.text, v);
+    } else if (t.kind == Token::String) {
+      literalTokens.push_back(static_cast<int>(i));
     } else {
-      key += t.kind == Token::Ident ? lower(t.text) : t.text;
+      // Names as written: the translation writes them so ([InviteeS], `AS NUM`).
+      key += t.text;
     }
     key += '\x1f';
   }
   auto paramOf = [&](int idx) {
-    const std::string& text = tokens[static_cast<size_t>(idx)].text;
-    double d = std::strtod(text.c_str(), nullptr);
-    bool integral = text.find_first_of(".eE") == std::string::npos && d <= 2147483647.0;
-    return integral ? Variant::longInt(static_cast<std::int32_t>(d)) : Variant::dbl(d);
+    const Token& t = tokens[static_cast<size_t>(idx)];
+    if (t.kind == Token::String) return Variant::string(t.text);
+    double d;
+    return numberKind(t.text, d) == 'd' ? Variant::dbl(d)
+                                        : Variant::longInt(static_cast<std::int32_t>(d));
   };
   if (auto it = m.cache.find(key); it != m.cache.end()) {
     bool same = true;
-    for (const auto& [idx, text] : it->second.fixedNumbers)
+    for (const auto& [idx, text] : it->second.fixedLiterals)
       if (tokens[static_cast<size_t>(idx)].text != text) same = false;
     if (same) {
+      ++m.reused;
       Translation t = it->second.t;
       t.params.clear();
       for (int idx : it->second.lifted) t.params.push_back(paramOf(idx));
+      std::set<int> fixed;
+      for (const auto& f : it->second.fixedLiterals) fixed.insert(f.first);
+      m.remember(jetSql, tokens, it->second.lifted, fixed, t);
       return t;
     }
   }
@@ -1194,19 +1476,25 @@ Translation Translator::translate(std::string_view jetSql) {
   m.tokens = &tokens;
   m.params.clear();
   m.liftedTokens.clear();
+  m.inlinedTokens.clear();
   m.lift = false;
   m.aliasExpansions = 0;
   Statement st = parse(jetSql, tokens);
   Translation t = m.translateTree(st);
   t.params = m.params;
   if (t.cacheable) {
+    t.grouped = m.groupedForm(st, t);
     Impl::CacheEntry e;
     e.t = t;
     e.lifted = m.liftedTokens;
-    std::set<int> lifted(m.liftedTokens.begin(), m.liftedTokens.end());
-    for (int idx : numberTokens)
-      if (!lifted.count(idx))
-        e.fixedNumbers.push_back({idx, tokens[static_cast<size_t>(idx)].text});
+    std::set<int> lifted(m.liftedTokens.begin(), m.liftedTokens.end()), fixed;
+    for (int idx : m.inlinedTokens) lifted.erase(idx);
+    for (int idx : literalTokens)
+      if (!lifted.count(idx)) {
+        e.fixedLiterals.push_back({idx, tokens[static_cast<size_t>(idx)].text});
+        fixed.insert(idx);
+      }
+    m.remember(jetSql, tokens, m.liftedTokens, fixed, t);
     if (m.cache.size() > 4096) m.cache.clear();
     m.cache[key] = std::move(e);
   }

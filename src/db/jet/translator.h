@@ -21,14 +21,30 @@ namespace galvix::db::jet {
 
 enum class StatementKind { Select, MakeTable, DropTable, Other };
 
+// A count whose WHERE is terms ANDed together, some of them `column = whole number`: one query
+// grouped by those columns answers it for every value of theirs (docs/db.md says when).
+struct GroupedCount {
+  struct Term {
+    std::string sql;     // the term as SQLite SQL (a truth value)
+    int firstParam = 0;  // its parameters: params[firstParam, firstParam + paramCount)
+    int paramCount = 0;
+    std::string keyColumn;  // a keyed term: the column (its one parameter is the value)
+  };
+  std::string countSql;  // "count(1)"
+  std::string fromSql;   // after FROM; its parameters come first
+  int fromParams = 0;
+  std::vector<Term> terms;  // in order; at least one is keyed
+};
+
 struct Translation {
   std::string sql;              // SQLite SQL, with ? for params (several statements for INTO)
-  std::vector<Variant> params;  // bound in order (numeric literals lifted out for plan reuse)
+  std::vector<Variant> params;  // bound in order (literals in conditions lifted for plan reuse)
   StatementKind kind = StatementKind::Select;
   std::string targetTable;               // make-table / drop target
   std::vector<std::string> columnNames;  // result names as Jet names them (empty: SQLite's)
   std::vector<VarType> columnTypes;      // Empty where unknown
   bool cacheable = true;  // false when the translation depends on the data (crosstabs)
+  std::shared_ptr<const GroupedCount> grouped;  // set when the statement is such a count
 };
 
 class Translator {
@@ -42,6 +58,9 @@ class Translator {
   Translation translate(std::string_view jetSql);
   // Drops what the translator knows of the schema (after CREATE/DROP).
   void schemaChanged();
+  // Translations served from the cache of statement shapes (statements that differ only in
+  // lifted literals share one).
+  std::size_t reused() const;
 
  private:
   struct Impl;
