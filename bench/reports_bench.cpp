@@ -11,8 +11,10 @@
 // size is written by a process of its own too. Before the timed run a process writes a one-page
 // PDF, so font setup (paid once by a process that renders many reports) is not counted.
 //
-//   ./build/<dir>/bench/reports_bench [--runs N] [--timeout S] [--report NAME ...] [guests...]
-//   (default: 2000 20000 100000 guests, 3 runs (medians), 300 s per run)
+//   ./build/<dir>/bench/reports_bench [--runs N] [--timeout S] [--report NAME ...]
+//                                     [--statements] [guests...]
+//   (default: 2000 20000 100000 guests, 3 runs (medians), 300 s per run; --statements prints
+//   each distinct statement a report ran, as SQLite got it, with how often, to stderr)
 #include <poll.h>
 #include <sqlite3.h>
 #include <sys/resource.h>
@@ -41,6 +43,8 @@ using namespace galvix;
 namespace fs = std::filesystem;
 
 namespace {
+
+bool g_printStatements = false;
 
 double msSince(std::chrono::steady_clock::time_point t) {
   return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t).count();
@@ -186,6 +190,12 @@ Result runReport(const frame::CatalogueEntry& e, const std::string& db,
     res.pages = static_cast<int>(d.pages.size());
     d = {};
     res.statements = static_cast<long>(log.size());
+    if (g_printStatements) {
+      std::map<std::string, int> seen;
+      for (const auto& l : log) ++seen[l.sql];
+      for (const auto& [sql, n] : seen)
+        std::fprintf(stderr, "-- %s: %d x\n%s;\n", e.name.c_str(), n, sql.c_str());
+    }
     res.floorMs = replay(db, log, res.replayFailures);
     res.ok = 1;
   } catch (const std::exception& ex) {
@@ -310,6 +320,8 @@ int main(int argc, char** argv) {
       runs = std::max(1, std::atoi(argv[++i]));
     else if (a == "--timeout" && i + 1 < argc)
       timeoutS = std::max(1, std::atoi(argv[++i]));
+    else if (a == "--statements")
+      g_printStatements = true;
     else if (a == "--report" && i + 1 < argc)
       only.push_back(argv[++i]);
     else
