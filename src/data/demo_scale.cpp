@@ -576,10 +576,11 @@ bool ScaleWedding::travels(long partyId) const {
 
 void ScaleWedding::place(long partyId, bool child, InviteeSpec& s) {
   Party* p = find(partyId);
+  if (!p) return;  // the gala's: the classic demo's own
   s.menuId = 0;
   s.tableId = 0;
   s.seat = 0;
-  if (!p || !s.attending) return;
+  if (!s.attending) return;
   if (!p->menus.empty()) {
     const int adultMenus = static_cast<int>(p->menus.size()) - (p->kids ? 1 : 0);
     if (child && p->kids)

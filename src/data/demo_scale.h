@@ -85,7 +85,8 @@ class ScaleWedding {
   std::vector<ScaleParty> partiesFor(bool family);
   // Whether an invitation to the party books travel and lodging (the classic parties do).
   bool travels(long partyId) const;
-  // Fills in the menu, table and seat of one invitee; children get the children's menu.
+  // Fills in the menu, table and seat of one invitee of a wedding party; children get the
+  // children's menu. Leaves other parties' invitees as they are.
   void place(long partyId, bool child, InviteeSpec& s);
 
  private:

@@ -100,6 +100,11 @@ TEST_F(ScaleDemo, EveryoneWhoComesHasAMealAndASeatWhereThePartySeats) {
       "SELECT count(*) FROM Invitees WHERE Attending <> 0 AND MenuID IS NOT NULL AND PartyID IN " +
       partyOf);
   EXPECT_GT(withMeal / coming, 0.9);
+  // The gala keeps its own meals.
+  EXPECT_GT(num("SELECT count(*) FROM Invitees JOIN Parties ON Parties.PartyID = "
+                "Invitees.PartyID WHERE Invitees.MenuID IS NOT NULL AND Parties.EventID = " +
+                std::to_string(summary_.galaEventId)),
+            0);
   EXPECT_EQ(num("SELECT count(*) FROM Invitees WHERE Attending = 0 AND (MenuID IS NOT NULL OR "
                 "TableID <> 0) AND PartyID IN " +
                 partyOf),
