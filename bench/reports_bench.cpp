@@ -68,6 +68,9 @@ struct Result {
 
 struct DbInfo {
   long weddingEventId = 0, receptionPartyId = 0;
+  int partyCount = 0;  // the wedding's parties, in id order (for the all-parties guest list)
+  long partyIds[24] = {};
+  char partyNames[24][48] = {};
   long roomPlanPartyId = 0, quoteEventId = 0, invoiceId = 0;
   int guests = 0, groups = 0, parties = 0;
   long invitations = 0;
@@ -170,19 +173,37 @@ void warmUp(const fs::path& dir) {
   writePdf(d, (dir / "warm.pdf").string());
 }
 
+// One report run; with `parties`, one run per party whose pages go one after the other into one
+// file, as `galvix render --all-parties` prints them.
 Result runReport(const frame::CatalogueEntry& e, const std::string& db,
-                 const std::map<std::string, std::string>& ids, const fs::path& dir) {
+                 const std::map<std::string, std::string>& ids, const fs::path& dir,
+                 const std::vector<std::pair<long, std::string>>& parties = {}) {
   Result res;
   try {
     warmUp(dir);
     Report factory;
-    auto r = factory.GetNewReport(e.name);
-    r->set("ConnectionString", Variant(db));
-    for (const auto& [k, v] : e.example) r->set(k, Variant(substitute(v, ids)));
+    auto make = [&](const std::map<std::string, std::string>& with) {
+      auto r = factory.GetNewReport(e.name);
+      r->set("ConnectionString", Variant(db));
+      for (const auto& [k, v] : e.example) r->set(k, Variant(substitute(v, with)));
+      return r;
+    };
     std::vector<db::LoggedStatement> log;
     db::setStatementLog(&log);
     auto t = std::chrono::steady_clock::now();
-    doc::Document d = r->run();
+    doc::Document d;
+    if (parties.empty()) {
+      d = make(ids)->run();
+    } else {
+      for (const auto& [id, name] : parties) {
+        auto with = ids;
+        with["{PartyID}"] = std::to_string(id);
+        with["{PartyName}"] = name;
+        doc::Document one = make(with)->run();
+        d.title = one.title;
+        for (auto& page : one.pages) d.pages.push_back(std::move(page));
+      }
+    }
     writePdf(d, (dir / ("out" + std::to_string(::getpid()) + ".pdf")).string());
     res.galvixMs = msSince(t);
     db::setStatementLog(nullptr);
@@ -240,6 +261,20 @@ void runSize(int guests, int runs, int timeoutS, const std::vector<std::string>&
       return v;
     };
     i.invitations = one("SELECT count(*) FROM Invitees");
+    {
+      sqlite3_stmt* st = nullptr;
+      const std::string q =
+          "SELECT Parties.PartyID, SubEvents.SubEventName FROM Parties JOIN SubEvents ON "
+          "SubEvents.SubEventID = Parties.SubEventID WHERE Parties.EventID = " +
+          std::to_string(s.weddingEventId) + " ORDER BY Parties.PartyID";
+      sqlite3_prepare_v2(h, q.c_str(), -1, &st, nullptr);
+      while (sqlite3_step(st) == SQLITE_ROW && i.partyCount < 24) {
+        i.partyIds[i.partyCount] = static_cast<long>(sqlite3_column_int64(st, 0));
+        const auto* n = reinterpret_cast<const char*>(sqlite3_column_text(st, 1));
+        std::snprintf(i.partyNames[i.partyCount++], sizeof i.partyNames[0], "%s", n ? n : "");
+      }
+      sqlite3_finalize(st);
+    }
     // The other reports' choices, as `galvix render-all` makes them: the party with the most
     // chairs on a room plan, the event most quotes compare items of, the event's first invoice.
     i.roomPlanPartyId =
@@ -267,7 +302,7 @@ void runSize(int guests, int runs, int timeoutS, const std::vector<std::string>&
       "written in %.1f s; median of %d run%s\n",
       guests, info.guests, info.groups, info.parties, info.invitations, info.ms / 1000, runs,
       runs == 1 ? "" : "s");
-  std::printf("%-34s %6s %10s %9s %7s %8s %8s\n", "report", "pages", "galvix ms", "floor ms",
+  std::printf("%-40s %6s %10s %9s %7s %8s %8s\n", "report", "pages", "galvix ms", "floor ms",
               "ratio", "peak MB", "stmts");
   const std::map<std::string, std::string> ids = {
       {"{EventID}", std::to_string(info.weddingEventId)},
@@ -276,15 +311,28 @@ void runSize(int guests, int runs, int timeoutS, const std::vector<std::string>&
       {"{RoomPlanPartyID}", std::to_string(info.roomPlanPartyId)},
       {"{QuoteEventID}", std::to_string(info.quoteEventId)},
       {"{InvoiceID}", std::to_string(info.invoiceId)}};
+  // Every report, and the guest list of every party of the wedding in one file.
+  std::vector<std::pair<const frame::CatalogueEntry*, bool>> jobs;
   for (const auto& e : frame::catalogue()) {
     if (!e.built()) continue;
     if (!only.empty() && std::find(only.begin(), only.end(), e.name) == only.end()) continue;
+    jobs.push_back({&e, false});
+    if (e.name == "Guest List - without notes") jobs.push_back({&e, true});
+  }
+  std::vector<std::pair<long, std::string>> parties;
+  for (int i = 0; i < info.partyCount; ++i)
+    parties.push_back({info.partyIds[i], info.partyNames[i]});
+  for (const auto& [entry, allParties] : jobs) {
+    const frame::CatalogueEntry& e = *entry;
+    const std::string label = allParties ? e.name + ", all parties" : e.name;
     std::vector<double> g, f, m;
     Result last;
     std::string failure;
     for (int i = 0; i < runs && failure.empty(); ++i) {
       Result r;
-      if (!inChild(r, timeoutS, [&] { return runReport(e, db, ids, dir); }))
+      if (!inChild(r, timeoutS, [&] {
+            return runReport(e, db, ids, dir, allParties ? parties : decltype(parties){});
+          }))
         failure = "no result within " + std::to_string(timeoutS) + " s";
       else if (!r.ok)
         failure = std::string("failed: ") + r.error;
@@ -296,11 +344,11 @@ void runSize(int guests, int runs, int timeoutS, const std::vector<std::string>&
       }
     }
     if (!failure.empty()) {
-      std::printf("%-34s %s\n", e.name.c_str(), failure.c_str());
+      std::printf("%-40s %s\n", label.c_str(), failure.c_str());
     } else {
       const double gm = median(g), fm = median(f);
-      std::printf("%-34s %6d %10.0f %9.0f %6.1fx %8.0f %8ld%s\n", e.name.c_str(), last.pages, gm,
-                  fm, fm > 0 ? gm / fm : 0.0, median(m), last.statements,
+      std::printf("%-40s %6d %10.0f %9.0f %6.1fx %8.0f %8ld%s\n", label.c_str(), last.pages, gm, fm,
+                  fm > 0 ? gm / fm : 0.0, median(m), last.statements,
                   last.replayFailures ? " (some statements failed on replay)" : "");
     }
     std::fflush(stdout);
