@@ -80,8 +80,8 @@ class ScaleWedding {
   // many it added. `menus` of a party already made are kept (the reception's).
   int addParties(long eventId, long rehearsal, long ceremony, long reception, long brunch,
                  const std::vector<long>& receptionMenus);
-  // The parties a group is invited to, in date order. `family` groups always come to the
-  // rehearsal dinner.
+  // The parties a group is invited to (the classic four first, then the further ones); some
+  // `family` groups come to the rehearsal dinner.
   std::vector<ScaleParty> partiesFor(bool family);
   // Whether an invitation to the party books travel and lodging (the classic parties do).
   bool travels(long partyId) const;
@@ -106,7 +106,7 @@ class ScaleWedding {
   ScaleRng r_;
   NameBook names_;
   int guests_;
-  std::vector<Party> parties_;  // date order
+  std::vector<Party> parties_;  // the classic four, then the further ones
 };
 
 }  // namespace galvix::data
