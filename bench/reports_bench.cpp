@@ -1,5 +1,6 @@
 // Every built catalogue report on demo databases of growing size: per report the pages, galvix's
-// time (run and PDF), the SQLite floor of its statements, their ratio and the peak memory.
+// time (run and PDF), the SQLite floor of its statements and their ratio (wall time, then CPU
+// time), and the peak memory.
 //
 // The floor is what SQLite alone takes for the statements the report ran: each run logs the
 // statements as SQLite was given them (text and bound values), and the same process then replays
@@ -50,6 +51,14 @@ double msSince(std::chrono::steady_clock::time_point t) {
   return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t).count();
 }
 
+// This process's CPU time (every thread), in milliseconds: on a shared machine the steadier
+// figure, as wall time follows the load.
+double cpuMs() {
+  timespec ts{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
+  return static_cast<double>(ts.tv_sec) * 1e3 + static_cast<double>(ts.tv_nsec) / 1e6;
+}
+
 std::string substitute(std::string s, const std::map<std::string, std::string>& ids) {
   for (const auto& [k, v] : ids)
     for (size_t p = s.find(k); p != std::string::npos; p = s.find(k, p + v.size()))
@@ -61,7 +70,7 @@ std::string substitute(std::string s, const std::map<std::string, std::string>& 
 struct Result {
   int ok = 0;  // 1 done, 0 failed
   int pages = 0;
-  double galvixMs = 0, floorMs = 0, peakMb = 0;
+  double galvixMs = 0, floorMs = 0, galvixCpu = 0, floorCpu = 0, peakMb = 0;
   long statements = 0, replayFailures = 0;
   char error[240] = {};
 };
@@ -118,12 +127,14 @@ double peakMb() {
 }
 
 // SQLite alone on the logged statements: returns the milliseconds; counts failures.
-double replay(const std::string& db, const std::vector<db::LoggedStatement>& log, long& failures) {
+double replay(const std::string& db, const std::vector<db::LoggedStatement>& log, long& failures,
+              double& cpu) {
   db::Connection conn;  // registers the text collation and the functions the SQL calls
   conn.open(db);
   sqlite3* h = conn.impl().db();
   std::unordered_map<std::string, sqlite3_stmt*> prepared;
   const auto t = std::chrono::steady_clock::now();
+  const double c = cpuMs();
   for (const auto& s : log) {
     sqlite3_stmt*& st = prepared[s.sql];
     if (!st && sqlite3_prepare_v2(h, s.sql.c_str(), -1, &st, nullptr) != SQLITE_OK) {
@@ -156,6 +167,7 @@ double replay(const std::string& db, const std::vector<db::LoggedStatement>& log
     sqlite3_reset(st);
   }
   const double ms = msSince(t);
+  cpu = cpuMs() - c;
   for (auto& [sql, st] : prepared) sqlite3_finalize(st);
   return ms;
 }
@@ -191,6 +203,7 @@ Result runReport(const frame::CatalogueEntry& e, const std::string& db,
     std::vector<db::LoggedStatement> log;
     db::setStatementLog(&log);
     auto t = std::chrono::steady_clock::now();
+    const double c = cpuMs();
     doc::Document d;
     if (parties.empty()) {
       d = make(ids)->run();
@@ -206,6 +219,7 @@ Result runReport(const frame::CatalogueEntry& e, const std::string& db,
     }
     writePdf(d, (dir / ("out" + std::to_string(::getpid()) + ".pdf")).string());
     res.galvixMs = msSince(t);
+    res.galvixCpu = cpuMs() - c;
     db::setStatementLog(nullptr);
     res.peakMb = peakMb();
     res.pages = static_cast<int>(d.pages.size());
@@ -217,7 +231,7 @@ Result runReport(const frame::CatalogueEntry& e, const std::string& db,
       for (const auto& [sql, n] : seen)
         std::fprintf(stderr, "-- %s: %d x\n%s;\n", e.name.c_str(), n, sql.c_str());
     }
-    res.floorMs = replay(db, log, res.replayFailures);
+    res.floorMs = replay(db, log, res.replayFailures, res.floorCpu);
     res.ok = 1;
   } catch (const std::exception& ex) {
     std::snprintf(res.error, sizeof res.error, "%s", ex.what());
@@ -302,8 +316,9 @@ void runSize(int guests, int runs, int timeoutS, const std::vector<std::string>&
       "written in %.1f s; median of %d run%s\n",
       guests, info.guests, info.groups, info.parties, info.invitations, info.ms / 1000, runs,
       runs == 1 ? "" : "s");
-  std::printf("%-40s %6s %10s %9s %7s %8s %8s\n", "report", "pages", "galvix ms", "floor ms",
-              "ratio", "peak MB", "stmts");
+  // Wall time, then CPU time (the steadier figure on a shared machine).
+  std::printf("%-40s %6s %9s %8s %6s %9s %8s %6s %7s %7s\n", "report", "pages", "galvix ms",
+              "floor ms", "ratio", "galvix cpu", "floor cpu", "ratio", "peak MB", "stmts");
   const std::map<std::string, std::string> ids = {
       {"{EventID}", std::to_string(info.weddingEventId)},
       {"{PartyID}", std::to_string(info.receptionPartyId)},
@@ -325,7 +340,7 @@ void runSize(int guests, int runs, int timeoutS, const std::vector<std::string>&
   for (const auto& [entry, allParties] : jobs) {
     const frame::CatalogueEntry& e = *entry;
     const std::string label = allParties ? e.name + ", all parties" : e.name;
-    std::vector<double> g, f, m;
+    std::vector<double> g, f, gc, fc, m;
     Result last;
     std::string failure;
     for (int i = 0; i < runs && failure.empty(); ++i) {
@@ -339,6 +354,8 @@ void runSize(int guests, int runs, int timeoutS, const std::vector<std::string>&
       else {
         g.push_back(r.galvixMs);
         f.push_back(r.floorMs);
+        gc.push_back(r.galvixCpu);
+        fc.push_back(r.floorCpu);
         m.push_back(r.peakMb);
         last = r;
       }
@@ -346,9 +363,10 @@ void runSize(int guests, int runs, int timeoutS, const std::vector<std::string>&
     if (!failure.empty()) {
       std::printf("%-40s %s\n", label.c_str(), failure.c_str());
     } else {
-      const double gm = median(g), fm = median(f);
-      std::printf("%-40s %6d %10.0f %9.0f %6.1fx %8.0f %8ld%s\n", label.c_str(), last.pages, gm, fm,
-                  fm > 0 ? gm / fm : 0.0, median(m), last.statements,
+      const double gm = median(g), fm = median(f), gcm = median(gc), fcm = median(fc);
+      std::printf("%-40s %6d %9.0f %8.0f %5.1fx %10.0f %9.0f %5.1fx %7.0f %7ld%s\n", label.c_str(),
+                  last.pages, gm, fm, fm > 0 ? gm / fm : 0.0, gcm, fcm, fcm > 0 ? gcm / fcm : 0.0,
+                  median(m), last.statements,
                   last.replayFailures ? " (some statements failed on replay)" : "");
     }
     std::fflush(stdout);
