@@ -1,20 +1,42 @@
-// Runs every built catalogue report on demo databases of growing size and prints, per report,
-// pages, run time (queries and layout), PDF time, and the process's peak memory. Each size runs
-// in its own process so peak memory is its own.
-//   ./build/<dir>/bench/reports_bench [guests...]      (default: 2000 20000)
+// Every built catalogue report on demo databases of growing size: per report the pages, galvix's
+// time (run and PDF), the SQLite floor of its statements and their ratio (wall time, then CPU
+// time), and the peak memory.
+//
+// The floor is what SQLite alone takes for the statements the report ran: each run logs the
+// statements as SQLite was given them (text and bound values), and the same process then replays
+// them on a fresh connection with plain prepare (once per text, as galvix's statement cache
+// does), bind, step through every row reading each column, reset. No translation, no values
+// converted, nothing laid out: what is left above it is the report engine's own.
+//
+// Every run is a process of its own (a fork) so its peak memory is its own; the database of each
+// size is written by a process of its own too. Before the timed run a process writes a one-page
+// PDF, so font setup (paid once by a process that renders many reports) is not counted.
+//
+//   ./build/<dir>/bench/reports_bench [--runs N] [--timeout S] [--report NAME ...]
+//                                     [--statements] [guests...]
+//   (default: 2000 20000 100000 guests, 3 runs (medians), 300 s per run; --statements prints
+//   each distinct statement a report ran, as SQLite got it, with how often, to stderr)
+#include <poll.h>
+#include <sqlite3.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <map>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "data/demo.h"
+#include "db/connection.h"
+#include "db/connection_impl.h"
 #include "frame/catalogue.h"
 #include "galvix/report.h"
 
@@ -23,8 +45,18 @@ namespace fs = std::filesystem;
 
 namespace {
 
+bool g_printStatements = false;
+
 double msSince(std::chrono::steady_clock::time_point t) {
   return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t).count();
+}
+
+// This process's CPU time (every thread), in milliseconds: on a shared machine the steadier
+// figure, as wall time follows the load.
+double cpuMs() {
+  timespec ts{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
+  return static_cast<double>(ts.tv_sec) * 1e3 + static_cast<double>(ts.tv_nsec) / 1e6;
 }
 
 std::string substitute(std::string s, const std::map<std::string, std::string>& ids) {
@@ -34,43 +66,311 @@ std::string substitute(std::string s, const std::map<std::string, std::string>& 
   return s;
 }
 
-void runSize(int guests) {
+// What a child process reports back through its pipe.
+struct Result {
+  int ok = 0;  // 1 done, 0 failed
+  int pages = 0;
+  double galvixMs = 0, floorMs = 0, galvixCpu = 0, floorCpu = 0, peakMb = 0;
+  long statements = 0, replayFailures = 0;
+  char error[240] = {};
+};
+
+struct DbInfo {
+  long weddingEventId = 0, receptionPartyId = 0;
+  int partyCount = 0;  // the wedding's parties, in id order (for the all-parties guest list)
+  long partyIds[24] = {};
+  char partyNames[24][48] = {};
+  long roomPlanPartyId = 0, quoteEventId = 0, invoiceId = 0;
+  int guests = 0, groups = 0, parties = 0;
+  long invitations = 0;
+  double ms = 0;
+};
+
+// Runs `work` in a child process that writes a T to a pipe; false when it fails or exceeds
+// `timeoutS` (the child is then killed).
+template <class T, class F>
+bool inChild(T& out, int timeoutS, F work) {
+  int fds[2];
+  if (::pipe(fds) != 0) return false;
+  std::fflush(stdout);
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    ::close(fds[0]);
+    T t = work();
+    ssize_t w = ::write(fds[1], &t, sizeof t);
+    std::_Exit(w == static_cast<ssize_t>(sizeof t) ? 0 : 1);
+  }
+  ::close(fds[1]);
+  pollfd p{fds[0], POLLIN, 0};
+  bool got = false;
+  if (::poll(&p, 1, timeoutS * 1000) > 0) {
+    char* dst = reinterpret_cast<char*>(&out);
+    size_t have = 0;
+    while (have < sizeof out) {
+      ssize_t r = ::read(fds[0], dst + have, sizeof out - have);
+      if (r <= 0) break;
+      have += static_cast<size_t>(r);
+    }
+    got = have == sizeof out;
+  }
+  if (!got) ::kill(pid, SIGKILL);
+  ::close(fds[0]);
+  int status = 0;
+  ::waitpid(pid, &status, 0);
+  return got;
+}
+
+double peakMb() {
+  rusage ru{};
+  getrusage(RUSAGE_SELF, &ru);
+  return static_cast<double>(ru.ru_maxrss) / 1024.0;
+}
+
+// SQLite alone on the logged statements: returns the milliseconds; counts failures.
+double replay(const std::string& db, const std::vector<db::LoggedStatement>& log, long& failures,
+              double& cpu) {
+  db::Connection conn;  // registers the text collation and the functions the SQL calls
+  conn.open(db);
+  sqlite3* h = conn.impl().db();
+  std::unordered_map<std::string, sqlite3_stmt*> prepared;
+  const auto t = std::chrono::steady_clock::now();
+  const double c = cpuMs();
+  for (const auto& s : log) {
+    sqlite3_stmt*& st = prepared[s.sql];
+    if (!st && sqlite3_prepare_v2(h, s.sql.c_str(), -1, &st, nullptr) != SQLITE_OK) {
+      ++failures;
+      continue;
+    }
+    db::bindParams(st, s.params);
+    int rc;
+    const int n = sqlite3_column_count(st);
+    while ((rc = sqlite3_step(st)) == SQLITE_ROW)
+      for (int i = 0; i < n; ++i) switch (sqlite3_column_type(st, i)) {
+          case SQLITE_INTEGER:
+            (void)sqlite3_column_int64(st, i);
+            break;
+          case SQLITE_FLOAT:
+            (void)sqlite3_column_double(st, i);
+            break;
+          case SQLITE_TEXT:
+            (void)sqlite3_column_text(st, i);
+            (void)sqlite3_column_bytes(st, i);
+            break;
+          case SQLITE_BLOB:
+            (void)sqlite3_column_blob(st, i);
+            (void)sqlite3_column_bytes(st, i);
+            break;
+          default:
+            break;
+        }
+    if (rc != SQLITE_DONE) ++failures;
+    sqlite3_reset(st);
+  }
+  const double ms = msSince(t);
+  cpu = cpuMs() - c;
+  for (auto& [sql, st] : prepared) sqlite3_finalize(st);
+  return ms;
+}
+
+void warmUp(const fs::path& dir) {
+  doc::Document d;
+  d.pages.emplace_back();
+  for (const char* font : {"Arial", "Times New Roman"}) {
+    doc::Text t;
+    t.box = {720, 720, 5000, 400};
+    t.text = "Warm-up: Zoë Ødegård";
+    t.font.name = font;
+    d.pages.back().items.push_back({.content = t});
+  }
+  writePdf(d, (dir / "warm.pdf").string());
+}
+
+// One report run; with `parties`, one run per party whose pages go one after the other into one
+// file, as `galvix render --all-parties` prints them.
+Result runReport(const frame::CatalogueEntry& e, const std::string& db,
+                 const std::map<std::string, std::string>& ids, const fs::path& dir,
+                 const std::vector<std::pair<long, std::string>>& parties = {}) {
+  Result res;
+  try {
+    warmUp(dir);
+    Report factory;
+    auto make = [&](const std::map<std::string, std::string>& with) {
+      auto r = factory.GetNewReport(e.name);
+      r->set("ConnectionString", Variant(db));
+      for (const auto& [k, v] : e.example) r->set(k, Variant(substitute(v, with)));
+      return r;
+    };
+    std::vector<db::LoggedStatement> log;
+    db::setStatementLog(&log);
+    auto t = std::chrono::steady_clock::now();
+    const double c = cpuMs();
+    doc::Document d;
+    if (parties.empty()) {
+      d = make(ids)->run();
+    } else {
+      for (const auto& [id, name] : parties) {
+        auto with = ids;
+        with["{PartyID}"] = std::to_string(id);
+        with["{PartyName}"] = name;
+        doc::Document one = make(with)->run();
+        d.title = one.title;
+        for (auto& page : one.pages) d.pages.push_back(std::move(page));
+      }
+    }
+    writePdf(d, (dir / ("out" + std::to_string(::getpid()) + ".pdf")).string());
+    res.galvixMs = msSince(t);
+    res.galvixCpu = cpuMs() - c;
+    db::setStatementLog(nullptr);
+    res.peakMb = peakMb();
+    res.pages = static_cast<int>(d.pages.size());
+    d = {};
+    res.statements = static_cast<long>(log.size());
+    if (g_printStatements) {
+      std::map<std::string, int> seen;
+      for (const auto& l : log) ++seen[l.sql];
+      for (const auto& [sql, n] : seen)
+        std::fprintf(stderr, "-- %s: %d x\n%s;\n", e.name.c_str(), n, sql.c_str());
+    }
+    res.floorMs = replay(db, log, res.replayFailures, res.floorCpu);
+    res.ok = 1;
+  } catch (const std::exception& ex) {
+    std::snprintf(res.error, sizeof res.error, "%s", ex.what());
+  }
+  return res;
+}
+
+double median(std::vector<double> v) {
+  std::sort(v.begin(), v.end());
+  const size_t n = v.size();
+  return n == 0 ? 0 : n % 2 ? v[n / 2] : (v[n / 2 - 1] + v[n / 2]) / 2;
+}
+
+void runSize(int guests, int runs, int timeoutS, const std::vector<std::string>& only) {
   const fs::path dir =
       fs::temp_directory_path() / ("galvix_reports_bench_" + std::to_string(::getpid()));
   fs::create_directories(dir);
   const std::string db = (dir / "events.sqlite").string();
-  auto t = std::chrono::steady_clock::now();
-  data::DemoOptions opt;
-  opt.guests = guests;
-  const data::DemoSummary sum = data::writeDemoDatabase(db, opt);
-  std::printf("\n%d wedding guests (%d in all, %d groups): database written in %.0f ms\n", guests,
-              sum.guests, sum.groups, msSince(t));
-  std::printf("%-34s %7s %10s %10s\n", "report", "pages", "run ms", "pdf ms");
+  DbInfo info;
+  const bool written = inChild(info, 3600, [&] {
+    DbInfo i;
+    const auto t = std::chrono::steady_clock::now();
+    data::DemoOptions opt;
+    opt.guests = guests;
+    const data::DemoSummary s = data::writeDemoDatabase(db, opt);
+    i.ms = msSince(t);
+    i.weddingEventId = s.weddingEventId;
+    i.receptionPartyId = s.receptionPartyId;
+    i.guests = s.guests;
+    i.groups = s.groups;
+    i.parties = s.parties;
+    sqlite3* h = nullptr;
+    sqlite3_open_v2(db.c_str(), &h, SQLITE_OPEN_READONLY, nullptr);
+    auto one = [&](const std::string& sql) {
+      sqlite3_stmt* st = nullptr;
+      long v = 0;
+      if (sqlite3_prepare_v2(h, sql.c_str(), -1, &st, nullptr) == SQLITE_OK &&
+          sqlite3_step(st) == SQLITE_ROW)
+        v = static_cast<long>(sqlite3_column_int64(st, 0));
+      sqlite3_finalize(st);
+      return v;
+    };
+    i.invitations = one("SELECT count(*) FROM Invitees");
+    {
+      sqlite3_stmt* st = nullptr;
+      const std::string q =
+          "SELECT Parties.PartyID, SubEvents.SubEventName FROM Parties JOIN SubEvents ON "
+          "SubEvents.SubEventID = Parties.SubEventID WHERE Parties.EventID = " +
+          std::to_string(s.weddingEventId) + " ORDER BY Parties.PartyID";
+      sqlite3_prepare_v2(h, q.c_str(), -1, &st, nullptr);
+      while (sqlite3_step(st) == SQLITE_ROW && i.partyCount < 24) {
+        i.partyIds[i.partyCount] = static_cast<long>(sqlite3_column_int64(st, 0));
+        const auto* n = reinterpret_cast<const char*>(sqlite3_column_text(st, 1));
+        std::snprintf(i.partyNames[i.partyCount++], sizeof i.partyNames[0], "%s", n ? n : "");
+      }
+      sqlite3_finalize(st);
+    }
+    // The other reports' choices, as `galvix render-all` makes them: the party with the most
+    // chairs on a room plan, the event most quotes compare items of, the event's first invoice.
+    i.roomPlanPartyId =
+        one("SELECT Rooms.PartyID FROM Rooms JOIN RoomObjects ON Rooms.RoomID = RoomObjects.RoomID "
+            "JOIN RoomObjectChairs ON RoomObjects.ObjectID = RoomObjectChairs.ObjectID GROUP BY "
+            "Rooms.PartyID ORDER BY count(*) DESC");
+    i.quoteEventId =
+        one("SELECT VendorAssignments.EventID FROM VendorAssignments JOIN Items ON "
+            "VendorAssignments.VendorAssignmentID = Items.VendorAssignmentID WHERE "
+            "VendorAssignments.WorkSheetType = 2 GROUP BY VendorAssignments.EventID, Items.Item "
+            "ORDER BY count(*) DESC, VendorAssignments.EventID");
+    i.invoiceId =
+        one("SELECT InvoiceID FROM Invoices WHERE EventID = " + std::to_string(s.weddingEventId) +
+            " ORDER BY InvoiceID");
+    sqlite3_close(h);
+    return i;
+  });
+  if (!written) {
+    std::printf("\n%d guests: the database could not be written\n", guests);
+    fs::remove_all(dir);
+    return;
+  }
+  std::printf(
+      "\n%d wedding guests (%d in all, %d groups, %d parties, %ld invitations): database "
+      "written in %.1f s; median of %d run%s\n",
+      guests, info.guests, info.groups, info.parties, info.invitations, info.ms / 1000, runs,
+      runs == 1 ? "" : "s");
+  // Wall time, then CPU time (the steadier figure on a shared machine).
+  std::printf("%-40s %6s %9s %8s %6s %9s %8s %6s %7s %7s\n", "report", "pages", "galvix ms",
+              "floor ms", "ratio", "galvix cpu", "floor cpu", "ratio", "peak MB", "stmts");
   const std::map<std::string, std::string> ids = {
-      {"{EventID}", std::to_string(sum.weddingEventId)},
-      {"{PartyID}", std::to_string(sum.receptionPartyId)},
-      {"{PartyName}", "Reception"}};
-  Report factory;
+      {"{EventID}", std::to_string(info.weddingEventId)},
+      {"{PartyID}", std::to_string(info.receptionPartyId)},
+      {"{PartyName}", "Reception"},
+      {"{RoomPlanPartyID}", std::to_string(info.roomPlanPartyId)},
+      {"{QuoteEventID}", std::to_string(info.quoteEventId)},
+      {"{InvoiceID}", std::to_string(info.invoiceId)}};
+  // Every report, and the guest list of every party of the wedding in one file.
+  std::vector<std::pair<const frame::CatalogueEntry*, bool>> jobs;
   for (const auto& e : frame::catalogue()) {
     if (!e.built()) continue;
-    auto r = factory.GetNewReport(e.name);
-    r->set("ConnectionString", Variant(db));
-    for (const auto& [k, v] : e.example) r->set(k, Variant(substitute(v, ids)));
-    try {
-      t = std::chrono::steady_clock::now();
-      doc::Document d = r->run();
-      const double run = msSince(t);
-      t = std::chrono::steady_clock::now();
-      writePdf(d, (dir / "out.pdf").string());
-      std::printf("%-34s %7zu %10.0f %10.0f\n", e.name.c_str(), d.pages.size(), run, msSince(t));
-    } catch (const std::exception& ex) {
-      std::printf("%-34s failed: %s\n", e.name.c_str(), ex.what());
+    if (!only.empty() && std::find(only.begin(), only.end(), e.name) == only.end()) continue;
+    jobs.push_back({&e, false});
+    if (e.name == "Guest List - without notes") jobs.push_back({&e, true});
+  }
+  std::vector<std::pair<long, std::string>> parties;
+  for (int i = 0; i < info.partyCount; ++i)
+    parties.push_back({info.partyIds[i], info.partyNames[i]});
+  for (const auto& [entry, allParties] : jobs) {
+    const frame::CatalogueEntry& e = *entry;
+    const std::string label = allParties ? e.name + ", all parties" : e.name;
+    std::vector<double> g, f, gc, fc, m;
+    Result last;
+    std::string failure;
+    for (int i = 0; i < runs && failure.empty(); ++i) {
+      Result r;
+      if (!inChild(r, timeoutS, [&] {
+            return runReport(e, db, ids, dir, allParties ? parties : decltype(parties){});
+          }))
+        failure = "no result within " + std::to_string(timeoutS) + " s";
+      else if (!r.ok)
+        failure = std::string("failed: ") + r.error;
+      else {
+        g.push_back(r.galvixMs);
+        f.push_back(r.floorMs);
+        gc.push_back(r.galvixCpu);
+        fc.push_back(r.floorCpu);
+        m.push_back(r.peakMb);
+        last = r;
+      }
+    }
+    if (!failure.empty()) {
+      std::printf("%-40s %s\n", label.c_str(), failure.c_str());
+    } else {
+      const double gm = median(g), fm = median(f), gcm = median(gc), fcm = median(fc);
+      std::printf("%-40s %6d %9.0f %8.0f %5.1fx %10.0f %9.0f %5.1fx %7.0f %7ld%s\n", label.c_str(),
+                  last.pages, gm, fm, fm > 0 ? gm / fm : 0.0, gcm, fcm, fcm > 0 ? gcm / fcm : 0.0,
+                  median(m), last.statements,
+                  last.replayFailures ? " (some statements failed on replay)" : "");
     }
     std::fflush(stdout);
   }
-  rusage ru{};
-  getrusage(RUSAGE_SELF, &ru);
-  std::printf("peak memory: %.0f MB\n", static_cast<double>(ru.ru_maxrss) / 1024.0);
   fs::remove_all(dir);
 }
 
@@ -78,18 +378,22 @@ void runSize(int guests) {
 
 int main(int argc, char** argv) {
   std::vector<int> sizes;
-  for (int i = 1; i < argc; ++i) sizes.push_back(std::atoi(argv[i]));
-  if (sizes.empty()) sizes = {2000, 20000};
-  for (int n : sizes) {
-    std::fflush(stdout);
-    pid_t pid = ::fork();
-    if (pid == 0) {
-      runSize(n);
-      std::fflush(stdout);
-      std::_Exit(0);
-    }
-    int status = 0;
-    ::waitpid(pid, &status, 0);
+  std::vector<std::string> only;
+  int runs = 3, timeoutS = 300;
+  for (int i = 1; i < argc; ++i) {
+    const std::string a = argv[i];
+    if (a == "--runs" && i + 1 < argc)
+      runs = std::max(1, std::atoi(argv[++i]));
+    else if (a == "--timeout" && i + 1 < argc)
+      timeoutS = std::max(1, std::atoi(argv[++i]));
+    else if (a == "--statements")
+      g_printStatements = true;
+    else if (a == "--report" && i + 1 < argc)
+      only.push_back(argv[++i]);
+    else
+      sizes.push_back(std::atoi(a.c_str()));
   }
+  if (sizes.empty()) sizes = {2000, 20000, 100000};
+  for (int n : sizes) runSize(n, runs, timeoutS, only);
   return 0;
 }

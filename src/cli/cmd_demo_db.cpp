@@ -1,4 +1,4 @@
-// galvix demo-db: writes the demo event database (and, with --guests, the scale database).
+// galvix demo-db: writes the demo event database (from 1,000 --guests up, the scale database).
 #include <cairo.h>
 #include <gdk-pixbuf/gdk-pixbuf.h>
 
@@ -73,7 +73,9 @@ Registration reg([](CLI::App& app) {
   auto guests = std::make_shared<int>(150);
   auto seed = std::make_shared<std::uint32_t>(1);
   cmd->add_option("file", *file, "The database file to write")->required();
-  cmd->add_option("--guests", *guests, "Wedding guests (the gala adds a third more)")
+  cmd->add_option("--guests", *guests,
+                  "Wedding guests (the gala adds a third more); from 1000 up, the shape of a "
+                  "large event: about ten parties, tables and menus at each")
       ->check(CLI::Range(10, 1000000));
   cmd->add_option("--seed", *seed, "Seed for the generated names and replies");
   auto force = std::make_shared<bool>(false);

@@ -8,12 +8,14 @@
 #include <array>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <stdexcept>
 #include <tuple>
 #include <vector>
 
 #include "data/demo_budget.h"
 #include "data/demo_events.h"
+#include "data/demo_scale.h"
 #include "data/demo_vendors.h"
 #include "data/fixture.h"
 
@@ -120,7 +122,9 @@ struct Group {
 
 class Builder {
  public:
-  Builder(Fixture& f, const DemoOptions& o) : f_(f), o_(o), r_(o.seed) {}
+  Builder(Fixture& f, const DemoOptions& o) : f_(f), o_(o), r_(o.seed) {
+    if (scaleShape(o)) scale_ = std::make_unique<ScaleWedding>(f, o.seed, o.guests);
+  }
 
   DemoSummary build() {
     wedding();
@@ -147,8 +151,35 @@ class Builder {
     int kind = r_.below(10);  // couple, single, family with children, plus-one
     std::string he = r_.pick(kMale), she = r_.pick(kFemale);
     std::vector<std::pair<std::string, int>> people;
-    std::string title;
-    if (kind < 4) {
+    std::vector<ScalePerson> named;  // the scale shape's names, each a name of its own
+    if (scale_) {
+      const bool single = kind >= 4 && kind < 6, family = kind >= 6 && kind < 8;
+      const bool plusOne = kind >= 8;  // she invites him; each keeps their own surname
+      const bool manFirst = single ? r_.chance(50) : !plusOne;
+      named =
+          scale_->names().group(single ? 1 : 2, manFirst, family ? 1 + r_.below(2) : 0, plusOne);
+      last = named[0].last;
+      auto full = [](const ScalePerson& p) {
+        return p.title + " " + p.first + " " + p.last + (p.suffix.empty() ? "" : " " + p.suffix);
+      };
+      for (const auto& p : named) people.push_back({p.first, p.type});
+      if (kind < 4) {
+        g.formal = named[0].title == "Mr." && named[1].title == "Ms."
+                       ? "Mr. and Mrs. " + named[0].first + " " + last
+                       : full(named[0]) + " and " + full(named[1]);
+        g.casual = named[0].first + " and " + named[1].first;
+      } else if (kind < 6) {
+        g.formal = full(named[0]);
+        g.casual = named[0].first;
+      } else if (kind < 8) {
+        g.formal = "The " + last + " Family";
+        g.casual = named[0].first + ", " + named[1].first;
+        for (size_t i = 2; i < named.size(); ++i) g.casual += ", " + named[i].first;
+      } else {
+        g.formal = full(named[0]) + " and " + full(named[1]);
+        g.casual = named[0].first + " and " + named[1].first;
+      }
+    } else if (kind < 4) {
       people = {{he, 0}, {she, 0}};
       g.formal = "Mr. and Mrs. " + he + " " + last;
       g.casual = he + " and " + she;
@@ -198,11 +229,15 @@ class Builder {
     for (size_t i = 0; i < people.size(); ++i) {
       GuestSpec gs;
       gs.first = people[i].first;
-      gs.last = (kind >= 8 && i == 1) ? r_.pick(kLast) : last;
+      gs.last = scale_ ? named[i].last : (kind >= 8 && i == 1) ? r_.pick(kLast) : last;
       gs.type = people[i].second;
       gs.age = people[i].second == 2 ? 3 + r_.below(10) : 0;
       const bool man = std::find(std::begin(kMale), std::end(kMale), gs.first) != std::end(kMale);
       gs.title = people[i].second == 2 ? "" : (man ? "Mr." : "Ms.");
+      if (scale_) {
+        gs.title = named[i].title;
+        gs.suffix = named[i].suffix;
+      }
       long guestId = f_.guest(g.id, gs);
       // The planning application stores a blank title, not Null, for children.
       if (gs.title.empty()) f_.set("GuestNames", guestId, "GTitle", Variant(""));
@@ -223,8 +258,10 @@ class Builder {
       g.casual = casual;
       g.family = false;
       g.outOfTown = true;
-      for (const auto& [title, first, last] : p)
+      for (const auto& [title, first, last] : p) {
+        if (scale_) scale_->names().reserve(first, last);
         g.guests.push_back({f_.guest(g.id, {.first = first, .last = last, .title = title}), 0});
+      }
       sum_.guests += static_cast<int>(p.size());
       ++sum_.groups;
       groups.push_back(g);
@@ -263,7 +300,7 @@ class Builder {
     inv.casualLabel = g.casual;
     inv.rsvpd = rsvpd;
     if (rsvpd && !attending) inv.rsvpNote = "Regrets: travelling that weekend.";
-    if (g.outOfTown && p.name != "Farewell Brunch") {
+    if (g.outOfTown && p.name != "Farewell Brunch" && (!scale_ || scale_->travels(p.id))) {
       inv.hotel = r_.chance(70) ? "Lakeview Grand Hotel" : "Hotel Ambassador";
       inv.checkIn = date(2027, 6, 11);
       inv.checkOut = date(2027, 6, 13 + r_.below(2));
@@ -299,6 +336,7 @@ class Builder {
         else if (!r_.chance(10))
           s.menuId = menus_[static_cast<size_t>(r_.below(static_cast<int>(menus_.size()) - 1))];
       }
+      if (scale_) scale_->place(p.id, g.guests[i].type == 2, s);
       f_.invite(g.guests[i].id, p.id, s);
       if (s.attending) attendees_[p.id].push_back(g.guests[i].id);
     }
@@ -368,6 +406,9 @@ class Builder {
     for (const char* m : {"Filet Mignon", "Grilled Salmon", "Wild Mushroom Risotto"})
       menus_.push_back(f_.menu(reception.id, m));
     menus_.push_back(f_.menu(reception.id, "Children's Plate"));
+    if (scale_)
+      sum_.parties +=
+          scale_->addParties(e, rehearsal.id, ceremony.id, reception.id, brunch.id, menus_);
 
     const std::array<const char*, 5> cats = {"Bride's Family", "Groom's Family", "Bride's Friends",
                                              "Groom's Friends", "Coworkers"};
@@ -390,7 +431,12 @@ class Builder {
     const long reader = f_.insert("EventRoles", {{"Role", Variant("Reader")}});
     f_.set("GuestNames", groups[0].guests[0].id, "RoleID", Variant(static_cast<int>(reader)));
 
-    for (size_t i = 0; i < groups.size(); ++i) {
+    for (size_t i = 0; scale_ && i < groups.size(); ++i) {
+      const bool rsvpd = !r_.chance(12), attending = !r_.chance(10);
+      for (const auto& p : scale_->partiesFor(groups[i].family))
+        invite(groups[i], {p.id, p.name}, rsvpd, attending && !r_.chance(5), reception.id);
+    }
+    for (size_t i = 0; !scale_ && i < groups.size(); ++i) {
       const Group& g = groups[i];
       bool rsvpd = !r_.chance(12);
       bool attending = !r_.chance(10);
@@ -400,7 +446,7 @@ class Builder {
       if (g.outOfTown && r_.chance(60)) invite(g, brunch, r_.chance(70), true);
     }
     travelVariety(reception, groups);
-    seatReception(reception);
+    if (!scale_) seatReception(reception);
     roomPlan(rehearsal);
     timelines(ceremony, reception);
     journal(e);
@@ -882,6 +928,7 @@ class Builder {
   Fixture& f_;
   const DemoOptions& o_;
   Rng r_;
+  std::unique_ptr<ScaleWedding> scale_;  // null: the classic demo
   DemoSummary sum_;
   std::vector<long> menus_;
   std::map<long, std::vector<long>> attendees_;
@@ -899,6 +946,9 @@ DemoSummary writeDemoDatabase(const std::string& path, const DemoOptions& option
   DemoSummary s;
   try {
     Fixture f(tmp.string());
+    // A fresh temporary file renamed into place when whole: no journal needed, and a page cache
+    // that holds the invitations' indexes keeps the scale database's inserts fast.
+    f.exec("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; PRAGMA cache_size = -262144");
     f.exec("BEGIN");
     s = Builder(f, options).build();
     f.exec("COMMIT");

@@ -69,7 +69,9 @@ Fixture::Fixture(std::string path) : path_(std::move(path)) {
   createEventSchema(db_.get());
 }
 
-Fixture::~Fixture() = default;
+Fixture::~Fixture() {
+  for (auto& [sql, st] : inserts_) sqlite3_finalize(st);
+}
 
 std::string Fixture::connectionString() const {
   return "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + path_ + ";Persist Security Info=False";
@@ -92,19 +94,26 @@ long Fixture::insert(std::string_view table, Values values) {
   std::string sql =
       cols.empty() ? "INSERT INTO " + bracket(table) + " DEFAULT VALUES"
                    : "INSERT INTO " + bracket(table) + " (" + cols + ") VALUES (" + marks + ")";
-  sqlite3_stmt* st = nullptr;
-  int rc = sqlite3_prepare_v2(db_.get(), sql.c_str(), -1, &st, nullptr);
-  if (rc != SQLITE_OK) throw db::sqliteError(db_.get(), rc, sql, sql, false);
+  sqlite3_stmt*& st = inserts_[sql];
+  int rc = SQLITE_OK;
+  if (!st) {
+    rc = sqlite3_prepare_v2(db_.get(), sql.c_str(), -1, &st, nullptr);
+    if (rc != SQLITE_OK) {
+      inserts_.erase(sql);
+      throw db::sqliteError(db_.get(), rc, sql, sql, false);
+    }
+  }
   std::vector<Variant> params;
   for (const auto& [name, v] : values) params.push_back(v);
   db::bindParams(st, params);
   rc = sqlite3_step(st);
   if (rc != SQLITE_DONE) {
     db::DbError e = db::sqliteError(db_.get(), rc, sql, sql, false);
-    sqlite3_finalize(st);
+    sqlite3_reset(st);
     throw e;
   }
-  sqlite3_finalize(st);
+  sqlite3_reset(st);
+  sqlite3_clear_bindings(st);
   return static_cast<long>(sqlite3_last_insert_rowid(db_.get()));
 }
 

@@ -183,8 +183,23 @@ void StatementCache::clear() {
   idle_.clear();
 }
 
+namespace {
+thread_local std::vector<LoggedStatement>* t_statementLog = nullptr;
+}  // namespace
+
+void setStatementLog(std::vector<LoggedStatement>* log) {
+  t_statementLog = log;
+}
+
 int bindParams(sqlite3_stmt* stmt, const std::vector<Variant>& params, int first) {
   int n = sqlite3_bind_parameter_count(stmt);
+  if (t_statementLog) {
+    const auto from = std::min(params.size(), static_cast<std::size_t>(first - 1));
+    const auto to = std::min(params.size(), from + static_cast<std::size_t>(n));
+    t_statementLog->push_back(
+        {sqlite3_sql(stmt),
+         {params.begin() + static_cast<long>(from), params.begin() + static_cast<long>(to)}});
+  }
   int i = first;
   for (int slot = 1; slot <= n; ++slot, ++i) {
     if (i - 1 >= static_cast<int>(params.size())) break;

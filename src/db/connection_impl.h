@@ -116,6 +116,15 @@ std::string dataSourceOf(std::string_view connectionString);
 std::string localPath(const std::string& path);
 
 // Binds `params` to `stmt` in order starting at parameter `first` (1-based); returns the next.
+// Every statement a connection runs is bound here first, so this is also where it is logged.
 int bindParams(sqlite3_stmt* stmt, const std::vector<Variant>& params, int first = 1);
+
+// The statements SQLite was given on this thread, as run (SQLite text and bound values): for
+// benchmarks that replay a report's SQL on SQLite alone. Off (nullptr) unless a tool sets one.
+struct LoggedStatement {
+  std::string sql;
+  std::vector<Variant> params;
+};
+void setStatementLog(std::vector<LoggedStatement>* log);
 
 }  // namespace galvix::db
