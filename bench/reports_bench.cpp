@@ -196,6 +196,7 @@ Result runReport(const frame::CatalogueEntry& e, const std::string& db,
     Report factory;
     auto make = [&](const std::map<std::string, std::string>& with) {
       auto r = factory.GetNewReport(e.name);
+      r->setPackPages(true);  // as the command runs: peak memory is the command's
       r->set("ConnectionString", Variant(db));
       for (const auto& [k, v] : e.example) r->set(k, Variant(substitute(v, with)));
       return r;
