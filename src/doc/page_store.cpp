@@ -244,6 +244,12 @@ void PageStore::spill() {
   }
   fileSize_ += done;
   buffer_.erase(0, done);
+  buffer_.shrink_to_fit();
+}
+
+void PageStore::seal() {
+  if (fd_ >= 0 && !buffer_.empty()) spill();
+  buffer_.shrink_to_fit();
 }
 
 void PageStore::setText(std::size_t page, std::size_t item, std::string text) {

@@ -26,6 +26,9 @@ class PageStore {
   PageStore& operator=(const PageStore&) = delete;
 
   void add(const Page& page);
+  // No more pages: what remains in memory goes to the file too once there is one, and the memory
+  // buffer is trimmed (a document joined from many runs keeps many stores).
+  void seal();
   std::size_t size() const { return pages_.size(); }
   // A text known only once the run ends (a page total): replaces item `item`'s text on `page`.
   void setText(std::size_t page, std::size_t item, std::string text);

@@ -501,6 +501,7 @@ void Paginator::finish(doc::Document& doc) {
     }
   }
   if (!embedded_ && store_) {
+    store_->seal();
     doc.stores.push_back(std::move(store_));
     pages_.clear();
   } else if (!embedded_) {

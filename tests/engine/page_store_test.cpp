@@ -70,6 +70,8 @@ TEST(PageStore, PagesComeBackAsTheyWentInWithTheirLateTexts) {
   store.setText(7, 0, "of 9000");
   EXPECT_TRUE(store.spilled());
   EXPECT_LT(store.bytesInMemory(), PageStore::kSpillBytes);
+  store.seal();
+  EXPECT_EQ(store.bytesInMemory(), 0u);
   EXPECT_EQ(store.size(), static_cast<std::size_t>(n));
   for (int i : {0, 1, 7, 4500, n - 1}) {
     Page expected = everyKind(i);
