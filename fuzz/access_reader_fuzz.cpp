@@ -18,8 +18,20 @@ extern "C" const char* __asan_default_options() {
   return "detect_leaks=0";
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+namespace {
+const std::string& inputPath() {
   static const std::string path = "/tmp/galvix-access-fuzz-" + std::to_string(::getpid()) + ".mdb";
+  return path;
+}
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string& path = inputPath();
+  // The input file goes when the fuzzer ends normally (a crash leaves it: the crashing input).
+  static const bool cleanup = [] {
+    return std::atexit([] { ::unlink(inputPath().c_str()); }) == 0;
+  }();
+  (void)cleanup;
   setenv("GALVIX_ACCESS_IN_PROCESS", "1", 1);
   {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
