@@ -15,6 +15,7 @@
 
 #include "data/demo_budget.h"
 #include "data/demo_events.h"
+#include "data/demo_rng.h"
 #include "data/demo_scale.h"
 #include "data/demo_vendors.h"
 #include "data/fixture.h"
@@ -22,25 +23,10 @@
 namespace galvix::data {
 namespace {
 
-// A small generator of our own: the same seed gives the same database on every platform.
-class Rng {
+// The classic demo's stream.
+class Rng : public DemoRng {
  public:
-  explicit Rng(std::uint32_t seed) : s_(seed * 2654435761u + 0x9E3779B9u) {}
-  std::uint32_t next() {
-    s_ ^= s_ << 13;
-    s_ ^= s_ >> 17;
-    s_ ^= s_ << 5;
-    return s_;
-  }
-  int below(int n) { return static_cast<int>(next() % static_cast<std::uint32_t>(n)); }
-  bool chance(int percent) { return below(100) < percent; }
-  template <class T, size_t N>
-  const T& pick(const std::array<T, N>& a) {
-    return a[static_cast<size_t>(below(static_cast<int>(N)))];
-  }
-
- private:
-  std::uint32_t s_;
+  explicit Rng(std::uint32_t seed) : DemoRng(seed, 2654435761u, 0x9E3779B9u) {}
 };
 
 const std::array<const char*, 40> kLast = {

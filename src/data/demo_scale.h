@@ -8,6 +8,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "data/demo_rng.h"
+
 namespace galvix::data {
 
 class Fixture;
@@ -19,21 +21,10 @@ struct InviteeSpec;
 inline constexpr int kScaleGuests = 1000;
 bool scaleShape(const DemoOptions& options);
 
-// A deterministic source of random numbers of the scale shape's own (xorshift, as the demo's).
-class ScaleRng {
+// The scale shape's own stream of random numbers.
+class ScaleRng : public DemoRng {
  public:
-  explicit ScaleRng(std::uint32_t seed) : s_(seed * 2246822519u + 0x85EBCA6Bu) {}
-  std::uint32_t next() {
-    s_ ^= s_ << 13;
-    s_ ^= s_ >> 17;
-    s_ ^= s_ << 5;
-    return s_;
-  }
-  int below(int n) { return static_cast<int>(next() % static_cast<std::uint32_t>(n)); }
-  bool chance(int percent) { return below(100) < percent; }
-
- private:
-  std::uint32_t s_;
+  explicit ScaleRng(std::uint32_t seed) : DemoRng(seed, 2246822519u, 0x85EBCA6Bu) {}
 };
 
 struct ScalePerson {
