@@ -9,90 +9,135 @@
 #include <filesystem>
 #include <stdexcept>
 #include <type_traits>
+#include <utility>
 
 namespace galvix::doc {
 
 namespace {
 
-// Fixed-size fields in host byte order (the bytes never leave the process).
-class Writer {
+// Each item's fields, in the order they are packed: one list for packing and unpacking, so the
+// two cannot disagree. `A` is a Packer (fields read) or an Unpacker (fields written).
+template <class A, class T>
+void fields(A& a, T& t) {
+  using V = std::remove_const_t<T>;
+  if constexpr (std::is_same_v<V, Text>) {
+    a(t.box), a(t.text), a(t.font), a(t.foreColor), a(t.backColor), a(t.align), a(t.valign),
+        a(t.angle), a(t.wordWrap), a(t.border);
+  } else if constexpr (std::is_same_v<V, RichText>) {
+    a(t.box), a(t.rtf), a(t.backColor), a(t.border);
+  } else if constexpr (std::is_same_v<V, Line>) {
+    a(t.x1), a(t.y1), a(t.x2), a(t.y2), a(t.style), a(t.weight), a(t.color);
+  } else if constexpr (std::is_same_v<V, Box>) {
+    a(t.box), a(t.shape), a(t.fill), a(t.style), a(t.weight), a(t.lineColor);
+  } else if constexpr (std::is_same_v<V, CheckBox>) {
+    a(t.box), a(t.checked), a(t.caption), a(t.font), a(t.foreColor), a(t.align);
+  } else if constexpr (std::is_same_v<V, Picture>) {
+    a(t.box), a(t.data), a(t.sizeMode), a(t.border);
+  } else if constexpr (std::is_same_v<V, Path>) {
+    a(t.box), a(t.ops), a(t.points), a(t.fill), a(t.fillTo), a(t.style), a(t.weight),
+        a(t.lineColor);
+  } else if constexpr (std::is_same_v<V, Rect>) {
+    a(t.left), a(t.top), a(t.width), a(t.height);
+  } else if constexpr (std::is_same_v<V, Border>) {
+    a(t.left), a(t.top), a(t.right), a(t.bottom), a(t.color), a(t.weight);
+  } else if constexpr (std::is_same_v<V, PathPoint>) {
+    a(t.x), a(t.y);
+  }
+}
+
+// An empty item content of the variant's alternative `kind` (as packed by its index).
+template <std::size_t... K>
+decltype(Item::content) contentOf(std::size_t kind, std::index_sequence<K...>) {
+  decltype(Item::content) c;
+  if (!((kind == K ? (c.emplace<K>(), true) : false) || ...))
+    throw std::runtime_error("a packed page holds an unknown item");
+  return c;
+}
+decltype(Item::content) contentOfKind(std::size_t kind) {
+  return contentOf(kind, std::make_index_sequence<std::variant_size_v<decltype(Item::content)>>{});
+}
+
+}  // namespace
+
+// Fixed-size fields in host byte order (the bytes never leave the process); fonts and pictures
+// by their index in the store's tables.
+class PageStore::Packer {
  public:
-  explicit Writer(std::string& out) : out_(out) {}
+  Packer(PageStore& store, std::string& out) : store_(store), out_(out) {}
   template <class T>
-  void put(T v) {
-    static_assert(std::is_trivially_copyable_v<T>);
+  void operator()(const T& v) {
+    if constexpr (std::is_enum_v<T> || std::is_same_v<T, bool>) {
+      raw(static_cast<std::uint8_t>(v));
+    } else if constexpr (std::is_arithmetic_v<T>) {
+      raw(v);
+    } else if constexpr (std::is_same_v<T, std::string>) {
+      raw(static_cast<std::uint32_t>(v.size()));
+      out_.append(v);
+    } else if constexpr (std::is_same_v<T, Font>) {
+      raw(store_.intern(v));
+    } else if constexpr (std::is_same_v<T, std::shared_ptr<const std::vector<std::uint8_t>>>) {
+      raw(store_.intern(v));
+    } else if constexpr (std::is_same_v<T, std::optional<Color>>) {
+      raw(static_cast<std::uint8_t>(v.has_value()));
+      if (v) raw(*v);
+    } else if constexpr (requires {
+                           v.size();
+                           v.begin();
+                         }) {  // ops, points
+      raw(static_cast<std::uint32_t>(v.size()));
+      for (const auto& e : v) (*this)(e);
+    } else {
+      fields(*this, v);
+    }
+  }
+  template <class T>
+  void raw(T v) {
     out_.append(reinterpret_cast<const char*>(&v), sizeof v);
-  }
-  void str(const std::string& s) {
-    put(static_cast<std::uint32_t>(s.size()));
-    out_.append(s);
-  }
-  void rect(const Rect& r) {
-    put(r.left);
-    put(r.top);
-    put(r.width);
-    put(r.height);
-  }
-  void color(const std::optional<Color>& c) {
-    put(static_cast<std::uint8_t>(c.has_value()));
-    if (c) put(*c);
-  }
-  void border(const Border& b) {
-    put(static_cast<std::uint8_t>(b.left));
-    put(static_cast<std::uint8_t>(b.top));
-    put(static_cast<std::uint8_t>(b.right));
-    put(static_cast<std::uint8_t>(b.bottom));
-    put(b.color);
-    put(b.weight);
   }
 
  private:
+  PageStore& store_;
   std::string& out_;
 };
 
-class Reader {
+class PageStore::Unpacker {
  public:
-  Reader(const char* p, std::size_t n) : p_(p), end_(p + n) {}
+  Unpacker(const PageStore& store, const char* p, std::size_t n)
+      : store_(store), p_(p), end_(p + n) {}
   template <class T>
-  T get() {
+  void operator()(T& v) {
+    if constexpr (std::is_enum_v<T>) {
+      v = static_cast<T>(raw<std::uint8_t>());
+    } else if constexpr (std::is_same_v<T, bool>) {
+      v = raw<std::uint8_t>() != 0;
+    } else if constexpr (std::is_arithmetic_v<T>) {
+      v = raw<T>();
+    } else if constexpr (std::is_same_v<T, std::string>) {
+      const auto n = raw<std::uint32_t>();
+      need(n);
+      v.assign(p_, n);
+      p_ += n;
+    } else if constexpr (std::is_same_v<T, Font>) {
+      v = store_.fonts_.at(raw<std::uint32_t>());
+    } else if constexpr (std::is_same_v<T, std::shared_ptr<const std::vector<std::uint8_t>>>) {
+      v = store_.pictures_.at(raw<std::uint32_t>());
+    } else if constexpr (std::is_same_v<T, std::optional<Color>>) {
+      v.reset();
+      if (raw<std::uint8_t>()) v = raw<Color>();
+    } else if constexpr (requires { v.resize(0); }) {  // ops, points
+      v.resize(raw<std::uint32_t>());
+      for (auto& e : v) (*this)(e);
+    } else {
+      fields(*this, v);
+    }
+  }
+  template <class T>
+  T raw() {
     need(sizeof(T));
     T v;
     std::memcpy(&v, p_, sizeof v);
     p_ += sizeof v;
     return v;
-  }
-  template <class E>
-  E e() {
-    return static_cast<E>(get<std::uint8_t>());
-  }
-  std::string str() {
-    const auto n = get<std::uint32_t>();
-    need(n);
-    std::string s(p_, n);
-    p_ += n;
-    return s;
-  }
-  Rect rect() {
-    Rect r;
-    r.left = get<std::int32_t>();
-    r.top = get<std::int32_t>();
-    r.width = get<std::int32_t>();
-    r.height = get<std::int32_t>();
-    return r;
-  }
-  std::optional<Color> color() {
-    if (!get<std::uint8_t>()) return std::nullopt;
-    return get<Color>();
-  }
-  Border border() {
-    Border b;
-    b.left = e<LineStyle>();
-    b.top = e<LineStyle>();
-    b.right = e<LineStyle>();
-    b.bottom = e<LineStyle>();
-    b.color = get<Color>();
-    b.weight = get<int>();
-    return b;
   }
 
  private:
@@ -100,11 +145,10 @@ class Reader {
     if (static_cast<std::size_t>(end_ - p_) < n)
       throw std::runtime_error("a packed page is cut short");
   }
+  const PageStore& store_;
   const char* p_;
   const char* end_;
 };
-
-}  // namespace
 
 PageStore::PageStore(std::string tempFolder) : tempFolder_(std::move(tempFolder)) {}
 
@@ -137,79 +181,15 @@ std::uint32_t PageStore::intern(const std::shared_ptr<const std::vector<std::uin
 
 void PageStore::add(const Page& page) {
   const std::uint64_t start = fileSize_ + buffer_.size();
-  Writer w(buffer_);
-  w.put(page.width);
-  w.put(page.height);
-  w.put(static_cast<std::uint8_t>(page.landscape));
-  w.put(static_cast<std::uint32_t>(page.items.size()));
+  Packer w(*this, buffer_);
+  w(page.width), w(page.height), w(page.landscape);
+  w.raw(static_cast<std::uint32_t>(page.items.size()));
   for (const Item& item : page.items) {
-    w.put(static_cast<std::uint8_t>(item.content.index()));
-    w.put(intern(item.section));
-    w.put(intern(item.control));
-    w.put(item.row);
-    std::visit(
-        [&](const auto& c) {
-          using T = std::decay_t<decltype(c)>;
-          if constexpr (std::is_same_v<T, Text>) {
-            w.rect(c.box);
-            w.str(c.text);
-            w.put(intern(c.font));
-            w.put(c.foreColor);
-            w.color(c.backColor);
-            w.put(static_cast<std::uint8_t>(c.align));
-            w.put(static_cast<std::uint8_t>(c.valign));
-            w.put(c.angle);
-            w.put(static_cast<std::uint8_t>(c.wordWrap));
-            w.border(c.border);
-          } else if constexpr (std::is_same_v<T, RichText>) {
-            w.rect(c.box);
-            w.str(c.rtf);
-            w.color(c.backColor);
-            w.border(c.border);
-          } else if constexpr (std::is_same_v<T, Line>) {
-            w.put(c.x1);
-            w.put(c.y1);
-            w.put(c.x2);
-            w.put(c.y2);
-            w.put(static_cast<std::uint8_t>(c.style));
-            w.put(c.weight);
-            w.put(c.color);
-          } else if constexpr (std::is_same_v<T, Box>) {
-            w.rect(c.box);
-            w.put(static_cast<std::uint8_t>(c.shape));
-            w.color(c.fill);
-            w.put(static_cast<std::uint8_t>(c.style));
-            w.put(c.weight);
-            w.put(c.lineColor);
-          } else if constexpr (std::is_same_v<T, CheckBox>) {
-            w.rect(c.box);
-            w.put(static_cast<std::uint8_t>(c.checked));
-            w.str(c.caption);
-            w.put(intern(c.font));
-            w.put(c.foreColor);
-            w.put(static_cast<std::uint8_t>(c.align));
-          } else if constexpr (std::is_same_v<T, Picture>) {
-            w.rect(c.box);
-            w.put(intern(c.data));
-            w.put(static_cast<std::uint8_t>(c.sizeMode));
-            w.border(c.border);
-          } else if constexpr (std::is_same_v<T, Path>) {
-            w.rect(c.box);
-            w.put(static_cast<std::uint32_t>(c.ops.size()));
-            for (PathOp op : c.ops) w.put(static_cast<std::uint8_t>(op));
-            w.put(static_cast<std::uint32_t>(c.points.size()));
-            for (const PathPoint& pt : c.points) {
-              w.put(pt.x);
-              w.put(pt.y);
-            }
-            w.color(c.fill);
-            w.color(c.fillTo);
-            w.put(static_cast<std::uint8_t>(c.style));
-            w.put(c.weight);
-            w.put(c.lineColor);
-          }
-        },
-        item.content);
+    w.raw(static_cast<std::uint8_t>(item.content.index()));
+    w.raw(intern(item.section));
+    w.raw(intern(item.control));
+    w(item.row);
+    std::visit([&](const auto& c) { fields(w, c); }, item.content);
   }
   pages_.push_back({start, fileSize_ + buffer_.size() - start});
   if (buffer_.size() >= kSpillBytes) spill();
@@ -276,109 +256,21 @@ void PageStore::read(std::size_t i, Page& out) const {
   } else {
     data = buffer_.data() + (s.offset - fileSize_);
   }
-  Reader r(data, s.length);
-  out.width = r.get<std::int32_t>();
-  out.height = r.get<std::int32_t>();
-  out.landscape = r.get<std::uint8_t>() != 0;
-  const auto n = r.get<std::uint32_t>();
+  Unpacker r(*this, data, s.length);
+  r(out.width), r(out.height), r(out.landscape);
+  const auto n = r.raw<std::uint32_t>();
   out.items.clear();
   out.items.reserve(n);
   for (std::uint32_t k = 0; k < n; ++k) {
     Item item;
-    const auto kind = r.get<std::uint8_t>();
-    item.section = strings_.at(r.get<std::uint32_t>());
-    item.control = strings_.at(r.get<std::uint32_t>());
-    item.row = r.get<std::int32_t>();
-    switch (kind) {
-      case 0: {
-        Text t;
-        t.box = r.rect();
-        t.text = r.str();
-        t.font = fonts_.at(r.get<std::uint32_t>());
-        t.foreColor = r.get<Color>();
-        t.backColor = r.color();
-        t.align = r.e<HAlign>();
-        t.valign = r.e<VAlign>();
-        t.angle = r.get<int>();
-        t.wordWrap = r.get<std::uint8_t>() != 0;
-        t.border = r.border();
-        if (auto it = texts_.find({i, k}); it != texts_.end()) t.text = it->second;
-        item.content = std::move(t);
-        break;
-      }
-      case 1: {
-        RichText t;
-        t.box = r.rect();
-        t.rtf = r.str();
-        t.backColor = r.color();
-        t.border = r.border();
-        item.content = std::move(t);
-        break;
-      }
-      case 2: {
-        Line l;
-        l.x1 = r.get<std::int32_t>();
-        l.y1 = r.get<std::int32_t>();
-        l.x2 = r.get<std::int32_t>();
-        l.y2 = r.get<std::int32_t>();
-        l.style = r.e<LineStyle>();
-        l.weight = r.get<int>();
-        l.color = r.get<Color>();
-        item.content = l;
-        break;
-      }
-      case 3: {
-        Box b;
-        b.box = r.rect();
-        b.shape = r.e<ShapeKind>();
-        b.fill = r.color();
-        b.style = r.e<LineStyle>();
-        b.weight = r.get<int>();
-        b.lineColor = r.get<Color>();
-        item.content = b;
-        break;
-      }
-      case 4: {
-        CheckBox c;
-        c.box = r.rect();
-        c.checked = r.get<std::uint8_t>() != 0;
-        c.caption = r.str();
-        c.font = fonts_.at(r.get<std::uint32_t>());
-        c.foreColor = r.get<Color>();
-        c.align = r.e<HAlign>();
-        item.content = std::move(c);
-        break;
-      }
-      case 5: {
-        Picture p;
-        p.box = r.rect();
-        p.data = pictures_.at(r.get<std::uint32_t>());
-        p.sizeMode = r.e<SizeMode>();
-        p.border = r.border();
-        item.content = std::move(p);
-        break;
-      }
-      case 6: {
-        Path p;
-        p.box = r.rect();
-        p.ops.resize(r.get<std::uint32_t>());
-        for (auto& op : p.ops) op = r.e<PathOp>();
-        p.points.resize(r.get<std::uint32_t>());
-        for (auto& pt : p.points) {
-          pt.x = r.get<std::int32_t>();
-          pt.y = r.get<std::int32_t>();
-        }
-        p.fill = r.color();
-        p.fillTo = r.color();
-        p.style = r.e<LineStyle>();
-        p.weight = r.get<int>();
-        p.lineColor = r.get<Color>();
-        item.content = std::move(p);
-        break;
-      }
-      default:
-        throw std::runtime_error("a packed page holds an unknown item");
-    }
+    const auto kind = r.raw<std::uint8_t>();
+    item.section = strings_.at(r.raw<std::uint32_t>());
+    item.control = strings_.at(r.raw<std::uint32_t>());
+    r(item.row);
+    item.content = contentOfKind(kind);
+    std::visit([&](auto& c) { fields(r, c); }, item.content);
+    if (auto* t = std::get_if<Text>(&item.content))
+      if (auto it = texts_.find({i, k}); it != texts_.end()) t->text = it->second;
     out.items.push_back(std::move(item));
   }
 }

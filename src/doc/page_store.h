@@ -38,6 +38,8 @@ class PageStore {
   bool spilled() const { return fd_ >= 0 && fileSize_ > 0; }
 
  private:
+  class Packer;
+  class Unpacker;
   std::uint32_t intern(const std::string& s);
   std::uint32_t intern(const Font& f);
   std::uint32_t intern(const std::shared_ptr<const std::vector<std::uint8_t>>& data);
