@@ -216,6 +216,7 @@ Result runReport(const frame::CatalogueEntry& e, const std::string& db,
         doc::Document one = make(with)->run();
         d.title = one.title;
         for (auto& page : one.pages) d.pages.push_back(std::move(page));
+        for (auto& store : one.stores) d.stores.push_back(std::move(store));
       }
     }
     writePdf(d, (dir / ("out" + std::to_string(::getpid()) + ".pdf")).string());
@@ -223,7 +224,7 @@ Result runReport(const frame::CatalogueEntry& e, const std::string& db,
     res.galvixCpu = cpuMs() - c;
     db::setStatementLog(nullptr);
     res.peakMb = peakMb();
-    res.pages = static_cast<int>(d.pages.size());
+    res.pages = static_cast<int>(d.pageCount());
     d = {};
     res.statements = static_cast<long>(log.size());
     if (g_printStatements) {

@@ -352,10 +352,10 @@ void PageRenderer::text(cairo_t* cr, const doc::Text& t) {
   border(cr, b, t.border);
 }
 
-// Lines of plain ASCII drawn from their glyphs, placed as pango places them in a layout: wrapped
-// text aligned line by line inside the box's width, unwrapped text aligned inside its widest line
-// and placed by the alignment (pango's offsets and its rounding for centring). Anything else (a
-// line that would wrap, text taller than its box) is left to the layout.
+// Lines of plain Latin text drawn from their glyphs, wrapped and placed as pango places them in a
+// layout: wrapped text aligned line by line inside the box's width, unwrapped text aligned inside
+// its widest line and placed by the alignment (pango's offsets and its rounding for centring).
+// Anything else (a word broken across lines, text taller than its box) is left to the layout.
 namespace {
 thread_local bool simpleLines = true;
 }  // namespace
@@ -365,10 +365,10 @@ void setSimpleLines(bool on) {
 }
 
 bool PageRenderer::simpleText(cairo_t* cr, const doc::Text& t, std::int32_t fw, std::int32_t fh) {
-  if (!simpleLines || !shapeSimpleLine(t.text, t.font, line_)) return false;
-  const int boxWidth = twipsToPango(fw);
-  const int height = static_cast<int>(line_.lines.size()) * line_.height;
-  if (t.wordWrap && line_.width + PANGO_SCALE > boxWidth) return false;
+  const int boxWidth = std::max(1, twipsToPango(fw));
+  if (!simpleLines || !shapeSimpleLine(t.text, t.font, line_, t.wordWrap ? boxWidth : 0))
+    return false;
+  const int height = line_.totalHeight;
   if (t.wordWrap && ptFromPango(height) > pt(fh) + 0.5) return false;
   const int layoutWidth = t.wordWrap ? boxWidth : line_.width;
   auto offset = [&](int w) {
@@ -396,7 +396,8 @@ bool PageRenderer::simpleText(cairo_t* cr, const doc::Text& t, std::int32_t fw, 
   cairo_translate(cr, pt(b.left), pt(b.top));
   setColor(cr, t.foreColor);
   for (std::size_t k = 0; k < line_.lines.size(); ++k)
-    drawSimpleLine(cr, line_, k, x, y, offset(line_.lines[k].width));
+    if (line_.lines[k].glyphCount > 0)
+      drawSimpleLine(cr, line_, k, x, y, offset(line_.lines[k].width));
   return true;
 }
 

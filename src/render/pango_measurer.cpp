@@ -36,9 +36,18 @@ class PangoMeasurer : public engine::TextMeasurer {
   // advances is well inside the width (the margin covers kerning and ligatures); anything else
   // (other characters, letters the font lacks, blank lines, lines near the width) is laid out in
   // full.
+  // Other plain lines are shaped and wrapped as pango would (`shapeSimpleLine`), unless the
+  // answer is at hand.
   std::int32_t measureHeight(std::string_view text, const doc::Font& font,
                              std::int32_t wrapWidth) override {
     if (auto h = quickHeight(text, font, wrapWidth)) return *h;
+    std::string key = keyFor(text, font, wrapWidth);
+    if (auto it = cache_.find(key); it != cache_.end()) {
+      order_.splice(order_.begin(), order_, it->second.pos);
+      return it->second.extent.height;
+    }
+    const int wrap = wrapWidth > 0 ? std::max(1, twipsToPango(wrapWidth)) : 0;
+    if (shapeSimpleLine(text, font, line_, wrap)) return pangoToTwipsCeil(line_.totalHeight);
     return measure(text, font, wrapWidth).height;
   }
 
@@ -163,6 +172,7 @@ class PangoMeasurer : public engine::TextMeasurer {
   std::list<std::string> order_;
   std::unordered_map<std::string, Entry> cache_;
   std::map<std::string, FontMetrics> metrics_;
+  SimpleLine line_;
 };
 
 }  // namespace

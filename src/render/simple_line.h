@@ -25,8 +25,9 @@ inline bool quickLetter(gunichar c) {
 struct SimpleLine {
   PangoFont* font = nullptr;  // owned by the thread's font cache
   std::string text;           // the text with CR LF and CR turned into LF, as pango gets it
-  int height = 0;             // pango units: the logical height of one line
+  int height = 0;             // pango units: the logical height of a line of text
   int baseline = 0;           // pango units from a line's top
+  int totalHeight = 0;        // pango units: all lines (a blank one as tall as pango makes it)
   int width = 0;              // pango units: the widest line's logical width
   // Per glyph, in pango units from its line's start: x (advances so far plus its offset) and y
   // offset; and the glyph index.
@@ -37,14 +38,17 @@ struct SimpleLine {
     std::size_t firstGlyph = 0, glyphCount = 0, firstCluster = 0, clusterCount = 0;
     std::size_t offset = 0, length = 0;  // bytes of `text`
     int width = 0;
+    int top = 0;  // pango units from the first line's top
   };
   std::vector<Line> lines;
 };
 
-// Shapes `text` when its lines are plain letters (`quickLetter`; no tabs, no blank lines) in a
-// font that has every one of them; false otherwise (pango must lay it out). `line` is reused
-// between calls.
-bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& line);
+// Shapes `text` when its lines are plain letters (`quickLetter`; no tabs; blank lines) in a
+// font that has every one of them, each line wrapped `wrap` pango units wide (0: not wrapped)
+// as pango wraps it; false otherwise (pango must lay it out, as when a word must be broken).
+// `line` is reused between calls.
+bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& line,
+                     int wrap = 0);
 
 // Draws line `k` with the text's top left at `x`, `y` (points), `lineX` pango units in, as pango
 // draws a layout placed at (x, y).

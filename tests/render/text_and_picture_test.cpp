@@ -13,6 +13,8 @@
 #include "render/page_renderer.h"
 #include "render/pictures.h"
 #include "render/render.h"
+#include "render/simple_line.h"
+#include "render/text_layout.h"
 #include "render_sample.h"
 #include "render_test_util.h"
 
@@ -82,6 +84,9 @@ TEST(Measurer, HeightAloneAgreesWithTheFullLayout) {
       "Mr. and Mrs. John Smith\r\n12 Elm Street\r\nSpringfield, IL  62704",
       "(H) 555-0100\r\n(M) 555-0101\r\n(E) someone@example.com",
       "Line\r\n\r\nafter a blank one",
+      "(H) 555-0100\r\n(W) 555-0101\r\n",
+      "\r\n\r\nTwo blank lines first",
+      "\n",
       "   ",
       "Ana Garc\xc3\xad"
       "a",
@@ -95,6 +100,7 @@ TEST(Measurer, HeightAloneAgreesWithTheFullLayout) {
     const int lines = 1 + static_cast<int>(rng() % 4);
     for (int l = 0; l < lines; ++l) {
       if (l) t += (rng() % 2) ? "\r\n" : "\n";
+      if (rng() % 7 == 0) continue;  // a blank line
       const int n = 1 + static_cast<int>(rng() % 40);
       for (int k = 0; k < n; ++k)
         if (rng() % 6 == 0)
@@ -122,6 +128,87 @@ TEST(Measurer, HeightAloneAgreesWithTheFullLayout) {
   EXPECT_GT(checked, 15000);
 }
 
+// Wrapped plain text breaks where pango's layout breaks it, line for line and width for width:
+// names, addresses, hyphens and slashes, kerning pairs at the break, double and trailing spaces,
+// at every width within a unit of a break's own width. Words longer than the line are left to
+// pango (it breaks them inside), and so are texts of other kinds.
+TEST(SimpleLines, WrapWhereAndAsPangoWraps) {
+  const std::vector<std::string> words = {
+      "Dr.",    "Ana",       "Garc\u00eda-L\u00f3pez", "and",     "Mr.",   "O'Brien", "Smith",
+      "Jr.",    "III",       "The",                    "Honorable", "Zo\u00eb", "\u0141ukasz",
+      "(H)",    "555-0100",  "someone@example.com",    "Wa",        "To",    "AV",      "office",
+      "Yvette", "St.",       "1/2",                    "&",         "Ms.",   "Ye",      "W.",
+      "a",      "L'Oreal",   "Kumar-S\u00f8rensen",   "fi",        "T.",    "Y,",      "\u00a0"};
+  const std::vector<doc::Font> fonts = {{"Arial", 8},
+                                        {"Arial", 10, true},
+                                        {"Times New Roman", 12, false, true},
+                                        {"Courier New", 9},
+                                        {"Brush Script MT", 14}};
+  std::mt19937 rng(5);
+  SimpleLine line;
+  int compared = 0, declined = 0;
+  for (int i = 0; i < 300; ++i) {
+    std::string t;
+    const int n = 2 + static_cast<int>(rng() % 9);
+    for (int k = 0; k < n; ++k) {
+      if (k) t += rng() % 9 == 0 ? "  " : (rng() % 13 == 0 ? "\n" : " ");
+      t += words[rng() % words.size()];
+    }
+    if (i % 11 == 0) t += " ";
+    const doc::Font& f = fonts[rng() % fonts.size()];
+    LayoutPtr l = textLayout(t, f, 0, doc::HAlign::Left);
+    // Widths at and a unit either side of each prefix's own width, ending at a space or not.
+    std::set<int> widths;
+    for (std::size_t b = 1; b <= t.size(); ++b) {
+      if (b < t.size() && t[b] != ' ' && t[b - 1] != ' ') continue;
+      PangoRectangle at;
+      pango_layout_index_to_pos(l.get(), static_cast<int>(b < t.size() ? b : b - 1), &at);
+      const int w = b < t.size() ? at.x : at.x + at.width;
+      for (int d : {-1, 0, 1, 300})
+        if (w + d > 0) widths.insert(w + d);
+    }
+    // The widest word (pango breaks a word wider than the line inside it).
+    int widest = 0;
+    for (std::size_t from = 0; from < t.size();) {
+      std::size_t to = t.find_first_of(" \n", from);
+      if (to == std::string::npos) to = t.size();
+      if (to > from) {
+        PangoRectangle r;
+        pango_layout_get_extents(textLayout(t.substr(from, to - from), f, 0, doc::HAlign::Left).get(),
+                                 nullptr, &r);
+        widest = std::max(widest, r.width);
+      }
+      from = to + 1;
+    }
+    for (const int w : widths) {
+      if (!shapeSimpleLine(t, f, line, w)) {
+        // Where each word fits, pango still breaks inside one only when spaces next to each
+        // other leave no break that fits.
+        if (w > widest + PANGO_SCALE) ++declined;
+        continue;
+      }
+      pango_layout_set_width(l.get(), w);
+      pango_layout_set_wrap(l.get(), PANGO_WRAP_WORD_CHAR);
+      ASSERT_EQ(line.lines.size(), static_cast<std::size_t>(pango_layout_get_line_count(l.get())))
+          << f.name << " width " << w << ": " << t;
+      for (std::size_t k = 0; k < line.lines.size(); ++k) {
+        PangoLayoutLine* pl = pango_layout_get_line_readonly(l.get(), static_cast<int>(k));
+        PangoRectangle logical;
+        pango_layout_line_get_extents(pl, nullptr, &logical);
+        EXPECT_EQ(line.lines[k].offset, static_cast<std::size_t>(pl->start_index)) << t;
+        EXPECT_EQ(line.lines[k].length, static_cast<std::size_t>(pl->length)) << t;
+        EXPECT_EQ(line.lines[k].width, logical.width) << f.name << " width " << w << ": " << t;
+      }
+      ++compared;
+    }
+  }
+  EXPECT_GT(compared, 5000);
+  EXPECT_LT(declined * 50, compared);
+  // A word longer than the line, and text of other scripts, go through pango.
+  EXPECT_FALSE(shapeSimpleLine("Supercalifragilistic", fonts[0], line, 20 * PANGO_SCALE));
+  EXPECT_FALSE(shapeSimpleLine("\u03a9\u03bc\u03ad\u03b3\u03b1 Omega", fonts[0], line, 0));
+}
+
 // Plain lines drawn from their glyphs give the very bytes pango gives, in PDF and in pixels:
 // every alignment, wrapped or not, several lines, boxes too small, fonts the names map to and
 // fonts that lack a letter, and texts that must go through pango (accents, tabs, blank lines).
@@ -141,12 +228,22 @@ TEST(Renderer, PlainLinesDrawnFromGlyphsMatchPango) {
       const int lines = 1 + static_cast<int>(rng() % 3);
       for (int l = 0; l < lines; ++l) {
         if (l) t += (rng() % 3 == 0) ? "\r\n" : ((rng() % 2) ? "\n" : "\r");
+        if (rng() % 7 == 0) continue;  // a blank line
         const int n = 1 + static_cast<int>(rng() % 24);
         for (int k = 0; k < n; ++k)
           if (rng() % 6 == 0)
             t += wide[rng() % wide.size()];
           else
             t += letters[rng() % letters.size()];
+      }
+      // Every other text is words, most of them wrapped across lines.
+      if (i % 2 == 0) {
+        static const std::vector<std::string> words = {
+            "Dr.", "Ana", "Garc\u00eda-L\u00f3pez", "and", "Mr.", "O'Brien", "To", "Wa", "AV",
+            "office", "(H)", "555-0100", "someone@example.com", "Jr.", "Y,", "T.", "\u0141ukasz"};
+        t.clear();
+        for (int k = 0, n = 2 + static_cast<int>(rng() % 10); k < n; ++k)
+          t += (k ? (rng() % 9 == 0 ? "\r\n" : " ") : "") + words[rng() % words.size()];
       }
       if (i % 17 == 0)
         t += "\tGarc\xc3\xad"
