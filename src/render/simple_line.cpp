@@ -193,10 +193,10 @@ bool wrapParagraph(const Shaper& shaper, SimpleLine& line, std::size_t from, std
   const char* last = g_utf8_find_prev_char(all.data() + from, all.data() + to);
   const bool endsWhite = last && g_unichar_isspace(g_utf8_get_char(last));
   const bool single = g_utf8_next_char(all.data() + from) == all.data() + to;
-  const int finalSpace =
-      lastParagraph && endsWhite ? Shaper::advance(hb_buffer_get_glyph_positions(
-                                       shaper.b, nullptr)[hb_buffer_get_length(shaper.b) - 1])
-                                 : 0;
+  const int finalSpace = lastParagraph && endsWhite
+                             ? Shaper::advance(hb_buffer_get_glyph_positions(
+                                   shaper.b, nullptr)[hb_buffer_get_length(shaper.b) - 1])
+                             : 0;
   if (whole - finalSpace <= wrap || single) return shaper.addLine(line, from, to, false);
 
   // Characters, their byte offsets, and pango's break attributes for the paragraph (computed, as
@@ -205,8 +205,8 @@ bool wrapParagraph(const Shaper& shaper, SimpleLine& line, std::size_t from, std
   thread_local std::vector<PangoLogAttr> attrs;
   thread_local std::vector<int> widths;
   at.clear();
-  for (std::size_t i = from; i < to; i = static_cast<std::size_t>(
-                                         g_utf8_next_char(all.data() + i) - all.data()))
+  for (std::size_t i = from; i < to;
+       i = static_cast<std::size_t>(g_utf8_next_char(all.data() + i) - all.data()))
     at.push_back(i);
   const std::size_t n = at.size();
   at.push_back(to);
@@ -264,8 +264,7 @@ bool wrapParagraph(const Shaper& shaper, SimpleLine& line, std::size_t from, std
     }
     if (width + extra <= wrap || m == 1) {
       const int exact = firstLine ? whole : shaper.width(at[s], to);
-      if (exact + extra <= wrap || m == 1)
-        return shaper.addLine(line, at[s], to, false);
+      if (exact + extra <= wrap || m == 1) return shaper.addLine(line, at[s], to, false);
     }
     // Look for a break: candidates well inside the line are taken on the characters' widths,
     // those near its end are shaped.
@@ -399,8 +398,7 @@ void drawSimpleLine(cairo_t* cr, const SimpleLine& line, std::size_t k, double x
   cairo_save(cr);
   cairo_set_scaled_font(cr, pango_cairo_font_get_scaled_font(PANGO_CAIRO_FONT(line.font)));
   const double baseX = x + static_cast<double>(lineX) / PANGO_SCALE;
-  const double baseY =
-      y + static_cast<double>(ln.top + line.baseline) / PANGO_SCALE;
+  const double baseY = y + static_cast<double>(ln.top + line.baseline) / PANGO_SCALE;
   thread_local std::vector<cairo_glyph_t> glyphs;
   glyphs.clear();
   for (std::size_t i = ln.firstGlyph; i < ln.firstGlyph + ln.glyphCount; ++i) {

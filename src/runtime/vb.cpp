@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -66,6 +67,53 @@ std::string str(const Variant& v) {
   return v.displayText();
 }
 
+// Each character below U+0250 folded on its own, with and without its accents: folding and
+// removing accents go character by character, so a text's key is its characters' keys one after
+// the other. Built once, read only after.
+struct FoldTable {
+  static constexpr gunichar kSize = 0x250;
+  std::array<std::string, kSize> primary, secondary;
+  FoldTable() {
+    for (gunichar c = 1; c < kSize; ++c) {
+      char buf[6];
+      const std::string_view one(buf, static_cast<size_t>(g_unichar_to_utf8(c, buf)));
+      primary[c] = foldKey(one, true);
+      secondary[c] = foldKey(one, false);
+    }
+  }
+};
+
+const FoldTable& foldTable() {
+  static const FoldTable table;
+  return table;
+}
+
+// Compares the keys of two texts character by character from the table, as comparing the keys
+// of the whole texts would; 2 when a text holds a character beyond the table (or is not UTF-8).
+int compareFolded(std::string_view a, std::string_view b, bool withoutAccents) {
+  const FoldTable& t = foldTable();
+  const auto& keys = withoutAccents ? t.primary : t.secondary;
+  size_t ia = 0, ib = 0;
+  std::string_view ka, kb;
+  auto next = [&](std::string_view s, size_t& i, std::string_view& k) {
+    while (k.empty() && i < s.size()) {
+      const gunichar c = g_utf8_get_char_validated(s.data() + i, static_cast<gssize>(s.size() - i));
+      if (c == 0 || c >= FoldTable::kSize) return false;
+      k = keys[c];
+      i = static_cast<size_t>(g_utf8_next_char(s.data() + i) - s.data());
+    }
+    return true;
+  };
+  for (;;) {
+    if (!next(a, ia, ka) || !next(b, ib, kb)) return 2;
+    if (ka.empty() || kb.empty()) return ka.empty() == kb.empty() ? 0 : ka.empty() ? -1 : 1;
+    const auto x = static_cast<unsigned char>(ka[0]), y = static_cast<unsigned char>(kb[0]);
+    if (x != y) return x < y ? -1 : 1;
+    ka.remove_prefix(1);
+    kb.remove_prefix(1);
+  }
+}
+
 }  // namespace
 
 std::string_view trimBlanks(std::string_view s) {
@@ -117,8 +165,12 @@ int compareTextNoCase(std::string_view a, std::string_view b) {
   }
   if (i == n && ascii(a.substr(n)) && ascii(b.substr(n)))
     return a.size() < b.size() ? -1 : a.size() > b.size() ? 1 : 0;
-  // Letters with accents sort with their base letter; the accent only breaks ties.
-  int c = foldKey(a, true).compare(foldKey(b, true));
+  // Letters with accents sort with their base letter; the accent only breaks ties. The texts
+  // agree up to `i`, so their keys do too.
+  int c = compareFolded(a.substr(i), b.substr(i), true);
+  if (c == 0) c = compareFolded(a.substr(i), b.substr(i), false);
+  if (c != 2) return c;
+  c = foldKey(a, true).compare(foldKey(b, true));
   if (c == 0) c = foldKey(a, false).compare(foldKey(b, false));
   return c < 0 ? -1 : c > 0 ? 1 : 0;
 }

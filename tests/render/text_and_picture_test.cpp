@@ -133,12 +133,40 @@ TEST(Measurer, HeightAloneAgreesWithTheFullLayout) {
 // at every width within a unit of a break's own width. Words longer than the line are left to
 // pango (it breaks them inside), and so are texts of other kinds.
 TEST(SimpleLines, WrapWhereAndAsPangoWraps) {
-  const std::vector<std::string> words = {
-      "Dr.",    "Ana",       "Garc\u00eda-L\u00f3pez", "and",     "Mr.",   "O'Brien", "Smith",
-      "Jr.",    "III",       "The",                    "Honorable", "Zo\u00eb", "\u0141ukasz",
-      "(H)",    "555-0100",  "someone@example.com",    "Wa",        "To",    "AV",      "office",
-      "Yvette", "St.",       "1/2",                    "&",         "Ms.",   "Ye",      "W.",
-      "a",      "L'Oreal",   "Kumar-S\u00f8rensen",   "fi",        "T.",    "Y,",      "\u00a0"};
+  const std::vector<std::string> words = {"Dr.",
+                                          "Ana",
+                                          "Garc\u00eda-L\u00f3pez",
+                                          "and",
+                                          "Mr.",
+                                          "O'Brien",
+                                          "Smith",
+                                          "Jr.",
+                                          "III",
+                                          "The",
+                                          "Honorable",
+                                          "Zo\u00eb",
+                                          "\u0141ukasz",
+                                          "(H)",
+                                          "555-0100",
+                                          "someone@example.com",
+                                          "Wa",
+                                          "To",
+                                          "AV",
+                                          "office",
+                                          "Yvette",
+                                          "St.",
+                                          "1/2",
+                                          "&",
+                                          "Ms.",
+                                          "Ye",
+                                          "W.",
+                                          "a",
+                                          "L'Oreal",
+                                          "Kumar-S\u00f8rensen",
+                                          "fi",
+                                          "T.",
+                                          "Y,",
+                                          "\u00a0"};
   const std::vector<doc::Font> fonts = {{"Arial", 8},
                                         {"Arial", 10, true},
                                         {"Times New Roman", 12, false, true},
@@ -174,8 +202,8 @@ TEST(SimpleLines, WrapWhereAndAsPangoWraps) {
       if (to == std::string::npos) to = t.size();
       if (to > from) {
         PangoRectangle r;
-        pango_layout_get_extents(textLayout(t.substr(from, to - from), f, 0, doc::HAlign::Left).get(),
-                                 nullptr, &r);
+        pango_layout_get_extents(
+            textLayout(t.substr(from, to - from), f, 0, doc::HAlign::Left).get(), nullptr, &r);
         widest = std::max(widest, r.width);
       }
       from = to + 1;
@@ -238,9 +266,23 @@ TEST(Renderer, PlainLinesDrawnFromGlyphsMatchPango) {
       }
       // Every other text is words, most of them wrapped across lines.
       if (i % 2 == 0) {
-        static const std::vector<std::string> words = {
-            "Dr.", "Ana", "Garc\u00eda-L\u00f3pez", "and", "Mr.", "O'Brien", "To", "Wa", "AV",
-            "office", "(H)", "555-0100", "someone@example.com", "Jr.", "Y,", "T.", "\u0141ukasz"};
+        static const std::vector<std::string> words = {"Dr.",
+                                                       "Ana",
+                                                       "Garc\u00eda-L\u00f3pez",
+                                                       "and",
+                                                       "Mr.",
+                                                       "O'Brien",
+                                                       "To",
+                                                       "Wa",
+                                                       "AV",
+                                                       "office",
+                                                       "(H)",
+                                                       "555-0100",
+                                                       "someone@example.com",
+                                                       "Jr.",
+                                                       "Y,",
+                                                       "T.",
+                                                       "\u0141ukasz"};
         t.clear();
         for (int k = 0, n = 2 + static_cast<int>(rng() % 10); k < n; ++k)
           t += (k ? (rng() % 9 == 0 ? "\r\n" : " ") : "") + words[rng() % words.size()];
