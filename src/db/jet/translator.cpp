@@ -202,6 +202,9 @@ struct Translator::Impl {
   TranslatorOptions opts;
   // While a SELECT's FROM clause is written: its list has a bare * (columns in table order).
   bool bareStar = false;
+  // The statement is one SELECT with neither ORDER BY nor an aggregate but Count: its groups
+  // come out in key order, each with the same values, whichever plan SQLite takes.
+  bool groupsInKeyOrder = false;
 
   Impl(sqlite3* d, TranslatorOptions o) : db(d), opts(o) {
     sqlite3_prepare_v2(db, "PRAGMA schema_version", -1, &schemaVersion, nullptr);
@@ -788,6 +791,20 @@ struct Translator::Impl {
 
   // ---- SELECT ----
 
+  // Whether every aggregate of `s`'s list and HAVING is a Count (whose value does not depend on
+  // the order rows come in, unlike First, Last or a sum of fractions).
+  static bool countsOnly(const Select& s) {
+    auto walk = [](auto&& self, const Expr& e) -> bool {
+      if (e.kind == Expr::Func && isAggregateName(e.text) && e.text != "count") return false;
+      for (const auto& a : e.args)
+        if (!self(self, *a)) return false;
+      return true;
+    };
+    for (const auto& it : s.items)
+      if (!walk(walk, *it.expr)) return false;
+    return !s.having || walk(walk, *s.having);
+  }
+
   static bool hasAggregate(const Expr& e) {
     if (e.kind == Expr::Func && isAggregateName(e.text)) return true;
     if (e.kind == Expr::InSelect || e.kind == Expr::Exists || e.kind == Expr::SubQuery) {
@@ -851,6 +868,8 @@ struct Translator::Impl {
   };
 
   Parts selectParts(const Select& s, const Scope* outer, bool withOrder) {
+    const bool keyOrdered = groupsInKeyOrder;  // this SELECT's own: not its subqueries'
+    groupsInKeyOrder = false;
     Parts p;
     p.scope.parent = outer;
     for (const auto& t : s.from) collect(*t, p.scope, outer);
@@ -923,10 +942,12 @@ struct Translator::Impl {
     for (size_t i = 0; i < s.groupBy.size(); ++i) {
       // A number, date or truth value groups alike with or without the text collation; without
       // it an index on the column serves the grouping, and a HAVING condition on the column can
-      // move into WHERE (SQLite moves one only when its collation is the grouping's).
+      // move into WHERE (SQLite moves one only when its collation is the grouping's). Only where
+      // the groups come out in key order whatever the plan: another plan would feed an ORDER BY
+      // its ties in another order.
       Out g = expr(*s.groupBy[i], p.scope);
-      groupSql += (i ? ", " : "") + value(g) +
-                  (opts.planFriendly && isNotText(g) ? "" : " COLLATE JETTEXT");
+      groupSql +=
+          (i ? ", " : "") + value(g) + (keyOrdered && isNotText(g) ? "" : " COLLATE JETTEXT");
     }
     // DISTINCTROW: one row per combination of the rows of the tables that supply output
     // columns; it does nothing for one table or an aggregate query.
@@ -1470,6 +1491,8 @@ struct Translator::Impl {
     if (st.transformValue) return crosstab(st);
     if (st.selects.size() > 1) return unionOf(st);
     if (!st.selects[0]->into.empty()) return makeTable(st);
+    groupsInKeyOrder =
+        opts.planFriendly && st.selects[0]->orderBy.empty() && countsOnly(*st.selects[0]);
     Parts p = selectParts(*st.selects[0], nullptr, true);
     SelectOut o = assemble(*st.selects[0], p);
     Translation t;

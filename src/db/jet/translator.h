@@ -50,8 +50,9 @@ struct Translation {
 // How statements are written for SQLite's planner. The rows and their order are the same either
 // way; the plain form is there to prove that.
 struct TranslatorOptions {
-  // A RIGHT JOIN written as the LEFT JOIN it equals, and GROUP BY terms known to be numbers,
-  // dates or truth values without the text collation (docs/jet.md, "Plans").
+  // A RIGHT JOIN written as the LEFT JOIN it equals, and, where the groups come out in key order
+  // whatever the plan, GROUP BY terms known to be numbers, dates or truth values without the text
+  // collation (docs/jet.md, "Plans").
   bool planFriendly = true;
 };
 
