@@ -358,6 +358,11 @@ TEST_F(Jet, RightJoinsKeepEveryRowOfTheirRightSideAndTheirColumnOrder) {
            "GroupIDs.CategoryID) INNER JOIN GuestNames ON GroupIDs.GroupID = GuestNames.GroupID) "
            "ON EventRoles.RoleID = GuestNames.RoleID WHERE GroupIDs.Label <> 'x' ORDER BY GFName"),
       ElementsAre("Ann|Family|Bride", "Bob|Family|<null>", "Cid|<null>|Usher"));
+  // A join group on the left: it is matched as a whole or not at all.
+  EXPECT_THAT(rows("SELECT GuestNames.GFName, GroupIDs.Label FROM (GroupIDs INNER JOIN "
+                   "GuestCategories ON GroupIDs.CategoryID = GuestCategories.CategoryID) RIGHT "
+                   "JOIN GuestNames ON GroupIDs.GroupID = GuestNames.GroupID ORDER BY GFName"),
+              ElementsAre("Ann|Lees", "Bob|Lees", "Cid|<null>"));
   std::vector<std::string> names;
   rows("SELECT * FROM EventRoles RIGHT JOIN GuestNames ON EventRoles.RoleID = GuestNames.RoleID",
        &names);
