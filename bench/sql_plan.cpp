@@ -5,6 +5,7 @@
 //     KEY=VALUE replaces {KEY} in the catalogue example settings (PartyID=7 EventID=2 ...).
 //   ./build/<dir>/bench/sql_plan DB --file FILE [PARAM ...]
 //     runs the SQLite text in FILE with the parameters given (whole numbers bind as integers).
+//   SQL_PLAN_PRAGMA="PRAGMA ..." is run on the connection first (to try a setting).
 //
 // Each distinct statement is printed with how often it ran, the median of 3 replays (ms, CPU),
 // its row count and EXPLAIN QUERY PLAN, slowest first.
@@ -81,7 +82,7 @@ void report(sqlite3* h, const std::string& sql, const std::vector<std::vector<Va
     ms.push_back(t.ms);
   }
   std::sort(ms.begin(), ms.end());
-  std::printf("== %zu x, %.1f ms cpu, %ld rows\n%s\n", params.size(), ms[1], t.rows / 1,
+  std::printf("== %zu x, %.1f ms cpu, %ld rows\n%s\n", params.size(), ms[1], t.rows,
               sql.substr(0, 400).c_str());
   plan(h, sql, params.front());
 }
