@@ -4,6 +4,7 @@ median wall time, CPU time (user + system) and peak memory of each, and their ra
 shared machine wall time follows the load; CPU time is the steadier figure.
 
   bench/compare_times.py OLD_GALVIX NEW_GALVIX --db DB [--runs 7] [--report NAME] [--set P=V ...]
+                        [--party NAME]
   bench/compare_times.py OLD_GALVIX NEW_GALVIX --db DB --all     (every report, render-all)
 """
 import argparse
@@ -21,6 +22,8 @@ def run_once(galvix, args, out):
         cmd = [galvix, "render", args.report, "--db", args.db, "-o", out]
         for s in args.set:
             cmd += ["--set", s]
+        if args.party:
+            cmd += ["--party", args.party]
     start = time.monotonic()
     proc = subprocess.Popen(cmd, stdout=subprocess.DEVNULL)
     _, status, ru = os.wait4(proc.pid, 0)
@@ -38,6 +41,7 @@ def main():
     p.add_argument("--runs", type=int, default=7)
     p.add_argument("--report", default="Guest List - with notes")
     p.add_argument("--set", action="append", default=[])
+    p.add_argument("--party", help="the party of a party report (its name or id)")
     p.add_argument("--all", action="store_true", help="every catalogue report (render-all)")
     args = p.parse_args()
     runs = {"old": [], "new": []}

@@ -199,7 +199,14 @@ struct Translator::Impl {
   // Inside a crosstab cell: aggregates see only the rows of that cell's column.
   const std::string* pivotMatch = nullptr;
 
-  explicit Impl(sqlite3* d) : db(d) {
+  TranslatorOptions opts;
+  // While a SELECT's FROM clause is written: its list has a bare * (columns in table order).
+  bool bareStar = false;
+  // The statement is one SELECT with neither ORDER BY nor an aggregate but Count: its groups
+  // come out in key order, each with the same values, whichever plan SQLite takes.
+  bool groupsInKeyOrder = false;
+
+  Impl(sqlite3* d, TranslatorOptions o) : db(d), opts(o) {
     sqlite3_prepare_v2(db, "PRAGMA schema_version", -1, &schemaVersion, nullptr);
   }
   ~Impl() { sqlite3_finalize(schemaVersion); }
@@ -683,6 +690,23 @@ struct Translator::Impl {
         return "(" + sub.sql + ")" + (t.alias.empty() ? "" : " AS " + ident(t.alias));
       }
       case TableRef::Join: {
+        // A RIGHT JOIN is written as the LEFT JOIN it equals, its kept side first: SQLite builds
+        // a parenthesised group that holds a RIGHT JOIN in full before the WHERE clause can
+        // narrow it (every invitation of every party, for one party's seating), while a group
+        // of inner and left joins it folds into the query and starts from the filtered table.
+        // Not where the order of the tables shows (a bare *) or the ON clause reads a table
+        // outside the two sides (SQLite refuses that for a RIGHT JOIN and must still).
+        if (t.joinType == "right" && opts.planFriendly && !bareStar) {
+          std::set<std::string> sides;
+          aliasesOf(t, sides);
+          if (readsOnly(*t.on, scope, sides)) {
+            std::string kept = from(*t.right, scope, false);
+            std::string other = from(*t.left, scope, true);
+            checkJoinCondition(*t.on, scope);
+            std::string s = kept + " LEFT JOIN " + other + " ON " + cond(condition(*t.on, scope));
+            return nested ? "(" + s + ")" : s;
+          }
+        }
         std::string l = from(*t.left, scope, false);
         std::string r = from(*t.right, scope, true);
         std::string kw = t.joinType == "left"    ? " LEFT JOIN "
@@ -694,6 +718,46 @@ struct Translator::Impl {
       }
     }
     return {};
+  }
+
+  // The names (lower case) a FROM item's tables are qualified with.
+  static void aliasesOf(const TableRef& t, std::set<std::string>& out) {
+    if (t.kind == TableRef::Join) {
+      aliasesOf(*t.left, out);
+      aliasesOf(*t.right, out);
+    } else {
+      out.insert(lower(t.alias.empty() ? t.name : t.alias));
+    }
+  }
+
+  // Whether every column `e` reads is one of the tables `within` (and only theirs, where the
+  // name is not qualified), with no subquery: otherwise the caller keeps the statement's shape.
+  static bool readsOnly(const Expr& e, const Scope& scope, const std::set<std::string>& within) {
+    if (e.sub || e.kind == Expr::Star) return false;
+    if (e.kind == Expr::Column) {
+      if (e.bracketedDot) return false;
+      if (!e.table.empty()) {
+        const Source* found = nullptr;
+        for (const auto& s : scope.sources)
+          if (!found && vb::compareTextNoCase(s.alias, e.table) == 0) found = &s;
+        for (const auto& s : scope.sources)
+          if (!found && vb::compareTextNoCase(s.name, e.table) == 0) found = &s;
+        return found && within.count(lower(found->alias));
+      }
+      bool found = false;
+      for (const auto& s : scope.sources) {
+        bool has = s.info != nullptr && s.info->find(e.text) != nullptr;
+        for (const auto& d : s.derived)
+          if (vb::compareTextNoCase(d.first, e.text) == 0) has = true;
+        if (!has) continue;
+        if (!within.count(lower(s.alias))) return false;
+        found = true;
+      }
+      return found;
+    }
+    for (const auto& a : e.args)
+      if (!readsOnly(*a, scope, within)) return false;
+    return true;
   }
 
   // Jet accepts a condition on a single table inside ON only for a table the same ON clause
@@ -726,6 +790,20 @@ struct Translator::Impl {
   }
 
   // ---- SELECT ----
+
+  // Whether every aggregate of `s`'s list and HAVING is a Count (whose value does not depend on
+  // the order rows come in, unlike First, Last or a sum of fractions).
+  static bool countsOnly(const Select& s) {
+    auto walk = [](auto&& self, const Expr& e) -> bool {
+      if (e.kind == Expr::Func && isAggregateName(e.text) && e.text != "count") return false;
+      for (const auto& a : e.args)
+        if (!self(self, *a)) return false;
+      return true;
+    };
+    for (const auto& it : s.items)
+      if (!walk(walk, *it.expr)) return false;
+    return !s.having || walk(walk, *s.having);
+  }
 
   static bool hasAggregate(const Expr& e) {
     if (e.kind == Expr::Func && isAggregateName(e.text)) return true;
@@ -790,6 +868,8 @@ struct Translator::Impl {
   };
 
   Parts selectParts(const Select& s, const Scope* outer, bool withOrder) {
+    const bool keyOrdered = groupsInKeyOrder;  // this SELECT's own: not its subqueries'
+    groupsInKeyOrder = false;
     Parts p;
     p.scope.parent = outer;
     for (const auto& t : s.from) collect(*t, p.scope, outer);
@@ -852,12 +932,23 @@ struct Translator::Impl {
     }
     p.out.names = names;
 
+    const bool savedStar = bareStar;
+    bareStar = std::find(p.itemSql.begin(), p.itemSql.end(), "*") != p.itemSql.end();
     for (size_t i = 0; i < s.from.size(); ++i)
       p.fromSql += (i ? ", " : "") + from(*s.from[i], p.scope, false);
+    bareStar = savedStar;
     if (s.where) p.whereSql = cond(condition(*s.where, p.scope));
     std::string groupSql;
-    for (size_t i = 0; i < s.groupBy.size(); ++i)
-      groupSql += (i ? ", " : "") + value(expr(*s.groupBy[i], p.scope)) + " COLLATE JETTEXT";
+    for (size_t i = 0; i < s.groupBy.size(); ++i) {
+      // A number, date or truth value groups alike with or without the text collation; without
+      // it an index on the column serves the grouping, and a HAVING condition on the column can
+      // move into WHERE (SQLite moves one only when its collation is the grouping's). Only where
+      // the groups come out in key order whatever the plan: another plan would feed an ORDER BY
+      // its ties in another order.
+      Out g = expr(*s.groupBy[i], p.scope);
+      groupSql +=
+          (i ? ", " : "") + value(g) + (keyOrdered && isNotText(g) ? "" : " COLLATE JETTEXT");
+    }
     // DISTINCTROW: one row per combination of the rows of the tables that supply output
     // columns; it does nothing for one table or an aggregate query.
     if (s.distinctRow && !p.aggregate && !s.distinct) {
@@ -1400,6 +1491,8 @@ struct Translator::Impl {
     if (st.transformValue) return crosstab(st);
     if (st.selects.size() > 1) return unionOf(st);
     if (!st.selects[0]->into.empty()) return makeTable(st);
+    groupsInKeyOrder =
+        opts.planFriendly && st.selects[0]->orderBy.empty() && countsOnly(*st.selects[0]);
     Parts p = selectParts(*st.selects[0], nullptr, true);
     SelectOut o = assemble(*st.selects[0], p);
     Translation t;
@@ -1412,7 +1505,8 @@ struct Translator::Impl {
   }
 };
 
-Translator::Translator(sqlite3* db) : impl_(std::make_unique<Impl>(db)) {}
+Translator::Translator(sqlite3* db, TranslatorOptions options)
+    : impl_(std::make_unique<Impl>(db, options)) {}
 Translator::~Translator() = default;
 
 void Translator::schemaChanged() {

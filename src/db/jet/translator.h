@@ -47,9 +47,18 @@ struct Translation {
   std::shared_ptr<const GroupedCount> grouped;  // set when the statement is such a count
 };
 
+// How statements are written for SQLite's planner. The rows and their order are the same either
+// way; the plain form is there to prove that.
+struct TranslatorOptions {
+  // A RIGHT JOIN written as the LEFT JOIN it equals, and, where the groups come out in key order
+  // whatever the plan, GROUP BY terms known to be numbers, dates or truth values without the text
+  // collation (docs/jet.md, "Plans").
+  bool planFriendly = true;
+};
+
 class Translator {
  public:
-  explicit Translator(sqlite3* db);
+  explicit Translator(sqlite3* db, TranslatorOptions options = {});
   ~Translator();
   Translator(const Translator&) = delete;
   Translator& operator=(const Translator&) = delete;
