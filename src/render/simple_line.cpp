@@ -7,8 +7,10 @@
 #include <array>
 #include <cstdlib>
 #include <map>
+#include <optional>
 #include <string>
 #include <tuple>
+#include <unordered_map>
 #include <vector>
 
 #include "render/fonts.h"
@@ -41,6 +43,13 @@ struct FontCache {
   using Key = std::tuple<std::string, double, bool, bool>;
   std::map<Key, FontInfo> fonts;
   hb_buffer_t* buffer = hb_buffer_create();
+  // Short texts shaped before, per font and width (dates, times, captions, numbers repeat on
+  // every page), and whether they were plain at all. Emptied when full.
+  static constexpr std::size_t kShapedTexts = 8192, kShapedLength = 128;
+  std::unordered_map<std::string, std::optional<SimpleLine>> shaped;
+  std::string key;
+  FontInfo* last = nullptr;  // the font asked for last
+  doc::Font lastFont;
   ~FontCache() {
     for (auto& [k, f] : fonts)
       if (f.font) g_object_unref(f.font);
@@ -69,9 +78,14 @@ RunInfo runInfo(const doc::Font& font, const char* sample) {
 }
 
 FontInfo& fontInfo(FontCache& c, const doc::Font& font) {
+  // Texts come in runs of one font.
+  if (c.last && c.lastFont.size == font.size && c.lastFont.bold == font.bold &&
+      c.lastFont.italic == font.italic && c.lastFont.name == font.name)
+    return *c.last;
+  c.lastFont = font;
   FontCache::Key key{font.name, font.size, font.bold, font.italic};
   auto it = c.fonts.find(key);
-  if (it != c.fonts.end()) return it->second;
+  if (it != c.fonts.end()) return *(c.last = &it->second);
   FontInfo info;
   info.font = pango_context_load_font(pangoContext(), fontDescription(font));
   if (info.font) {
@@ -89,7 +103,7 @@ FontInfo& fontInfo(FontCache& c, const doc::Font& font) {
     info.latin = runInfo(plain, "a");
     info.common = runInfo(plain, "1");
   }
-  return c.fonts.emplace(std::move(key), info).first->second;
+  return *(c.last = &c.fonts.emplace(std::move(key), info).first->second);
 }
 
 }  // namespace
@@ -321,11 +335,9 @@ bool hasLongRun(std::string_view t) {
 
 }  // namespace
 
-bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& line, int wrap) {
-  if (text.empty() || text.size() > 4096 || font.underline || font.strikeout) return false;
-  FontCache& c = cache();
-  FontInfo& f = fontInfo(c, font);
-  if (!f.hb || !f.latin.language || !f.common.language) return false;
+namespace {
+
+bool shapeText(FontCache& c, FontInfo& f, std::string_view text, SimpleLine& line, int wrap) {
   line.text.clear();
   line.lines.clear();
   bool letter = false;
@@ -386,6 +398,29 @@ bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& l
     from = to + 1;
   }
   return true;
+}
+
+}  // namespace
+
+bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& line, int wrap) {
+  if (text.empty() || text.size() > 4096 || font.underline || font.strikeout) return false;
+  FontCache& c = cache();
+  FontInfo& f = fontInfo(c, font);
+  if (!f.hb || !f.latin.language || !f.common.language) return false;
+  if (text.size() > FontCache::kShapedLength) return shapeText(c, f, text, line, wrap);
+  const FontInfo* id = &f;
+  c.key.assign(reinterpret_cast<const char*>(&id), sizeof id);
+  c.key.append(reinterpret_cast<const char*>(&wrap), sizeof wrap);
+  c.key.append(text);
+  if (auto it = c.shaped.find(c.key); it != c.shaped.end()) {
+    if (!it->second) return false;
+    line = *it->second;
+    return true;
+  }
+  const bool plain = shapeText(c, f, text, line, wrap);
+  if (c.shaped.size() >= FontCache::kShapedTexts) c.shaped.clear();
+  c.shaped.emplace(c.key, plain ? std::optional<SimpleLine>(line) : std::nullopt);
+  return plain;
 }
 
 void drawSimpleLine(cairo_t* cr, const SimpleLine& line, std::size_t k, double x, double y,
