@@ -20,17 +20,18 @@ namespace galvix::render {
 
 namespace {
 
-// What a line in one font needs: the font pango picks for it, which printable ASCII letters
-// that font has (pango takes a letter the font lacks from another font), the height and
-// baseline of a line in it (the same for every line of letters the font has), and the height of
-// a blank line (pango takes it from the font's metrics, not from a glyph).
 // What pango's itemizer makes of a run of this font: its language (shaping and break rules
 // follow it) and the line breaker's safety margin, three of the font's average characters.
 struct RunInfo {
   hb_language_t language = nullptr;
   int safe = 0;
+  hb_shape_plan_t* plan = nullptr;  // HarfBuzz's plan for such a run, made once
 };
 
+// What a line in one font needs: the font pango picks for it, which printable ASCII letters
+// that font has (pango takes a letter the font lacks from another font), the height and
+// baseline of a line in it (the same for every line of letters the font has), and the height of
+// a blank line (pango takes it from the font's metrics, not from a glyph).
 struct FontInfo {
   PangoFont* font = nullptr;
   RunInfo latin, common;  // a run holding a letter; one of digits and signs alone
@@ -51,8 +52,11 @@ struct FontCache {
   FontInfo* last = nullptr;  // the font asked for last
   doc::Font lastFont;
   ~FontCache() {
-    for (auto& [k, f] : fonts)
+    for (auto& [k, f] : fonts) {
       if (f.font) g_object_unref(f.font);
+      for (hb_shape_plan_t* p : {f.latin.plan, f.common.plan})
+        if (p) hb_shape_plan_destroy(p);
+    }
     hb_buffer_destroy(buffer);
   }
 };
@@ -115,7 +119,7 @@ namespace {
 struct Shaper {
   hb_buffer_t* b;
   hb_font_t* font;
-  hb_language_t language;
+  RunInfo& run;
   hb_script_t script;
   const std::string& all;
   // What the buffer holds: the last range shaped.
@@ -128,13 +132,22 @@ struct Shaper {
     hb_buffer_clear_contents(b);
     hb_buffer_set_direction(b, HB_DIRECTION_LTR);
     hb_buffer_set_script(b, script);
-    hb_buffer_set_language(b, language);
+    hb_buffer_set_language(b, run.language);
     hb_buffer_set_cluster_level(b, HB_BUFFER_CLUSTER_LEVEL_MONOTONE_CHARACTERS);
     hb_buffer_set_flags(b, static_cast<hb_buffer_flags_t>(HB_BUFFER_FLAG_BOT | HB_BUFFER_FLAG_EOT));
     hb_buffer_set_invisible_glyph(b, PANGO_GLYPH_EMPTY);
     hb_buffer_add_utf8(b, all.data(), static_cast<int>(all.size()), static_cast<unsigned>(from),
                        static_cast<int>(to - from));
-    hb_shape(font, b, nullptr, 0);
+    // hb_shape() would look the plan up in the face's list each time.
+    if (!run.plan) {
+      hb_segment_properties_t props;
+      hb_buffer_get_segment_properties(b, &props);
+      unsigned coords = 0;
+      const int* normalized = hb_font_get_var_coords_normalized(font, &coords);
+      run.plan = hb_shape_plan_create_cached2(hb_font_get_face(font), &props, nullptr, 0,
+                                              normalized, coords, nullptr);
+    }
+    hb_shape_plan_execute(run.plan, font, b, nullptr, 0);
     return hb_buffer_get_length(b);
   }
 
@@ -227,7 +240,7 @@ bool wrapParagraph(const Shaper& shaper, SimpleLine& line, std::size_t from, std
   const std::size_t attrLength = lastParagraph ? to - from : to - from + 1;
   attrs.assign(n + (lastParagraph ? 1 : 2), PangoLogAttr{});
   pango_get_log_attrs(all.data() + from, static_cast<int>(attrLength), 0,
-                      pango_language_from_string(hb_language_to_string(shaper.language)),
+                      pango_language_from_string(hb_language_to_string(shaper.run.language)),
                       attrs.data(), static_cast<int>(attrs.size()));
   auto canBreak = [&](std::size_t k) {
     return k == n ? (lastParagraph || attrs[k].is_line_break) : attrs[k].is_line_break != 0;
@@ -365,7 +378,7 @@ bool shapeText(FontCache& c, FontInfo& f, std::string_view text, SimpleLine& lin
     p = next;
   }
   if (wrap > 0 && hasLongRun(line.text)) return false;
-  const RunInfo& run = letter ? f.latin : f.common;
+  RunInfo& run = letter ? f.latin : f.common;
   line.font = f.font;
   line.height = f.height;
   line.baseline = f.baseline;
@@ -376,8 +389,7 @@ bool shapeText(FontCache& c, FontInfo& f, std::string_view text, SimpleLine& lin
   line.y.clear();
   line.clusters.clear();
   // Each line is its own paragraph to pango, shaped with the whole text as context.
-  const Shaper shaper{c.buffer, f.hb, run.language, letter ? HB_SCRIPT_LATIN : HB_SCRIPT_COMMON,
-                      line.text};
+  const Shaper shaper{c.buffer, f.hb, run, letter ? HB_SCRIPT_LATIN : HB_SCRIPT_COMMON, line.text};
   const std::string& all = line.text;
   for (std::size_t from = 0; from <= all.size();) {
     std::size_t to = all.find('\n', from);
