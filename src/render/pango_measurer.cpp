@@ -47,7 +47,7 @@ class PangoMeasurer : public engine::TextMeasurer {
       return it->second.extent.height;
     }
     const int wrap = wrapWidth > 0 ? std::max(1, twipsToPango(wrapWidth)) : 0;
-    if (shapeSimpleLine(text, font, line_, wrap)) return pangoToTwipsCeil(line_.totalHeight);
+    if (shapeSimpleLine(text, font, line_, wrap, true)) return pangoToTwipsCeil(line_.totalHeight);
     return measure(text, font, wrapWidth).height;
   }
 

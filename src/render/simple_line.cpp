@@ -122,6 +122,7 @@ struct Shaper {
   RunInfo& run;
   hb_script_t script;
   const std::string& all;
+  bool linesOnly;
   // What the buffer holds: the last range shaped.
   mutable std::size_t shapedFrom = 1, shapedTo = 0;
 
@@ -165,6 +166,13 @@ struct Shaper {
   // Shapes [from, to) and adds it to `line` as one line; a line the breaker wrapped after a
   // space loses that space's width and glyph, as pango collapses it.
   bool addLine(SimpleLine& line, std::size_t from, std::size_t to, bool collapseFinalSpace) const {
+    if (linesOnly) {  // the lines' places, not their glyphs
+      SimpleLine::Line ln{line.glyphs.size(), 0, line.clusters.size(), 0, from, to - from, 0};
+      ln.top = line.totalHeight;
+      line.totalHeight += line.height;
+      line.lines.push_back(ln);
+      return true;
+    }
     const unsigned n = shape(from, to);
     const hb_glyph_info_t* info = hb_buffer_get_glyph_infos(b, nullptr);
     hb_glyph_position_t* pos = hb_buffer_get_glyph_positions(b, nullptr);
@@ -350,7 +358,8 @@ bool hasLongRun(std::string_view t) {
 
 namespace {
 
-bool shapeText(FontCache& c, FontInfo& f, std::string_view text, SimpleLine& line, int wrap) {
+bool shapeText(FontCache& c, FontInfo& f, std::string_view text, SimpleLine& line, int wrap,
+               bool linesOnly) {
   line.text.clear();
   line.lines.clear();
   bool letter = false;
@@ -389,7 +398,8 @@ bool shapeText(FontCache& c, FontInfo& f, std::string_view text, SimpleLine& lin
   line.y.clear();
   line.clusters.clear();
   // Each line is its own paragraph to pango, shaped with the whole text as context.
-  const Shaper shaper{c.buffer, f.hb, run, letter ? HB_SCRIPT_LATIN : HB_SCRIPT_COMMON, line.text};
+  const Shaper shaper{c.buffer,  f.hb,     run, letter ? HB_SCRIPT_LATIN : HB_SCRIPT_COMMON,
+                      line.text, linesOnly};
   const std::string& all = line.text;
   for (std::size_t from = 0; from <= all.size();) {
     std::size_t to = all.find('\n', from);
@@ -414,22 +424,24 @@ bool shapeText(FontCache& c, FontInfo& f, std::string_view text, SimpleLine& lin
 
 }  // namespace
 
-bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& line, int wrap) {
+bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& line, int wrap,
+                     bool linesOnly) {
   if (text.empty() || text.size() > 4096 || font.underline || font.strikeout) return false;
   FontCache& c = cache();
   FontInfo& f = fontInfo(c, font);
   if (!f.hb || !f.latin.language || !f.common.language) return false;
-  if (text.size() > FontCache::kShapedLength) return shapeText(c, f, text, line, wrap);
+  if (text.size() > FontCache::kShapedLength) return shapeText(c, f, text, line, wrap, linesOnly);
   const FontInfo* id = &f;
   c.key.assign(reinterpret_cast<const char*>(&id), sizeof id);
   c.key.append(reinterpret_cast<const char*>(&wrap), sizeof wrap);
+  c.key += linesOnly ? 'l' : 'g';
   c.key.append(text);
   if (auto it = c.shaped.find(c.key); it != c.shaped.end()) {
     if (!it->second) return false;
     line = *it->second;
     return true;
   }
-  const bool plain = shapeText(c, f, text, line, wrap);
+  const bool plain = shapeText(c, f, text, line, wrap, linesOnly);
   if (c.shaped.size() >= FontCache::kShapedTexts) c.shaped.clear();
   c.shaped.emplace(c.key, plain ? std::optional<SimpleLine>(line) : std::nullopt);
   return plain;

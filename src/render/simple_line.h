@@ -47,7 +47,10 @@ struct SimpleLine {
 // font that has every one of them, each line wrapped `wrap` pango units wide (0: not wrapped)
 // as pango wraps it; false otherwise (pango must lay it out, as when a word must be broken).
 // `line` is reused between calls.
-bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& line, int wrap = 0);
+// With `linesOnly`, only the lines' places are made (their tops, heights and text), not glyphs:
+// what measuring needs.
+bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& line, int wrap = 0,
+                     bool linesOnly = false);
 
 // Draws line `k` with the text's top left at `x`, `y` (points), `lineX` pango units in, as pango
 // draws a layout placed at (x, y).
