@@ -299,7 +299,6 @@ void PageRenderer::text(cairo_t* cr, const doc::Text& t) {
   if (b.width <= 0 || b.height <= 0) return;
   if (t.backColor) fillRect(cr, b, *t.backColor);
   if (!t.text.empty()) {
-    cairo_save(cr);
     const int a = ((t.angle % 3600) + 3600) % 3600;
     const auto [align, valign] = turnedAlignment(a, t.align, t.valign);
     // Turned a quarter either way, the text runs along the box's height.
@@ -309,10 +308,10 @@ void PageRenderer::text(cairo_t* cr, const doc::Text& t) {
     const std::string_view shown = engine::cutToBox(t.text, t.font.size, fw, fh);
     const std::string cutText = shown.size() < t.text.size() ? std::string(shown) : std::string();
     if (a == 0 && cutText.empty() && t.align != doc::HAlign::Justify && simpleText(cr, t, fw, fh)) {
-      cairo_restore(cr);
       border(cr, b, t.border);
       return;
     }
+    cairo_save(cr);
     PangoLayout* l =
         layoutFor(cutText.empty() ? t.text : cutText, t.font, t.wordWrap ? fw : 0, align);
     PangoRectangle logical;
@@ -389,7 +388,12 @@ bool PageRenderer::simpleText(cairo_t* cr, const doc::Text& t, std::int32_t fw, 
   const double y = place(pt(fh), ptFromPango(height), vPlace(valign));
   const bool fits = x + ptFromPango(left) >= 0 && y >= 0 && x + ptFromPango(right) <= pt(fw) &&
                     y + ptFromPango(height) <= pt(fh);
+  // Most texts fit and need no saved state: the matrix is put back as it was, and the font is
+  // left set, so the next text in it does not make cairo look its scaled font up again.
+  cairo_matrix_t matrix;
+  cairo_get_matrix(cr, &matrix);
   if (!fits) {
+    cairo_save(cr);
     rect(cr, b);
     cairo_clip(cr);
   }
@@ -398,6 +402,10 @@ bool PageRenderer::simpleText(cairo_t* cr, const doc::Text& t, std::int32_t fw, 
   for (std::size_t k = 0; k < line_.lines.size(); ++k)
     if (line_.lines[k].glyphCount > 0)
       drawSimpleLine(cr, line_, k, x, y, offset(line_.lines[k].width));
+  if (!fits)
+    cairo_restore(cr);
+  else
+    cairo_set_matrix(cr, &matrix);
   return true;
 }
 

@@ -454,7 +454,6 @@ void drawSimpleLine(cairo_t* cr, const SimpleLine& line, std::size_t k, double x
   // to cairo's fixed-point grid).
   cairo_move_to(cr, x, y);
   cairo_get_current_point(cr, &x, &y);
-  cairo_save(cr);
   cairo_set_scaled_font(cr, pango_cairo_font_get_scaled_font(PANGO_CAIRO_FONT(line.font)));
   const double baseX = x + static_cast<double>(lineX) / PANGO_SCALE;
   const double baseY = y + static_cast<double>(ln.top + line.baseline) / PANGO_SCALE;
@@ -473,7 +472,6 @@ void drawSimpleLine(cairo_t* cr, const SimpleLine& line, std::size_t k, double x
         static_cast<int>(ln.clusterCount), static_cast<cairo_text_cluster_flags_t>(0));
   else
     cairo_show_glyphs(cr, glyphs.data(), static_cast<int>(glyphs.size()));
-  cairo_restore(cr);
 }
 
 }  // namespace galvix::render

@@ -53,7 +53,7 @@ bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& l
                      bool linesOnly = false);
 
 // Draws line `k` with the text's top left at `x`, `y` (points), `lineX` pango units in, as pango
-// draws a layout placed at (x, y).
+// draws a layout placed at (x, y). Leaves the line's font set on `cr`.
 void drawSimpleLine(cairo_t* cr, const SimpleLine& line, std::size_t k, double x, double y,
                     int lineX);
 
