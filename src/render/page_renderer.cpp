@@ -251,8 +251,28 @@ PageRenderer::~PageRenderer() {
     if (p.surface) cairo_surface_destroy(p.surface);
 }
 
+void PageRenderer::mark(const doc::Rect& r) {
+  const std::int32_t top = std::max(0, r.top), bottom = std::max(top, r.top + r.height);
+  const auto last = static_cast<std::size_t>(bottom / kMarkBand);
+  if (marks_.size() <= last) marks_.resize(last + 1);
+  for (auto band = static_cast<std::size_t>(top / kMarkBand); band <= last; ++band)
+    marks_[band].push_back(r);
+}
+
+bool PageRenderer::marked(const doc::Rect& r) const {
+  const std::int32_t top = std::max(0, r.top), bottom = std::max(top, r.top + r.height);
+  for (auto band = static_cast<std::size_t>(top / kMarkBand);
+       band <= static_cast<std::size_t>(bottom / kMarkBand) && band < marks_.size(); ++band)
+    for (const doc::Rect& m : marks_[band])
+      if (m.left < r.left + r.width && r.left < m.left + m.width && m.top < r.top + r.height &&
+          r.top < m.top + m.height)
+        return true;
+  return false;
+}
+
 void PageRenderer::draw(cairo_t* cr, const doc::Page& page) {
   usedOnPage_.clear();
+  for (auto& band : marks_) band.clear();
   for (const auto& item : page.items) {
     std::visit(
         [&](const auto& c) {
@@ -271,6 +291,21 @@ void PageRenderer::draw(cairo_t* cr, const doc::Page& page) {
             picture(cr, c);
           else if constexpr (std::is_same_v<T, doc::Path>)
             path(cr, c);
+          // What the item may touch: its box, or its line's ends, with room for a border or a
+          // line's width, an italic's overhang and anti-aliasing.
+          if constexpr (std::is_same_v<T, doc::Line>) {
+            const std::int32_t room = 60 + 8 * c.weight;
+            mark({std::min(c.x1, c.x2) - room, std::min(c.y1, c.y2) - room,
+                  std::abs(c.x2 - c.x1) + 2 * room, std::abs(c.y2 - c.y1) + 2 * room});
+          } else {
+            std::int32_t room = 60;
+            if constexpr (std::is_same_v<T, doc::Box> || std::is_same_v<T, doc::Path>)
+              room += 8 * c.weight;
+            else if constexpr (requires { c.border; })
+              room += 8 * c.border.weight;
+            mark({c.box.left - room, c.box.top - room, c.box.width + 2 * room,
+                  c.box.height + 2 * room});
+          }
         },
         item.content);
   }
@@ -459,9 +494,16 @@ void PageRenderer::checkBox(cairo_t* cr, const doc::CheckBox& c) {
     }
   }
   const double inset = 0.5;
-  cairo_set_source_rgb(cr, 1, 1, 1);
   cairo_rectangle(cr, bx + inset, by + inset, side - 2 * inset, side - 2 * inset);
-  cairo_fill_preserve(cr);
+  // The square is white inside; on paper nothing has been drawn on yet it already is.
+  const doc::Rect square{static_cast<std::int32_t>(std::floor(bx * 20)) - 20,
+                         static_cast<std::int32_t>(std::floor(by * 20)) - 20,
+                         static_cast<std::int32_t>(std::ceil(side * 20)) + 40,
+                         static_cast<std::int32_t>(std::ceil(side * 20)) + 40};
+  if (marked(square)) {
+    cairo_set_source_rgb(cr, 1, 1, 1);
+    cairo_fill_preserve(cr);
+  }
   setStroke(cr, doc::LineStyle::Solid, 1, c.foreColor);
   cairo_stroke(cr);
   if (c.checked) {

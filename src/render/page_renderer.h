@@ -47,6 +47,12 @@ class PageRenderer {
   };
   std::map<const void*, CachedPicture> pictures_;
   std::set<cairo_surface_t*> usedOnPage_;
+  // Where the page has been drawn on so far (each item's box with room for its lines), in bands
+  // of its height: a check box on paper nothing has touched needs no white square filled.
+  void mark(const doc::Rect& r);
+  bool marked(const doc::Rect& r) const;
+  static constexpr std::int32_t kMarkBand = 720;  // twips
+  std::vector<std::vector<doc::Rect>> marks_;
   static constexpr std::size_t kLayoutCacheSize = 4096;
   std::unordered_map<std::string, LayoutPtr> layouts_;
   SimpleLine line_;  // reused for each simple text

@@ -327,5 +327,60 @@ TEST(Drawing, CheckBoxesLinesAndBorders) {
   EXPECT_EQ(borderDark, 48);
 }
 
+// A check box is white inside whatever lies under it: a coloured band, a line through it, a
+// text. On bare paper its square is left unfilled (paper is white); the pixels are those of the
+// same page drawn over a white sheet, where every square is filled.
+TEST(Drawing, CheckBoxesWhiteInsideOverAnythingAndAsBeforeOnPaper) {
+  TempDir dir;
+  std::vector<doc::Item> items;
+  doc::Box band;
+  band.box = {100, 100, 1000, 400};
+  band.fill = doc::rgb(0, 0, 200);
+  band.style = doc::LineStyle::Transparent;
+  items.push_back(item(band));
+  doc::Line through{100, 950, 3000, 950, doc::LineStyle::Solid, 3};
+  items.push_back(item(through));
+  items.push_back(item(text({1500, 1300, 1200, 400}, "WWWWWWWW")));
+  for (int i = 0; i < 8; ++i) {
+    doc::CheckBox c;
+    c.box = {200 + i * 350, i < 4 ? 150 : 800, 300, 300};
+    c.checked = i % 2 == 1;
+    c.align = doc::HAlign::Center;
+    items.push_back(item(c));
+  }
+  doc::CheckBox onText;
+  onText.box = {1600, 1350, 300, 300};
+  items.push_back(item(onText));
+  doc::CheckBox bare;  // nothing under it
+  bare.box = {200, 2000, 300, 300};
+  items.push_back(item(bare));
+  doc::CheckBox captioned = bare;
+  captioned.box = {1000, 2000, 1500, 300};
+  captioned.caption = "Attending";
+  items.push_back(item(captioned));
+
+  PngImage img(renderPng(dir, onePage(items, 4000, 3000)));
+  // The middle of each unticked square is white: over the band, on the line, on the text.
+  for (int i : {0, 2, 4, 6}) {
+    const int x = (200 + i * 350 + 150) / 20, y = ((i < 4 ? 150 : 800) + 150) / 20;
+    EXPECT_EQ(img.rgb(x, y), 0xFFFFFFu) << "box " << i;
+  }
+  EXPECT_EQ(img.rgb((1600 + 150) / 20 - 2, (1350 + 150) / 20), 0xFFFFFFu);
+
+  doc::Box sheet;
+  sheet.box = {0, 0, 4000, 3000};
+  sheet.fill = doc::kWhite;
+  sheet.style = doc::LineStyle::Transparent;
+  std::vector<doc::Item> overSheet{item(sheet)};
+  overSheet.insert(overSheet.end(), items.begin(), items.end());
+  TempDir other;
+  PngImage filled(renderPng(other, onePage(overSheet, 4000, 3000)));
+  ASSERT_EQ(img.width(), filled.width());
+  int differ = 0;
+  for (int y = 0; y < img.height(); ++y)
+    for (int x = 0; x < img.width(); ++x) differ += img.rgb(x, y) != filled.rgb(x, y);
+  EXPECT_EQ(differ, 0);
+}
+
 }  // namespace
 }  // namespace galvix::render
