@@ -297,6 +297,8 @@ void PageRenderer::draw(cairo_t* cr, const doc::Page& page) {
             const std::int32_t room = 60 + 8 * c.weight;
             mark({std::min(c.x1, c.x2) - room, std::min(c.y1, c.y2) - room,
                   std::abs(c.x2 - c.x1) + 2 * room, std::abs(c.y2 - c.y1) + 2 * room});
+          } else if constexpr (std::is_same_v<T, doc::CheckBox>) {
+            mark(c.box);  // its square, tick and caption stay inside (or are clipped to) it
           } else {
             std::int32_t room = 60;
             if constexpr (std::is_same_v<T, doc::Box> || std::is_same_v<T, doc::Path>)
@@ -466,40 +468,75 @@ void PageRenderer::richText(cairo_t* cr, const doc::RichText& r) {
 void PageRenderer::checkBox(cairo_t* cr, const doc::CheckBox& c) {
   const doc::Rect& b = c.box;
   if (b.width <= 0 || b.height <= 0) return;
-  cairo_save(cr);
-  // The square and its tick stay inside the box; only a caption can run past it. A clip costs
-  // every sink time (in a PDF, a clipping path per box), so a box without a caption has none.
-  if (!c.caption.empty()) {
-    rect(cr, b);
-    cairo_clip(cr);
-  }
   // The platform's box is 13 pixels at 96 dpi.
   const double side = std::min({9.75, pt(b.width), pt(b.height)});
   const double bx =
       pt(b.left) + (c.caption.empty() ? place(pt(b.width), side, hPlace(c.align)) : 0);
   const double gap = 3.0;
   const double room = pt(b.width) - side - gap;
-  LayoutPtr l;
+  PangoLayout* l = nullptr;    // captions repeat ("Attending"): laid out once
+  bool simpleCaption = false;  // drawn from its glyphs, like a plain text
   double textTop = 0, by = pt(b.top) + (pt(b.height) - side) / 2;
+  bool fits = true;
+  int captionWidth = 0;
+  auto offset = [&](int w) {
+    if (c.align == doc::HAlign::Right) return captionWidth - w;
+    if (c.align != doc::HAlign::Center) return 0;
+    int o = (captionWidth - w) / 2;
+    if (((captionWidth | w) & (PANGO_SCALE - 1)) == 0) o = PANGO_UNITS_ROUND(o);
+    return o;
+  };
   if (!c.caption.empty() && room > 0) {
-    l = textLayout(c.caption, c.font, static_cast<std::int32_t>(room * 20), c.align);
-    PangoRectangle logical;
-    pango_layout_get_extents(l.get(), nullptr, &logical);
+    const auto wrap = static_cast<std::int32_t>(room * 20);
+    PangoRectangle logical{};
+    int firstHeight = 0;
+    captionWidth = std::max(1, twipsToPango(wrap));
+    if (simpleLines && c.align != doc::HAlign::Justify &&
+        shapeSimpleLine(c.caption, c.font, line_, captionWidth) && line_.lines[0].glyphCount > 0) {
+      simpleCaption = true;
+      int left = captionWidth, right = 0;
+      for (const auto& ln : line_.lines) {
+        left = std::min(left, offset(ln.width));
+        right = std::max(right, offset(ln.width) + ln.width);
+      }
+      logical = {left, 0, right - left, line_.totalHeight};
+      firstHeight = line_.height;
+    } else {
+      l = layoutFor(c.caption, c.font, wrap, c.align);
+      pango_layout_get_extents(l, nullptr, &logical);
+      if (pango_layout_get_line_count(l) > 1) {
+        PangoRectangle first;
+        pango_layout_line_get_extents(pango_layout_get_line_readonly(l, 0), nullptr, &first);
+        firstHeight = first.height;
+      }
+    }
     textTop = pt(b.top) + place(pt(b.height), ptFromPango(logical.height), 1);
     // A caption that wraps (a box grown to hold it) keeps the square beside its first line.
-    if (pango_layout_get_line_count(l.get()) > 1) {
-      PangoRectangle first;
-      pango_layout_line_get_extents(pango_layout_get_line_readonly(l.get(), 0), nullptr, &first);
-      by = textTop + (ptFromPango(first.height) - side) / 2;
-    }
+    const bool wrapped = simpleCaption ? line_.lines.size() > 1 : firstHeight > 0;
+    if (wrapped) by = textTop + (ptFromPango(firstHeight) - side) / 2;
+    // Room is left at the right for a letter's overhang past its advance.
+    const double textLeft = bx + side + gap + ptFromPango(logical.x);
+    fits = textLeft >= pt(b.left) && textTop >= pt(b.top) && by >= pt(b.top) &&
+           by + side <= pt(b.top + b.height) &&
+           textLeft + ptFromPango(logical.width) + 2 <= pt(b.left + b.width) &&
+           textTop + ptFromPango(logical.height) <= pt(b.top + b.height);
+  }
+  cairo_save(cr);
+  // The square and its tick stay inside the box; only a caption can run past it. A clip costs
+  // every sink time (in a PDF, a clipping path per box), so a box whose caption fits has none.
+  if (!c.caption.empty() && !fits) {
+    rect(cr, b);
+    cairo_clip(cr);
   }
   const double inset = 0.5;
   cairo_rectangle(cr, bx + inset, by + inset, side - 2 * inset, side - 2 * inset);
   // The square is white inside; on paper nothing has been drawn on yet it already is.
-  const doc::Rect square{static_cast<std::int32_t>(std::floor(bx * 20)) - 20,
-                         static_cast<std::int32_t>(std::floor(by * 20)) - 20,
-                         static_cast<std::int32_t>(std::ceil(side * 20)) + 40,
-                         static_cast<std::int32_t>(std::ceil(side * 20)) + 40};
+  // (The fill's edge pixels reach a pixel past the square's inset path: its side, 10 twips in,
+  // and 20 beyond, half a point out in all.)
+  const doc::Rect square{static_cast<std::int32_t>(std::floor(bx * 20)) - 10,
+                         static_cast<std::int32_t>(std::floor(by * 20)) - 10,
+                         static_cast<std::int32_t>(std::ceil(side * 20)) + 20,
+                         static_cast<std::int32_t>(std::ceil(side * 20)) + 20};
   if (marked(square)) {
     cairo_set_source_rgb(cr, 1, 1, 1);
     cairo_fill_preserve(cr);
@@ -514,10 +551,15 @@ void PageRenderer::checkBox(cairo_t* cr, const doc::CheckBox& c) {
     cairo_line_to(cr, bx + side * 0.80, by + side * 0.28);
     cairo_stroke(cr);
   }
-  if (l) {
+  if (simpleCaption) {
+    setColor(cr, c.foreColor);
+    for (std::size_t k = 0; k < line_.lines.size(); ++k)
+      if (line_.lines[k].glyphCount > 0)
+        drawSimpleLine(cr, line_, k, bx + side + gap, textTop, offset(line_.lines[k].width));
+  } else if (l) {
     setColor(cr, c.foreColor);
     cairo_move_to(cr, bx + side + gap, textTop);
-    pango_cairo_show_layout(cr, l.get());
+    pango_cairo_show_layout(cr, l);
   }
   cairo_restore(cr);
 }

@@ -239,7 +239,8 @@ TEST(SimpleLines, WrapWhereAndAsPangoWraps) {
 
 // Plain lines drawn from their glyphs give the very bytes pango gives, in PDF and in pixels:
 // every alignment, wrapped or not, several lines, boxes too small, fonts the names map to and
-// fonts that lack a letter, and texts that must go through pango (accents, tabs, blank lines).
+// fonts that lack a letter, and texts that must go through pango (accents, tabs, blank lines);
+// check boxes' captions too.
 TEST(Renderer, PlainLinesDrawnFromGlyphsMatchPango) {
   std::mt19937 rng(11);
   const std::string letters = "AVWTYLafiflkerning To Ye Wa ',.-0123456789 xyz()@#&!?";
@@ -299,6 +300,17 @@ TEST(Renderer, PlainLinesDrawnFromGlyphsMatchPango) {
       text.wordWrap = rng() % 4 != 0;
       text.foreColor = doc::rgb(rng() % 256, 0, 0);
       p.items.push_back(testing::item(text));
+      // A captioned check box beside every fifth text: its caption is drawn the same way.
+      if (i % 5 == 0) {
+        doc::CheckBox box;
+        box.box = {200 + (i % 4) * 2800, 12000 + (i / 20) * 400,
+                   600 + static_cast<int>(rng() % 2000), 250 + static_cast<int>(rng() % 300)};
+        box.caption = t;
+        box.font = text.font;
+        box.checked = rng() % 2 == 0;
+        box.align = static_cast<doc::HAlign>(rng() % 3);
+        p.items.push_back(testing::item(box));
+      }
     }
     d.pages.push_back(p);
   }
