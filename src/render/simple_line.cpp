@@ -49,6 +49,16 @@ struct FontCache {
   static constexpr std::size_t kShapedTexts = 8192, kShapedLength = 128;
   std::unordered_map<std::string, std::optional<SimpleLine>> shaped;
   std::string key;
+  // Where measuring broke wrapped texts into lines, per font and width, for drawing them: one
+  // per text, until emptied when full (a text is measured when its page is made and drawn when
+  // the document is written).
+  struct Break {
+    std::size_t offset, length;
+    bool collapsed;
+  };
+  static constexpr std::size_t kBreaks = 65536;
+  std::unordered_map<std::string, std::vector<Break>> breaks;
+  std::string breakKey;
   FontInfo* last = nullptr;  // the font asked for last
   doc::Font lastFont;
   ~FontCache() {
@@ -168,6 +178,7 @@ struct Shaper {
   bool addLine(SimpleLine& line, std::size_t from, std::size_t to, bool collapseFinalSpace) const {
     if (linesOnly) {  // the lines' places, not their glyphs
       SimpleLine::Line ln{line.glyphs.size(), 0, line.clusters.size(), 0, from, to - from, 0};
+      ln.collapsed = collapseFinalSpace;
       ln.top = line.totalHeight;
       line.totalHeight += line.height;
       line.lines.push_back(ln);
@@ -400,15 +411,37 @@ bool shapeText(FontCache& c, FontInfo& f, std::string_view text, SimpleLine& lin
   // Each line is its own paragraph to pango, shaped with the whole text as context.
   const Shaper shaper{c.buffer,  f.hb,     run, letter ? HB_SCRIPT_LATIN : HB_SCRIPT_COMMON,
                       line.text, linesOnly};
+  auto blank = [&](std::size_t at) {
+    SimpleLine::Line ln{line.glyphs.size(), 0, line.clusters.size(), 0, at, 0, 0};
+    ln.top = line.totalHeight;
+    line.totalHeight += f.blankHeight;
+    line.lines.push_back(ln);
+  };
+  // A wrapped text measured before is drawn from the lines measuring found: each shaped once.
+  std::string* key = nullptr;
+  if (wrap > 0) {
+    const FontInfo* id = &f;
+    c.breakKey.assign(reinterpret_cast<const char*>(&id), sizeof id);
+    c.breakKey.append(reinterpret_cast<const char*>(&wrap), sizeof wrap);
+    c.breakKey.append(text);
+    key = &c.breakKey;
+    if (!linesOnly)
+      if (auto it = c.breaks.find(*key); it != c.breaks.end()) {
+        for (const FontCache::Break& b : it->second)
+          if (b.length == 0)
+            blank(b.offset);
+          else if (!shaper.addLine(line, b.offset, b.offset + b.length, b.collapsed))
+            return false;
+        return true;
+      }
+  }
   const std::string& all = line.text;
-  for (std::size_t from = 0; from <= all.size();) {
+  std::size_t paragraphs = 0;
+  for (std::size_t from = 0; from <= all.size(); ++paragraphs) {
     std::size_t to = all.find('\n', from);
     if (to == std::string::npos) to = all.size();
     if (to == from) {  // a blank line
-      SimpleLine::Line ln{line.glyphs.size(), 0, line.clusters.size(), 0, from, 0, 0};
-      ln.top = line.totalHeight;
-      line.totalHeight += f.blankHeight;
-      line.lines.push_back(ln);
+      blank(from);
       from = to + 1;
       continue;
     }
@@ -418,6 +451,13 @@ bool shapeText(FontCache& c, FontInfo& f, std::string_view text, SimpleLine& lin
       return false;
     }
     from = to + 1;
+  }
+  if (key && linesOnly && line.lines.size() > paragraphs) {
+    if (c.breaks.size() >= FontCache::kBreaks) c.breaks.clear();
+    std::vector<FontCache::Break> found;
+    found.reserve(line.lines.size());
+    for (const auto& ln : line.lines) found.push_back({ln.offset, ln.length, ln.collapsed});
+    c.breaks.emplace(*key, std::move(found));
   }
   return true;
 }

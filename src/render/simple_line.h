@@ -38,7 +38,8 @@ struct SimpleLine {
     std::size_t firstGlyph = 0, glyphCount = 0, firstCluster = 0, clusterCount = 0;
     std::size_t offset = 0, length = 0;  // bytes of `text`
     int width = 0;
-    int top = 0;  // pango units from the first line's top
+    int top = 0;             // pango units from the first line's top
+    bool collapsed = false;  // wrapped after a space, whose glyph is dropped
   };
   std::vector<Line> lines;
 };
