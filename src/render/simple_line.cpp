@@ -309,6 +309,10 @@ bool wrapParagraph(const Shaper& shaper, SimpleLine& line, std::size_t from, std
       extra = n > s && attrs[n - 1].is_white ? -widths[n - 1] : 0;
     }
     if (width + extra <= wrap || m == 1) {
+      // Counting lines, a rest that fits by more than the breaker's margin needs no shaping to
+      // be sure (shaped alone it differs from its share of the paragraph by a kerning at most).
+      if (shaper.linesOnly && width + extra <= wrap - safe)
+        return shaper.addLine(line, at[s], to, false);
       const int exact = firstLine ? whole : shaper.width(at[s], to);
       if (exact + extra <= wrap || m == 1) return shaper.addLine(line, at[s], to, false);
     }
