@@ -78,13 +78,15 @@ class PangoMeasurer : public engine::TextMeasurer {
   }
 
   FontMetrics& metricsFor(const doc::Font& font) {
+    // Texts come in runs of one font.
+    if (last_ && last_->font == font) return *last_;
     std::string key = keyFor("", font, 0);
     auto it = metrics_.find(key);
-    if (it != metrics_.end()) return it->second;
+    if (it != metrics_.end()) return *(last_ = &it->second);
     FontMetrics m;
     m.font = font;
     m.oneLine = logical(font, "X").height;
-    return metrics_.emplace(std::move(key), std::move(m)).first->second;
+    return *(last_ = &metrics_.emplace(std::move(key), std::move(m)).first->second);
   }
 
   static std::int64_t advanceOf(FontMetrics& m, gunichar c) {
@@ -172,6 +174,7 @@ class PangoMeasurer : public engine::TextMeasurer {
   std::list<std::string> order_;
   std::unordered_map<std::string, Entry> cache_;
   std::map<std::string, FontMetrics> metrics_;
+  FontMetrics* last_ = nullptr;  // the font asked for last (map nodes stay put)
   SimpleLine line_;
 };
 
