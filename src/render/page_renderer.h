@@ -26,7 +26,8 @@ class PageRenderer {
   PageRenderer& operator=(const PageRenderer&) = delete;
   ~PageRenderer();
 
-  // Draws `page` on `cr`, whose user space is points with the origin at the page's top left.
+  // Draws `page` on `cr`, whose user space is points with the origin at the page's top left,
+  // painted white (as every sink paints it: a check box on bare paper is not filled again).
   void draw(cairo_t* cr, const doc::Page& page);
 
  private:
