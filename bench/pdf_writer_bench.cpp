@@ -27,20 +27,16 @@
 #include <string>
 #include <vector>
 
+#include "bench_clock.h"
 #include "galvix/report.h"
 #include "render/render.h"
 #include "render/simple_line.h"
 #include "render/text_layout.h"
 
 using namespace galvix;
+using bench::cpuMs;
 
 namespace {
-
-double cpuMs() {
-  timespec ts{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
-  return static_cast<double>(ts.tv_sec) * 1e3 + static_cast<double>(ts.tv_nsec) / 1e6;
-}
 
 void num(std::string& out, double v) {
   char buf[32];

@@ -34,6 +34,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "bench_clock.h"
 #include "data/demo.h"
 #include "db/connection.h"
 #include "db/connection_impl.h"
@@ -41,23 +42,13 @@
 #include "galvix/report.h"
 
 using namespace galvix;
+using bench::cpuMs;
+using bench::msSince;
 namespace fs = std::filesystem;
 
 namespace {
 
 bool g_printStatements = false;
-
-double msSince(std::chrono::steady_clock::time_point t) {
-  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t).count();
-}
-
-// This process's CPU time (every thread), in milliseconds: on a shared machine the steadier
-// figure, as wall time follows the load.
-double cpuMs() {
-  timespec ts{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
-  return static_cast<double>(ts.tv_sec) * 1e3 + static_cast<double>(ts.tv_nsec) / 1e6;
-}
 
 std::string substitute(std::string s, const std::map<std::string, std::string>& ids) {
   for (const auto& [k, v] : ids)

@@ -21,20 +21,16 @@
 #include <string>
 #include <vector>
 
+#include "bench_clock.h"
 #include "db/connection.h"
 #include "db/connection_impl.h"
 #include "frame/catalogue.h"
 #include "galvix/report.h"
 
 using namespace galvix;
+using bench::cpuMs;
 
 namespace {
-
-double cpuMs() {
-  timespec ts{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
-  return static_cast<double>(ts.tv_sec) * 1e3 + static_cast<double>(ts.tv_nsec) / 1e6;
-}
 
 struct Timed {
   double ms = 0;

@@ -203,6 +203,26 @@ double place(double room, double size, int where) {
   return where == 0 ? 0 : where == 1 ? (room - size) / 2 : room - size;
 }
 
+// Where pango puts a line `width` long in a layout `layoutWidth` wide (pango units): its
+// alignment offset, with its rounding for centring.
+int lineOffset(doc::HAlign a, int layoutWidth, int width) {
+  if (a == doc::HAlign::Right) return layoutWidth - width;
+  if (a != doc::HAlign::Center) return 0;
+  int o = (layoutWidth - width) / 2;
+  if (((layoutWidth | width) & (PANGO_SCALE - 1)) == 0) o = PANGO_UNITS_ROUND(o);
+  return o;
+}
+
+// The logical left and right of plain lines so aligned, as pango's layout extents give them.
+std::pair<int, int> linesExtent(const SimpleLine& line, doc::HAlign a, int layoutWidth) {
+  int left = layoutWidth, right = 0;
+  for (const auto& ln : line.lines) {
+    left = std::min(left, lineOffset(a, layoutWidth, ln.width));
+    right = std::max(right, lineOffset(a, layoutWidth, ln.width) + ln.width);
+  }
+  return {left, right};
+}
+
 int hPlace(doc::HAlign a) {
   return a == doc::HAlign::Center ? 1 : a == doc::HAlign::Right ? 2 : 0;
 }
@@ -407,18 +427,7 @@ bool PageRenderer::simpleText(cairo_t* cr, const doc::Text& t, std::int32_t fw, 
   const int height = line_.totalHeight;
   if (t.wordWrap && ptFromPango(height) > pt(fh) + 0.5) return false;
   const int layoutWidth = t.wordWrap ? boxWidth : line_.width;
-  auto offset = [&](int w) {
-    if (t.align == doc::HAlign::Right) return layoutWidth - w;
-    if (t.align != doc::HAlign::Center) return 0;
-    int o = (layoutWidth - w) / 2;
-    if (((layoutWidth | w) & (PANGO_SCALE - 1)) == 0) o = PANGO_UNITS_ROUND(o);
-    return o;
-  };
-  int left = layoutWidth, right = 0;
-  for (const auto& ln : line_.lines) {
-    left = std::min(left, offset(ln.width));
-    right = std::max(right, offset(ln.width) + ln.width);
-  }
+  const auto [left, right] = linesExtent(line_, t.align, layoutWidth);
   const auto [align, valign] = turnedAlignment(0, t.align, t.valign);
   const doc::Rect& b = t.box;
   const double x = t.wordWrap ? 0 : place(pt(fw), ptFromPango(line_.width), hPlace(align));
@@ -438,7 +447,7 @@ bool PageRenderer::simpleText(cairo_t* cr, const doc::Text& t, std::int32_t fw, 
   setColor(cr, t.foreColor);
   for (std::size_t k = 0; k < line_.lines.size(); ++k)
     if (line_.lines[k].glyphCount > 0)
-      drawSimpleLine(cr, line_, k, x, y, offset(line_.lines[k].width));
+      drawSimpleLine(cr, line_, k, x, y, lineOffset(t.align, layoutWidth, line_.lines[k].width));
   if (!fits)
     cairo_restore(cr);
   else
@@ -479,13 +488,6 @@ void PageRenderer::checkBox(cairo_t* cr, const doc::CheckBox& c) {
   double textTop = 0, by = pt(b.top) + (pt(b.height) - side) / 2;
   bool fits = true;
   int captionWidth = 0;
-  auto offset = [&](int w) {
-    if (c.align == doc::HAlign::Right) return captionWidth - w;
-    if (c.align != doc::HAlign::Center) return 0;
-    int o = (captionWidth - w) / 2;
-    if (((captionWidth | w) & (PANGO_SCALE - 1)) == 0) o = PANGO_UNITS_ROUND(o);
-    return o;
-  };
   if (!c.caption.empty() && room > 0) {
     const auto wrap = static_cast<std::int32_t>(room * 20);
     PangoRectangle logical{};
@@ -494,11 +496,7 @@ void PageRenderer::checkBox(cairo_t* cr, const doc::CheckBox& c) {
     if (simpleLines && c.align != doc::HAlign::Justify &&
         shapeSimpleLine(c.caption, c.font, line_, captionWidth) && line_.lines[0].glyphCount > 0) {
       simpleCaption = true;
-      int left = captionWidth, right = 0;
-      for (const auto& ln : line_.lines) {
-        left = std::min(left, offset(ln.width));
-        right = std::max(right, offset(ln.width) + ln.width);
-      }
+      const auto [left, right] = linesExtent(line_, c.align, captionWidth);
       logical = {left, 0, right - left, line_.totalHeight};
       firstHeight = line_.height;
     } else {
@@ -555,7 +553,8 @@ void PageRenderer::checkBox(cairo_t* cr, const doc::CheckBox& c) {
     setColor(cr, c.foreColor);
     for (std::size_t k = 0; k < line_.lines.size(); ++k)
       if (line_.lines[k].glyphCount > 0)
-        drawSimpleLine(cr, line_, k, bx + side + gap, textTop, offset(line_.lines[k].width));
+        drawSimpleLine(cr, line_, k, bx + side + gap, textTop,
+                       lineOffset(c.align, captionWidth, line_.lines[k].width));
   } else if (l) {
     setColor(cr, c.foreColor);
     cairo_move_to(cr, bx + side + gap, textTop);

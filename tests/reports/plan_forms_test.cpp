@@ -8,18 +8,15 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <regex>
 #include <set>
 
+#include "catalogue_runs.h"
 #include "data/demo.h"
 #include "db/connection.h"
 #include "db/connection_impl.h"
 #include "db/jet/translator.h"
 #include "db/side_counts.h"
 #include "db/sqlite_util.h"
-#include "frame/catalogue.h"
-#include "frame/host.h"
-#include "galvix/report.h"
 
 namespace galvix::testing {
 namespace {
@@ -54,47 +51,12 @@ struct Event {
 };
 
 // The Jet statements every built report sends with its catalogue settings (and its other example
-// settings), the placeholders filled from `ev`.
+// settings).
 std::set<std::string> reportStatements(const Event& ev) {
-  std::string invoice = "0";
-  {
-    db::Connection c;
-    c.open(ev.path);
-    db::Recordset rs;
-    rs.open("SELECT InvoiceID FROM Invoices WHERE EventID = " +
-                std::to_string(ev.demo.weddingEventId) + " ORDER BY InvoiceID",
-            c);
-    if (!rs.EOF_()) invoice = rs.fields(0).value().toString();
-  }
-  auto expand = [&](std::string v) {
-    v = std::regex_replace(v, std::regex("\\{(Quote)?EventID\\}"),
-                           std::to_string(ev.demo.weddingEventId));
-    v = std::regex_replace(v, std::regex("\\{(Quote)?EventName\\}"), "Wedding");
-    v = std::regex_replace(v, std::regex("\\{(RoomPlan)?PartyID\\}"),
-                           std::to_string(ev.demo.receptionPartyId));
-    v = std::regex_replace(v, std::regex("\\{(RoomPlan)?PartyName\\}"), "Reception");
-    return std::regex_replace(v, std::regex("\\{InvoiceID\\}"), invoice);
-  };
   std::set<std::string> statements;
-  for (const auto& e : frame::catalogue()) {
-    if (!e.built()) continue;
-    std::vector<std::vector<std::pair<std::string, std::string>>> sets{e.example};
-    for (const auto& [suffix, more] : e.moreExamples) sets.push_back(more);
-    for (const auto& props : sets) {
-      Report factory;
-      auto r = factory.GetNewReport(e.name);
-      r->set("ConnectionString", Variant(ev.path));
-      for (const auto& [k, v] : props) r->set(k, Variant(expand(v)));
-      db::SideQueryLog log;
-      bool cancelled = false;
-      try {
-        r->run(&cancelled, std::make_shared<frame::RecordingHost>());
-      } catch (const std::exception& x) {
-        ADD_FAILURE() << e.name << ": " << x.what();
-      }
-      statements.insert(log.statements.begin(), log.statements.end());
-    }
-  }
+  runCatalogue(ev.path, ev.demo, [&](const frame::CatalogueEntry&, const db::SideQueryLog& log) {
+    statements.insert(log.statements.begin(), log.statements.end());
+  });
   return statements;
 }
 

@@ -17,6 +17,16 @@
 namespace galvix::db::jet {
 namespace {
 
+// The terms of a condition joined by AND, in order.
+void andTerms(const Expr& e, std::vector<const Expr*>& terms) {
+  if (e.kind == Expr::Binary && e.text == "and") {
+    andTerms(*e.args[0], terms);
+    andTerms(*e.args[1], terms);
+  } else {
+    terms.push_back(&e);
+  }
+}
+
 std::string lower(std::string_view s) {
   std::string o(s);
   for (auto& c : o) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -765,15 +775,7 @@ struct Translator::Impl {
   // clause was empty, say) is refused rather than silently filtering the join.
   void checkJoinCondition(const Expr& on, const Scope& scope) {
     std::vector<const Expr*> terms;
-    auto split = [&](auto&& self, const Expr& e) -> void {
-      if (e.kind == Expr::Binary && e.text == "and") {
-        self(self, *e.args[0]);
-        self(self, *e.args[1]);
-      } else {
-        terms.push_back(&e);
-      }
-    };
-    split(split, on);
+    andTerms(on, terms);
     std::set<std::string> linked;
     std::vector<std::pair<const Expr*, std::set<std::string>>> single;
     for (const Expr* e : terms) {
@@ -1342,15 +1344,7 @@ struct Translator::Impl {
         (arg.kind != Expr::Star && arg.kind != Expr::Number && !isTableColumn(arg, scope)))
       return nullptr;
     std::vector<const Expr*> terms;
-    auto split = [&](auto&& self, const Expr& e) -> void {
-      if (e.kind == Expr::Binary && e.text == "and") {
-        self(self, *e.args[0]);
-        self(self, *e.args[1]);
-      } else {
-        terms.push_back(&e);
-      }
-    };
-    split(split, *s.where);
+    andTerms(*s.where, terms);
     for (const Expr* e : terms)
       if (!plainCondition(*e, scope)) return nullptr;
 
