@@ -354,21 +354,6 @@ bool wrapParagraph(const Shaper& shaper, SimpleLine& line, std::size_t from, std
   return true;
 }
 
-// Pango gives a wrapping line breaker places to break in a run of more than 64 characters
-// (`breakableRuns`); such text is not plain.
-bool hasLongRun(std::string_view t) {
-  std::size_t run = 0;
-  for (const char ch : t) {
-    const auto c = static_cast<unsigned char>(ch);
-    if (c == ' ' || c == '\n' || c == '\t') {
-      run = 0;
-    } else if ((c & 0xC0) != 0x80 && ++run > 64) {
-      return true;
-    }
-  }
-  return false;
-}
-
 }  // namespace
 
 namespace {

@@ -39,7 +39,28 @@ void insert(PangoAttrList* list, PangoAttribute* a, std::size_t start, std::size
   pango_attr_list_insert(list, a);
 }
 
+// A run of more than this many characters without a blank is given places to break.
+constexpr std::size_t kLongRun = 64;
+bool blank(unsigned char c) {
+  return c == ' ' || c == '\n' || c == '\t';
+}
+bool lead(unsigned char c) {
+  return (c & 0xC0) != 0x80;
+}
+
 }  // namespace
+
+bool hasLongRun(std::string_view text) {
+  std::size_t run = 0;
+  for (const char ch : text) {
+    const auto c = static_cast<unsigned char>(ch);
+    if (blank(c))
+      run = 0;
+    else if (lead(c) && ++run > kLongRun)
+      return true;
+  }
+  return false;
+}
 
 std::string normalizeText(std::string_view text) {
   std::string out;
@@ -65,9 +86,7 @@ std::string normalizeText(std::string_view text) {
 // takes time growing with the square of the word. No real word is 64 characters long: in such a
 // run a zero-width space every 8 characters gives the line breaker places to break at.
 std::string breakableRuns(const std::string& t) {
-  constexpr std::size_t kLongRun = 64, kEvery = 8;
-  auto blank = [](unsigned char c) { return c == ' ' || c == '\n' || c == '\t'; };
-  auto lead = [](unsigned char c) { return (c & 0xC0) != 0x80; };
+  constexpr std::size_t kEvery = 8;
   std::string out;
   std::size_t run = 0;
   bool longRun = false;

@@ -32,6 +32,10 @@ inline std::int32_t pangoToTwipsCeil(std::int64_t p) {
 // `text` with CR LF and CR turned into LF and invalid UTF-8 replaced.
 std::string normalizeText(std::string_view text);
 
+// Whether `text` has a run of more than 64 characters without a blank: a wrapped layout is given
+// places to break in such a run (`textLayout`).
+bool hasLongRun(std::string_view text);
+
 // Text in `font`, wrapped at `wrapTwips` (0 or less: only at line breaks), lines aligned.
 LayoutPtr textLayout(std::string_view text, const doc::Font& font, std::int32_t wrapTwips,
                      doc::HAlign align);
