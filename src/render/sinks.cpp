@@ -1,6 +1,7 @@
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
 #include <cairo.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -98,11 +99,19 @@ class OutputFile {
     const std::string name = target.filename().string();
     removeStaleTemporaries(dir, name);
     tmp_ = (dir / ("." + name + "." + std::to_string(::getpid()) + ".XXXXXX")).string();
+    // A signal between making the file and recording it would leave the file behind: the
+    // signals that remove partial outputs wait until it is recorded.
+    sigset_t held, before;
+    sigemptyset(&held);
+    for (int sig : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&held, sig);
+    pthread_sigmask(SIG_BLOCK, &held, &before);
     int fd = mkstemp(tmp_.data());
+    const int made = errno;
+    if (fd >= 0) slot_ = claimSlot(tmp_);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (fd < 0)
       throw RenderError("cannot create a temporary file for '" + path_ +
-                        "': " + std::strerror(errno));
-    slot_ = claimSlot(tmp_);
+                        "': " + std::strerror(made));
     // mkstemp makes the file private; give it the mode the file had, or a plain create's.
     const mode_t mask = umask(0);
     umask(mask);
