@@ -27,19 +27,14 @@ double ptFromPango(int units) {
   return static_cast<double>(units) / PANGO_SCALE;
 }
 
-void setColor(cairo_t* cr, doc::Color c) {
-  cairo_set_source_rgb(cr, (c & 0xFF) / 255.0, ((c >> 8) & 0xFF) / 255.0,
-                       ((c >> 16) & 0xFF) / 255.0);
+void rect(Canvas& cv, const doc::Rect& r) {
+  cv.rectangle(pt(r.left), pt(r.top), pt(r.width), pt(r.height));
 }
 
-void rect(cairo_t* cr, const doc::Rect& r) {
-  cairo_rectangle(cr, pt(r.left), pt(r.top), pt(r.width), pt(r.height));
-}
-
-void fillRect(cairo_t* cr, const doc::Rect& r, doc::Color c) {
-  setColor(cr, c);
-  rect(cr, r);
-  cairo_fill(cr);
+void fillRect(Canvas& cv, const doc::Rect& r, doc::Color c) {
+  cv.setColor(c);
+  rect(cv, r);
+  cv.fill();
 }
 
 // Line weights are pixels at 96 dpi.
@@ -48,101 +43,101 @@ double lineWidth(int weight) {
 }
 
 // Returns false for a transparent line, which is not drawn.
-bool setStroke(cairo_t* cr, doc::LineStyle style, int weight, doc::Color color) {
+bool setStroke(Canvas& cv, doc::LineStyle style, int weight, doc::Color color) {
   const double w = lineWidth(weight);
   const double u = std::max(w, 1.0);
-  cairo_set_line_width(cr, w);
-  cairo_set_line_cap(cr, CAIRO_LINE_CAP_BUTT);
-  setColor(cr, color);
+  cv.setLineWidth(w);
+  cv.setLineCap(CAIRO_LINE_CAP_BUTT);
+  cv.setColor(color);
   switch (style) {
     case doc::LineStyle::Transparent:
       return false;
     case doc::LineStyle::Solid:
-      cairo_set_dash(cr, nullptr, 0, 0);
+      cv.setDash(nullptr, 0);
       break;
     case doc::LineStyle::Dash: {
       const double d[] = {4 * u, 2 * u};
-      cairo_set_dash(cr, d, 2, 0);
+      cv.setDash(d, 2);
       break;
     }
     case doc::LineStyle::Dot: {
       const double d[] = {u, u};
-      cairo_set_dash(cr, d, 2, 0);
+      cv.setDash(d, 2);
       break;
     }
     case doc::LineStyle::DashDot: {
       const double d[] = {4 * u, 2 * u, u, 2 * u};
-      cairo_set_dash(cr, d, 4, 0);
+      cv.setDash(d, 4);
       break;
     }
     case doc::LineStyle::DashDotDot: {
       const double d[] = {4 * u, 2 * u, u, 2 * u, u, 2 * u};
-      cairo_set_dash(cr, d, 6, 0);
+      cv.setDash(d, 6);
       break;
     }
   }
   return true;
 }
 
-void segment(cairo_t* cr, double x1, double y1, double x2, double y2) {
-  cairo_move_to(cr, x1, y1);
-  cairo_line_to(cr, x2, y2);
-  cairo_stroke(cr);
+void segment(Canvas& cv, double x1, double y1, double x2, double y2) {
+  cv.moveTo(x1, y1);
+  cv.lineTo(x2, y2);
+  cv.stroke();
 }
 
-void border(cairo_t* cr, const doc::Rect& r, const doc::Border& b) {
+void border(Canvas& cv, const doc::Rect& r, const doc::Border& b) {
   if (!b.any()) return;
   const double l = pt(r.left), t = pt(r.top), rt = pt(r.left + r.width), bt = pt(r.top + r.height);
-  if (setStroke(cr, b.top, b.weight, b.color)) segment(cr, l, t, rt, t);
-  if (setStroke(cr, b.bottom, b.weight, b.color)) segment(cr, l, bt, rt, bt);
-  if (setStroke(cr, b.left, b.weight, b.color)) segment(cr, l, t, l, bt);
-  if (setStroke(cr, b.right, b.weight, b.color)) segment(cr, rt, t, rt, bt);
+  if (setStroke(cv, b.top, b.weight, b.color)) segment(cv, l, t, rt, t);
+  if (setStroke(cv, b.bottom, b.weight, b.color)) segment(cv, l, bt, rt, bt);
+  if (setStroke(cv, b.left, b.weight, b.color)) segment(cv, l, t, l, bt);
+  if (setStroke(cv, b.right, b.weight, b.color)) segment(cv, rt, t, rt, bt);
 }
 
-void line(cairo_t* cr, const doc::Line& l) {
-  if (setStroke(cr, l.style, l.weight, l.color))
-    segment(cr, pt(l.x1), pt(l.y1), pt(l.x2), pt(l.y2));
+void line(Canvas& cv, const doc::Line& l) {
+  if (setStroke(cv, l.style, l.weight, l.color))
+    segment(cv, pt(l.x1), pt(l.y1), pt(l.x2), pt(l.y2));
 }
 
-void shape(cairo_t* cr, const doc::Box& b) {
+void shape(Canvas& cv, const doc::Box& b) {
   const double x = pt(b.box.left), y = pt(b.box.top), w = pt(b.box.width), h = pt(b.box.height);
   if (w <= 0 || h <= 0) return;
-  cairo_new_path(cr);
+  cv.newPath();
   switch (b.shape) {
     case doc::ShapeKind::Rectangle:
-      cairo_rectangle(cr, x, y, w, h);
+      cv.rectangle(x, y, w, h);
       break;
     case doc::ShapeKind::RoundRect: {
       const double r = std::min(w, h) / 5;
-      cairo_new_sub_path(cr);
-      cairo_arc(cr, x + w - r, y + r, r, -std::numbers::pi / 2, 0);
-      cairo_arc(cr, x + w - r, y + h - r, r, 0, std::numbers::pi / 2);
-      cairo_arc(cr, x + r, y + h - r, r, std::numbers::pi / 2, std::numbers::pi);
-      cairo_arc(cr, x + r, y + r, r, std::numbers::pi, 3 * std::numbers::pi / 2);
-      cairo_close_path(cr);
+      cv.newSubPath();
+      cv.arc(x + w - r, y + r, r, -std::numbers::pi / 2, 0);
+      cv.arc(x + w - r, y + h - r, r, 0, std::numbers::pi / 2);
+      cv.arc(x + r, y + h - r, r, std::numbers::pi / 2, std::numbers::pi);
+      cv.arc(x + r, y + r, r, std::numbers::pi, 3 * std::numbers::pi / 2);
+      cv.closePath();
       break;
     }
     case doc::ShapeKind::Ellipse:
-      cairo_save(cr);
-      cairo_translate(cr, x + w / 2, y + h / 2);
-      cairo_scale(cr, w / 2, h / 2);
-      cairo_arc(cr, 0, 0, 1, 0, 2 * std::numbers::pi);
-      cairo_restore(cr);
+      cv.save();
+      cv.translate(x + w / 2, y + h / 2);
+      cv.scale(w / 2, h / 2);
+      cv.arc(0, 0, 1, 0, 2 * std::numbers::pi);
+      cv.restore();
       break;
   }
   if (b.fill) {
-    setColor(cr, *b.fill);
-    cairo_fill_preserve(cr);
+    cv.setColor(*b.fill);
+    cv.fill(true);
   }
-  if (setStroke(cr, b.style, b.weight, b.lineColor))
-    cairo_stroke(cr);
+  if (setStroke(cv, b.style, b.weight, b.lineColor))
+    cv.stroke();
   else
-    cairo_new_path(cr);
+    cv.newPath();
 }
 
-void path(cairo_t* cr, const doc::Path& p) {
+void path(Canvas& cv, const doc::Path& p) {
   const double ox = pt(p.box.left), oy = pt(p.box.top);
-  cairo_new_path(cr);
+  cv.newPath();
   std::size_t k = 0;
   auto at = [&](std::size_t i) {
     return std::pair{ox + pt(p.points[i].x), oy + pt(p.points[i].y)};
@@ -153,47 +148,41 @@ void path(cairo_t* cr, const doc::Path& p) {
     switch (op) {
       case doc::PathOp::MoveTo: {
         auto [x, y] = at(k);
-        cairo_move_to(cr, x, y);
+        cv.moveTo(x, y);
         break;
       }
       case doc::PathOp::LineTo: {
         auto [x, y] = at(k);
-        cairo_line_to(cr, x, y);
+        cv.lineTo(x, y);
         break;
       }
       case doc::PathOp::CurveTo: {
         auto [x1, y1] = at(k);
         auto [x2, y2] = at(k + 1);
         auto [x3, y3] = at(k + 2);
-        cairo_curve_to(cr, x1, y1, x2, y2, x3, y3);
+        cv.curveTo(x1, y1, x2, y2, x3, y3);
         break;
       }
       case doc::PathOp::Close:
-        cairo_close_path(cr);
+        cv.closePath();
         break;
     }
     k += need;
   }
   if (p.fill) {
-    if (p.fillTo) {
-      // A vector gradient: PDF and SVG keep it as a shading, not as pixels.
-      cairo_pattern_t* g = cairo_pattern_create_linear(0, oy, 0, oy + pt(p.box.height));
-      for (auto [offset, c] : {std::pair{0.0, *p.fill}, std::pair{1.0, *p.fillTo}})
-        cairo_pattern_add_color_stop_rgb(g, offset, (c & 0xFF) / 255.0, ((c >> 8) & 0xFF) / 255.0,
-                                         ((c >> 16) & 0xFF) / 255.0);
-      cairo_set_source(cr, g);
-      cairo_pattern_destroy(g);
-    } else {
-      setColor(cr, *p.fill);
-    }
-    cairo_fill_preserve(cr);
+    // A vector gradient: PDF and SVG keep it as a shading, not as pixels.
+    if (p.fillTo)
+      cv.setVerticalGradient(oy, oy + pt(p.box.height), *p.fill, *p.fillTo);
+    else
+      cv.setColor(*p.fill);
+    cv.fill(true);
   }
-  if (setStroke(cr, p.style, p.weight, p.lineColor)) {
-    cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
-    cairo_stroke(cr);
-    cairo_set_line_join(cr, CAIRO_LINE_JOIN_MITER);
+  if (setStroke(cv, p.style, p.weight, p.lineColor)) {
+    cv.setLineJoin(CAIRO_LINE_JOIN_ROUND);
+    cv.stroke();
+    cv.setLineJoin(CAIRO_LINE_JOIN_MITER);
   } else {
-    cairo_new_path(cr);
+    cv.newPath();
   }
 }
 
@@ -290,7 +279,7 @@ bool PageRenderer::marked(const doc::Rect& r) const {
   return false;
 }
 
-void PageRenderer::draw(cairo_t* cr, const doc::Page& page) {
+void PageRenderer::draw(Canvas& cv, const doc::Page& page) {
   usedOnPage_.clear();
   for (auto& band : marks_) band.clear();
   for (const auto& item : page.items) {
@@ -298,19 +287,19 @@ void PageRenderer::draw(cairo_t* cr, const doc::Page& page) {
         [&](const auto& c) {
           using T = std::decay_t<decltype(c)>;
           if constexpr (std::is_same_v<T, doc::Text>)
-            text(cr, c);
+            text(cv, c);
           else if constexpr (std::is_same_v<T, doc::RichText>)
-            richText(cr, c);
+            richText(cv, c);
           else if constexpr (std::is_same_v<T, doc::Line>)
-            line(cr, c);
+            line(cv, c);
           else if constexpr (std::is_same_v<T, doc::Box>)
-            shape(cr, c);
+            shape(cv, c);
           else if constexpr (std::is_same_v<T, doc::CheckBox>)
-            checkBox(cr, c);
+            checkBox(cv, c);
           else if constexpr (std::is_same_v<T, doc::Picture>)
-            picture(cr, c);
+            picture(cv, c);
           else if constexpr (std::is_same_v<T, doc::Path>)
-            path(cr, c);
+            path(cv, c);
           // What the item may touch: its box, or its line's ends, with room for a border or a
           // line's width, an italic's overhang and anti-aliasing.
           if constexpr (std::is_same_v<T, doc::Line>) {
@@ -351,10 +340,10 @@ PangoLayout* PageRenderer::layoutFor(const std::string& text, const doc::Font& f
   return layouts_.emplace(std::move(key), textLayout(text, font, wrap, align)).first->second.get();
 }
 
-void PageRenderer::text(cairo_t* cr, const doc::Text& t) {
+void PageRenderer::text(Canvas& cv, const doc::Text& t) {
   const doc::Rect& b = t.box;
   if (b.width <= 0 || b.height <= 0) return;
-  if (t.backColor) fillRect(cr, b, *t.backColor);
+  if (t.backColor) fillRect(cv, b, *t.backColor);
   if (!t.text.empty()) {
     const int a = ((t.angle % 3600) + 3600) % 3600;
     const auto [align, valign] = turnedAlignment(a, t.align, t.valign);
@@ -364,11 +353,11 @@ void PageRenderer::text(cairo_t* cr, const doc::Text& t) {
     // A value far longer than the box can show is cut before it is shaped.
     const std::string_view shown = engine::cutToBox(t.text, t.font.size, fw, fh);
     const std::string cutText = shown.size() < t.text.size() ? std::string(shown) : std::string();
-    if (a == 0 && cutText.empty() && t.align != doc::HAlign::Justify && simpleText(cr, t, fw, fh)) {
-      border(cr, b, t.border);
+    if (a == 0 && cutText.empty() && t.align != doc::HAlign::Justify && simpleText(cv, t, fw, fh)) {
+      border(cv, b, t.border);
       return;
     }
-    cairo_save(cr);
+    cv.save();
     PangoLayout* l =
         layoutFor(cutText.empty() ? t.text : cutText, t.font, t.wordWrap ? fw : 0, align);
     PangoRectangle logical;
@@ -390,22 +379,21 @@ void PageRenderer::text(cairo_t* cr, const doc::Text& t) {
                       x + ptFromPango(logical.x + logical.width) <= pt(fw) &&
                       y + ptFromPango(logical.height) <= pt(fh);
     if (!fits) {
-      rect(cr, b);
-      cairo_clip(cr);
+      rect(cv, b);
+      cv.clip();
     }
     if (a == 0) {
-      cairo_translate(cr, pt(b.left), pt(b.top));
+      cv.translate(pt(b.left), pt(b.top));
     } else {
-      cairo_translate(cr, pt(b.left) + pt(b.width) / 2, pt(b.top) + pt(b.height) / 2);
-      cairo_rotate(cr, -a * std::numbers::pi / 1800);  // counter-clockwise on the page
-      cairo_translate(cr, -pt(fw) / 2, -pt(fh) / 2);
+      cv.translate(pt(b.left) + pt(b.width) / 2, pt(b.top) + pt(b.height) / 2);
+      cv.rotate(-a * std::numbers::pi / 1800);  // counter-clockwise on the page
+      cv.translate(-pt(fw) / 2, -pt(fh) / 2);
     }
-    setColor(cr, t.foreColor);
-    cairo_move_to(cr, x, y);
-    pango_cairo_show_layout(cr, l);
-    cairo_restore(cr);
+    cv.setColor(t.foreColor);
+    cv.showLayout(l, x, y);
+    cv.restore();
   }
-  border(cr, b, t.border);
+  border(cv, b, t.border);
 }
 
 // Lines of plain Latin text drawn from their glyphs, wrapped and placed as pango places them in a
@@ -420,7 +408,7 @@ void setSimpleLines(bool on) {
   simpleLines = on;
 }
 
-bool PageRenderer::simpleText(cairo_t* cr, const doc::Text& t, std::int32_t fw, std::int32_t fh) {
+bool PageRenderer::simpleText(Canvas& cv, const doc::Text& t, std::int32_t fw, std::int32_t fh) {
   const int boxWidth = std::max(1, twipsToPango(fw));
   if (!simpleLines || !shapeSimpleLine(t.text, t.font, line_, t.wordWrap ? boxWidth : 0))
     return false;
@@ -436,45 +424,44 @@ bool PageRenderer::simpleText(cairo_t* cr, const doc::Text& t, std::int32_t fw, 
                     y + ptFromPango(height) <= pt(fh);
   // Most texts fit and need no saved state: the matrix is put back as it was, and the font is
   // left set, so the next text in it does not make cairo look its scaled font up again.
-  cairo_matrix_t matrix;
-  cairo_get_matrix(cr, &matrix);
+  const cairo_matrix_t matrix = cv.matrix();
   if (!fits) {
-    cairo_save(cr);
-    rect(cr, b);
-    cairo_clip(cr);
+    cv.save();
+    rect(cv, b);
+    cv.clip();
   }
-  cairo_translate(cr, pt(b.left), pt(b.top));
-  setColor(cr, t.foreColor);
+  cv.translate(pt(b.left), pt(b.top));
+  cv.setColor(t.foreColor);
   for (std::size_t k = 0; k < line_.lines.size(); ++k)
     if (line_.lines[k].glyphCount > 0)
-      drawSimpleLine(cr, line_, k, x, y, lineOffset(t.align, layoutWidth, line_.lines[k].width));
+      cv.showLine(line_, k, x, y, lineOffset(t.align, layoutWidth, line_.lines[k].width));
   if (!fits)
-    cairo_restore(cr);
+    cv.restore();
   else
-    cairo_set_matrix(cr, &matrix);
+    cv.setMatrix(matrix);
   return true;
 }
 
-void PageRenderer::richText(cairo_t* cr, const doc::RichText& r) {
+void PageRenderer::richText(Canvas& cv, const doc::RichText& r) {
   const doc::Rect& b = r.box;
   if (b.width <= 0 || b.height <= 0) return;
-  if (r.backColor) fillRect(cr, b, *r.backColor);
-  cairo_save(cr);
-  rect(cr, b);
-  cairo_clip(cr);
+  if (r.backColor) fillRect(cv, b, *r.backColor);
+  cv.save();
+  rect(cv, b);
+  cv.clip();
   RichLayout rl = richLayout(readRtf(r.rtf), b.width);
   const double limit = pt(b.height);
-  setColor(cr, doc::kBlack);
+  cv.setColor(doc::kBlack);
   for (const auto& blk : rl.blocks) {
     if (ptFromPango(blk.y) > limit) break;
-    cairo_move_to(cr, pt(b.left) + ptFromPango(blk.x), pt(b.top) + ptFromPango(blk.y));
-    pango_cairo_show_layout(cr, blk.layout.get());
+    cv.showLayout(blk.layout.get(), pt(b.left) + ptFromPango(blk.x),
+                  pt(b.top) + ptFromPango(blk.y));
   }
-  cairo_restore(cr);
-  border(cr, b, r.border);
+  cv.restore();
+  border(cv, b, r.border);
 }
 
-void PageRenderer::checkBox(cairo_t* cr, const doc::CheckBox& c) {
+void PageRenderer::checkBox(Canvas& cv, const doc::CheckBox& c) {
   const doc::Rect& b = c.box;
   if (b.width <= 0 || b.height <= 0) return;
   // The platform's box is 13 pixels at 96 dpi.
@@ -519,15 +506,15 @@ void PageRenderer::checkBox(cairo_t* cr, const doc::CheckBox& c) {
            textLeft + ptFromPango(logical.width) + 2 <= pt(b.left + b.width) &&
            textTop + ptFromPango(logical.height) <= pt(b.top + b.height);
   }
-  cairo_save(cr);
+  cv.save();
   // The square and its tick stay inside the box; only a caption can run past it. A clip costs
   // every sink time (in a PDF, a clipping path per box), so a box whose caption fits has none.
   if (!c.caption.empty() && !fits) {
-    rect(cr, b);
-    cairo_clip(cr);
+    rect(cv, b);
+    cv.clip();
   }
   const double inset = 0.5;
-  cairo_rectangle(cr, bx + inset, by + inset, side - 2 * inset, side - 2 * inset);
+  cv.rectangle(bx + inset, by + inset, side - 2 * inset, side - 2 * inset);
   // The square is white inside; on paper nothing has been drawn on yet it already is.
   // (The fill's edge pixels reach a pixel past the square's inset path: its side, 10 twips in,
   // and 20 beyond, half a point out in all.)
@@ -536,31 +523,30 @@ void PageRenderer::checkBox(cairo_t* cr, const doc::CheckBox& c) {
                          static_cast<std::int32_t>(std::ceil(side * 20)) + 20,
                          static_cast<std::int32_t>(std::ceil(side * 20)) + 20};
   if (marked(square)) {
-    cairo_set_source_rgb(cr, 1, 1, 1);
-    cairo_fill_preserve(cr);
+    cv.setColor(doc::kWhite);
+    cv.fill(true);
   }
-  setStroke(cr, doc::LineStyle::Solid, 1, c.foreColor);
-  cairo_stroke(cr);
+  setStroke(cv, doc::LineStyle::Solid, 1, c.foreColor);
+  cv.stroke();
   if (c.checked) {
-    cairo_set_line_width(cr, std::max(0.75, side * 0.12));
-    cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
-    cairo_move_to(cr, bx + side * 0.22, by + side * 0.52);
-    cairo_line_to(cr, bx + side * 0.42, by + side * 0.74);
-    cairo_line_to(cr, bx + side * 0.80, by + side * 0.28);
-    cairo_stroke(cr);
+    cv.setLineWidth(std::max(0.75, side * 0.12));
+    cv.setLineJoin(CAIRO_LINE_JOIN_ROUND);
+    cv.moveTo(bx + side * 0.22, by + side * 0.52);
+    cv.lineTo(bx + side * 0.42, by + side * 0.74);
+    cv.lineTo(bx + side * 0.80, by + side * 0.28);
+    cv.stroke();
   }
   if (simpleCaption) {
-    setColor(cr, c.foreColor);
+    cv.setColor(c.foreColor);
     for (std::size_t k = 0; k < line_.lines.size(); ++k)
       if (line_.lines[k].glyphCount > 0)
-        drawSimpleLine(cr, line_, k, bx + side + gap, textTop,
-                       lineOffset(c.align, captionWidth, line_.lines[k].width));
+        cv.showLine(line_, k, bx + side + gap, textTop,
+                    lineOffset(c.align, captionWidth, line_.lines[k].width));
   } else if (l) {
-    setColor(cr, c.foreColor);
-    cairo_move_to(cr, bx + side + gap, textTop);
-    pango_cairo_show_layout(cr, l);
+    cv.setColor(c.foreColor);
+    cv.showLayout(l, bx + side + gap, textTop);
   }
-  cairo_restore(cr);
+  cv.restore();
 }
 
 cairo_surface_t* PageRenderer::surfaceFor(const PictureData& data) {
@@ -570,15 +556,15 @@ cairo_surface_t* PageRenderer::surfaceFor(const PictureData& data) {
   return it->second.surface;
 }
 
-void PageRenderer::picture(cairo_t* cr, const doc::Picture& p) {
+void PageRenderer::picture(Canvas& cv, const doc::Picture& p) {
   const doc::Rect& b = p.box;
   if (b.width <= 0 || b.height <= 0) return;
   if (cairo_surface_t* s = p.data ? surfaceFor(p.data) : nullptr) {
     const double iw = cairo_image_surface_get_width(s), ih = cairo_image_surface_get_height(s);
     if (iw > 0 && ih > 0) {
-      cairo_save(cr);
-      rect(cr, b);
-      cairo_clip(cr);
+      cv.save();
+      rect(cv, b);
+      cv.clip();
       const double bw = pt(b.width), bh = pt(b.height);
       double sx = 0.75, sy = 0.75;  // pixels at 96 dpi
       double x = 0, y = 0;
@@ -590,23 +576,12 @@ void PageRenderer::picture(cairo_t* cr, const doc::Picture& p) {
         x = (bw - iw * sx) / 2;
         y = (bh - ih * sy) / 2;
       }
-      // cairo 1.16 names an image twice in a PDF page's resources when it is painted twice on
-      // the page (qpdf warns); a repeat goes through a group, which still shares the image.
       const bool repeat = !usedOnPage_.insert(s).second;
-      if (repeat) cairo_push_group(cr);
-      cairo_translate(cr, pt(b.left) + x, pt(b.top) + y);
-      cairo_scale(cr, sx, sy);
-      cairo_set_source_surface(cr, s, 0, 0);
-      cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_GOOD);
-      cairo_paint(cr);
-      if (repeat) {
-        cairo_pop_group_to_source(cr);
-        cairo_paint(cr);
-      }
-      cairo_restore(cr);
+      cv.image(s, pt(b.left) + x, pt(b.top) + y, sx, sy, repeat);
+      cv.restore();
     }
   }
-  border(cr, b, p.border);
+  border(cv, b, p.border);
 }
 
 }  // namespace galvix::render

@@ -9,6 +9,7 @@
 #include <unordered_map>
 
 #include "galvix/document.h"
+#include "render/canvas.h"
 #include "render/pictures.h"
 #include "render/simple_line.h"
 #include "render/text_layout.h"
@@ -26,16 +27,20 @@ class PageRenderer {
   PageRenderer& operator=(const PageRenderer&) = delete;
   ~PageRenderer();
 
-  // Draws `page` on `cr`, whose user space is points with the origin at the page's top left,
+  // Draws `page` on `cv`, whose user space is points with the origin at the page's top left,
   // painted white (as every sink paints it: a check box on bare paper is not filled again).
-  void draw(cairo_t* cr, const doc::Page& page);
+  void draw(Canvas& cv, const doc::Page& page);
+  void draw(cairo_t* cr, const doc::Page& page) {
+    CairoCanvas cv(cr);
+    draw(cv, page);
+  }
 
  private:
-  void text(cairo_t* cr, const doc::Text& t);
-  bool simpleText(cairo_t* cr, const doc::Text& t, std::int32_t fw, std::int32_t fh);
-  void richText(cairo_t* cr, const doc::RichText& r);
-  void checkBox(cairo_t* cr, const doc::CheckBox& c);
-  void picture(cairo_t* cr, const doc::Picture& p);
+  void text(Canvas& cv, const doc::Text& t);
+  bool simpleText(Canvas& cv, const doc::Text& t, std::int32_t fw, std::int32_t fh);
+  void richText(Canvas& cv, const doc::RichText& r);
+  void checkBox(Canvas& cv, const doc::CheckBox& c);
+  void picture(Canvas& cv, const doc::Picture& p);
   // Reports repeat many texts (heads, footers, column values); shaping each once saves time.
   PangoLayout* layoutFor(const std::string& text, const doc::Font& font, std::int32_t wrap,
                          doc::HAlign align);

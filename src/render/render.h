@@ -23,6 +23,10 @@ class RenderError : public galvix::Error {
 // One PDF with every page (vector text with embedded font subsets; title and creator set).
 void writePdf(const doc::Document& doc, const std::string& path);
 
+// PDFs are written by the library's own writer; on, by cairo's PDF surface instead (the two
+// are compared in tests and benchmarks). Per thread.
+void setCairoPdf(bool on);
+
 // One file per page, "<pathPrefix>-1.png", "-2.png", ...; returns the paths written.
 std::vector<std::string> writePng(const doc::Document& doc, const std::string& pathPrefix,
                                   double dpi = 96);

@@ -16,11 +16,14 @@
 #include <ostream>
 
 #include "render/page_renderer.h"
+#include "render/pdf_writer.h"
 #include "render/render.h"
 
 namespace galvix::render {
 
 namespace {
+
+thread_local bool cairoPdf = false;  // setCairoPdf
 
 // Temporary files being written, kept where a signal handler can reach them: fixed slots of
 // plain characters, since the handler may neither lock nor allocate.
@@ -206,6 +209,10 @@ std::string pagePath(const std::string& prefix, std::size_t i, const char* ext) 
 
 }  // namespace
 
+void setCairoPdf(bool on) {
+  cairoPdf = on;
+}
+
 void removePartialOutputs() noexcept {
   for (auto& slot : g_pending)
     if (slot.used.load()) ::unlink(slot.path);
@@ -217,8 +224,22 @@ void removePartialOutputsOnSignals() {
 
 namespace {
 
-// The document as a PDF into `write`; cairo's final status.
+// The document as a PDF into `write`, drawn by our writer; the first failure to write.
+cairo_status_t ownPdfTo(const doc::Document& d, cairo_write_func_t write, void* closure) {
+  PdfWriter writer(write, closure, d.title, d.creator);
+  PageRenderer renderer;
+  doc::Page scratch;
+  for (std::size_t i = 0, n = pageCountOf(d); i < n; ++i) {
+    const doc::Page& page = pageAt(d, i, scratch);
+    renderer.draw(writer.beginPage(pt(page.width), pt(page.height)), page);
+    writer.endPage();
+  }
+  return writer.finish();
+}
+
+// The document as a PDF into `write`; the final status.
 cairo_status_t pdfTo(const doc::Document& d, cairo_write_func_t write, void* closure) {
+  if (!cairoPdf) return ownPdfTo(d, write, closure);
   doc::Page scratch;
   const doc::Page& first = pageAt(d, 0, scratch);
   cairo_surface_t* s =

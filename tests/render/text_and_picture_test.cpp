@@ -222,10 +222,10 @@ TEST(SimpleLines, WrapWhereAndAsPangoWraps) {
   EXPECT_FALSE(shapeSimpleLine("\u03a9\u03bc\u03ad\u03b3\u03b1 Omega", fonts[0], line, 0));
 }
 
-// Plain lines drawn from their glyphs give the very bytes pango gives, in PDF and in pixels:
-// every alignment, wrapped or not, several lines, boxes too small, fonts the names map to and
-// fonts that lack a letter, and texts that must go through pango (accents, tabs, blank lines);
-// check boxes' captions too.
+// Plain lines drawn from their glyphs give the very bytes pango gives, in cairo's PDF and in
+// pixels: every alignment, wrapped or not, several lines, boxes too small, fonts the names map to
+// and fonts that lack a letter, and texts that must go through pango (accents, tabs, blank
+// lines); check boxes' captions too.
 TEST(Renderer, PlainLinesDrawnFromGlyphsMatchPango) {
   std::mt19937 rng(11);
   const std::string letters = "AVWTYLafiflkerning To Ye Wa ',.-0123456789 xyz()@#&!?";
@@ -276,6 +276,7 @@ TEST(Renderer, PlainLinesDrawnFromGlyphsMatchPango) {
   }
   auto pdf = [&](bool simple) {
     setSimpleLines(simple);
+    setCairoPdf(true);
     std::ostringstream out;
     writePdf(d, out);
     std::string s = out.str();
@@ -305,6 +306,7 @@ TEST(Renderer, PlainLinesDrawnFromGlyphsMatchPango) {
   }).join();
   EXPECT_TRUE(afterMeasuring == viaPango) << "the PDFs differ after measuring";
   setSimpleLines(true);
+  setCairoPdf(false);
 }
 
 // A can-grow field measured by the engine must show every line when drawn at that height.
