@@ -812,10 +812,10 @@ const PdfWriter::Impl::Image& PdfWriter::Impl::image(cairo_surface_t* s) {
     }
     dict += " /ColorSpace /DeviceRGB";
     if (translucent) {
-      const int smask =
-          stream("/Type /XObject /Subtype /Image /Width " + std::to_string(w) + " /Height " +
-                     std::to_string(h) + " /BitsPerComponent 8 /ColorSpace /DeviceGray",
-                 mask);
+      const int smask = stream("/Type /XObject /Subtype /Image /Width " + std::to_string(w) +
+                                   " /Height " + std::to_string(h) +
+                                   " /BitsPerComponent 8 /ColorSpace /DeviceGray /Interpolate true",
+                               mask);
       dict += " /SMask " + ref(smask);
     }
     id = stream(dict, pixels);

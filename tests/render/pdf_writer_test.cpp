@@ -1,0 +1,301 @@
+// The library's PDF writer against cairo's PDF surface drawing the same pages: what poppler
+// rasterizes and extracts from the two must agree, for every kind of item the renderer draws.
+#include <gdk-pixbuf/gdk-pixbuf.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "render/render.h"
+#include "render_sample.h"
+#include "render_test_util.h"
+
+namespace galvix::render {
+namespace {
+
+using namespace testing;
+using ::testing::HasSubstr;
+
+// An 8x4 picture: left half red, right half blue, its top row half transparent, so a flipped,
+// mirrored or opaque picture shows.
+std::shared_ptr<std::vector<std::uint8_t>> quarteredPng() {
+  GdkPixbuf* pb = gdk_pixbuf_new(GDK_COLORSPACE_RGB, TRUE, 8, 8, 4);
+  guchar* px = gdk_pixbuf_get_pixels(pb);
+  const int stride = gdk_pixbuf_get_rowstride(pb);
+  for (int y = 0; y < 4; ++y)
+    for (int x = 0; x < 8; ++x) {
+      guchar* p = px + y * stride + x * 4;
+      p[0] = x < 4 ? 220 : 20;
+      p[1] = 30;
+      p[2] = x < 4 ? 20 : 220;
+      p[3] = y == 0 ? 100 : 255;
+    }
+  gchar* buf = nullptr;
+  gsize len = 0;
+  EXPECT_TRUE(gdk_pixbuf_save_to_buffer(pb, &buf, &len, "png", nullptr, nullptr));
+  g_object_unref(pb);
+  auto data = std::make_shared<std::vector<std::uint8_t>>(buf, buf + len);
+  g_free(buf);
+  return data;
+}
+
+std::shared_ptr<std::vector<std::uint8_t>> greenJpeg() {
+  GdkPixbuf* pb = gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, 6, 3);
+  gdk_pixbuf_fill(pb, 0x20A040FF);
+  gchar* buf = nullptr;
+  gsize len = 0;
+  EXPECT_TRUE(gdk_pixbuf_save_to_buffer(pb, &buf, &len, "jpeg", nullptr, nullptr));
+  g_object_unref(pb);
+  auto data = std::make_shared<std::vector<std::uint8_t>>(buf, buf + len);
+  g_free(buf);
+  return data;
+}
+
+// A page of everything: plain, wrapped, aligned, turned, underlined and clipped texts with
+// borders of every style; rich text; lines; rectangles, rounded ones and ellipses; check boxes;
+// pictures; filled, shaded and outlined figures.
+doc::Page everything() {
+  doc::Page p;
+  auto add = [&](auto content) { p.items.push_back(item(std::move(content))); };
+  const doc::LineStyle styles[] = {doc::LineStyle::Solid, doc::LineStyle::Dash, doc::LineStyle::Dot,
+                                   doc::LineStyle::DashDot, doc::LineStyle::DashDotDot};
+  for (int i = 0; i < 5; ++i) {
+    doc::Text t = text({400 + i * 2300, 400, 2100, 700},
+                       "Bélanger-Łukasiewicz, Zoë & Žofia (table " + std::to_string(i + 1) + ")",
+                       doc::Font{i % 2 ? "Times New Roman" : "Arial", 9.0 + i, i == 1, i == 2},
+                       static_cast<doc::HAlign>(i % 4));
+    t.border.top = t.border.bottom = t.border.left = t.border.right = styles[i];
+    t.border.weight = 1 + i % 3;
+    t.border.color = doc::rgb(0, 0, 40 * i);
+    if (i == 3) t.backColor = doc::rgb(255, 240, 200);
+    add(t);
+  }
+  doc::Text under = text({400, 1300, 4000, 300}, "Underlined and struck", {"Arial", 11});
+  under.font.underline = true;
+  add(under);
+  doc::Text struck = under;
+  struck.box.left = 4600;
+  struck.font.underline = false;
+  struck.font.strikeout = true;
+  struck.foreColor = doc::rgb(200, 0, 0);
+  add(struck);
+  doc::Text clipped =
+      text({8800, 1300, 1200, 260}, "A value far too long for its small box", {"Courier New", 10});
+  clipped.wordWrap = false;
+  add(clipped);
+  for (int angle : {900, 2700, 450}) {
+    doc::Text turned = text({400 + (angle / 450) * 700, 1800, 500, 2000}, "Turned head",
+                            {"Arial", 10, true}, doc::HAlign::Center);
+    turned.angle = angle;
+    turned.border.left = turned.border.right = doc::LineStyle::Solid;
+    add(turned);
+  }
+  doc::RichText rich;
+  rich.box = {5000, 1800, 6000, 1400};
+  rich.rtf =
+      R"({\rtf1\ansi{\fonttbl{\f0 Arial;}{\f1 Times New Roman;}}{\colortbl ;\red0\green128\blue0;})"
+      R"(\f1\b\fs28 Dear Zo\'eb,\par\pard\f0\b0\i\fs20\cf1 R\u233?sum\u233? \ul attached\ul0 \u8364?5\par})";
+  rich.border.bottom = doc::LineStyle::Solid;
+  add(rich);
+  for (int i = 0; i < 5; ++i)
+    add(doc::Line{5000, 3400 + i * 150, 11000, 3400 + i * 150 + i * 60, styles[i], 1 + i,
+                  doc::rgb(30 * i, 0, 0)});
+  for (int i = 0; i < 3; ++i) {
+    doc::Box b;
+    b.box = {400 + i * 1500, 4400, 1300, 900};
+    b.shape = static_cast<doc::ShapeKind>(i);
+    b.fill = doc::rgb(200, 220, 255);
+    b.weight = 2;
+    b.style = styles[i + 1];
+    add(b);
+  }
+  for (int i = 0; i < 4; ++i) {
+    doc::CheckBox c;
+    c.box = {5000 + i * 1500, 4400, 1400, 300};
+    c.checked = i % 2 == 0;
+    c.caption = i < 3 ? "Attending" : "";
+    c.align = static_cast<doc::HAlign>(i % 3);
+    add(c);
+  }
+  for (auto mode : {doc::SizeMode::Clip, doc::SizeMode::Stretch, doc::SizeMode::Zoom}) {
+    doc::Picture pic;
+    pic.box = {400 + static_cast<int>(mode) * 1500, 5600, 1300, 800};
+    pic.data = quarteredPng();
+    pic.sizeMode = mode;
+    pic.border.top = doc::LineStyle::Solid;
+    add(pic);
+  }
+  doc::Picture jpeg;
+  jpeg.box = {5000, 5600, 1200, 900};
+  jpeg.data = greenJpeg();
+  add(jpeg);
+  doc::Path fig;
+  fig.box = {7000, 5600, 2000, 1500};
+  fig.ops = {doc::PathOp::MoveTo, doc::PathOp::CurveTo, doc::PathOp::LineTo, doc::PathOp::Close};
+  fig.points = {{0, 1500}, {0, 0}, {2000, 0}, {2000, 1500}, {1000, 1200}};
+  fig.fill = doc::rgb(255, 0, 0);
+  fig.fillTo = doc::rgb(0, 0, 255);
+  fig.style = doc::LineStyle::Solid;
+  fig.weight = 3;
+  add(fig);
+  return p;
+}
+
+// `pdf` rasterized by poppler at 50 dpi: a grid of 10-pixel tiles, each holding the ink of each
+// colour channel (255 less its value, summed).
+std::vector<std::array<long, 3>> inkTiles(const TempDir& dir, const std::string& pdf, int& cols) {
+  const std::string png = pdf + ".png";
+  EXPECT_EQ(run("pdftoppm -r 50 -png -singlefile '" + pdf + "' '" + pdf + "'").status, 0);
+  PngImage img(png);
+  EXPECT_TRUE(img.ok());
+  cols = (img.width() + 9) / 10;
+  const int rows = (img.height() + 9) / 10;
+  std::vector<std::array<long, 3>> tiles(static_cast<std::size_t>(cols * rows));
+  for (int y = 0; y < img.height(); ++y)
+    for (int x = 0; x < img.width(); ++x) {
+      const unsigned c = img.rgb(x, y);
+      auto& t = tiles[static_cast<std::size_t>(y / 10 * cols + x / 10)];
+      for (int k = 0; k < 3; ++k)
+        t[static_cast<std::size_t>(k)] += 255 - ((c >> (16 - 8 * k)) & 0xFF);
+    }
+  (void)dir;
+  return tiles;
+}
+
+std::string writeWith(bool cairo, const doc::Document& d, const std::string& path) {
+  setCairoPdf(cairo);
+  writePdf(d, path);
+  setCairoPdf(false);
+  return path;
+}
+
+TEST(PdfWriter, PagesLookAsCairoDrawsThem) {
+  TempDir dir;
+  doc::Document d;
+  d.title = "Everything";
+  d.pages = {everything(), densePage(1, 2)};
+  d.pages[1].landscape = true;
+  std::swap(d.pages[1].width, d.pages[1].height);
+  const std::string own = writeWith(false, d, dir / "own.pdf");
+  const std::string cairo = writeWith(true, d, dir / "cairo.pdf");
+  EXPECT_EQ(run("qpdf --check '" + own + "'").status, 0) << run("qpdf --check '" + own + "'").out;
+  for (int page = 1; page <= 2; ++page) {
+    const std::string range = " -f " + std::to_string(page) + " -l " + std::to_string(page) + " ";
+    ASSERT_EQ(run("pdfseparate" + range + "'" + own + "' '" + (dir / "o%d.pdf") + "'").status, 0);
+    ASSERT_EQ(run("pdfseparate" + range + "'" + cairo + "' '" + (dir / "c%d.pdf") + "'").status, 0);
+    int cols = 0, cairoCols = 0;
+    const auto a = inkTiles(dir, dir / ("o" + std::to_string(page) + ".pdf"), cols);
+    const auto b = inkTiles(dir, dir / ("c" + std::to_string(page) + ".pdf"), cairoCols);
+    ASSERT_EQ(cols, cairoCols);
+    ASSERT_EQ(a.size(), b.size());
+    // Each tile's ink within a fifth (and a little, for edges a fraction of a pixel apart).
+    int differing = 0;
+    for (std::size_t i = 0; i < a.size(); ++i)
+      for (std::size_t k = 0; k < 3; ++k)
+        if (std::abs(a[i][k] - b[i][k]) > 600 + std::max(a[i][k], b[i][k]) / 5) {
+          if (++differing <= 5)
+            ADD_FAILURE() << "page " << page << ": tile at ("
+                          << i % static_cast<std::size_t>(cols) * 10 << ", "
+                          << i / static_cast<std::size_t>(cols) * 10 << ") px, channel " << k
+                          << ": ink " << a[i][k] << " against cairo's " << b[i][k];
+        }
+    EXPECT_EQ(differing, 0) << "page " << page;
+  }
+}
+
+// Words extract as they were written, whichever way they were drawn: plain lines, pango layouts
+// (ligatures, combining accents, right-to-left), rich text and captions.
+TEST(PdfWriter, TextExtractsAsWritten) {
+  TempDir dir;
+  const std::vector<std::string> texts = {"Bélanger, Zoë — «Ødegård» Łukasiewicz",
+                                          "office affluent fjord",
+                                          "Cafe\u0301 noe\u0308l",
+                                          "Ελληνικά Русский",
+                                          "\u05E9\u05DC\u05D5\u05DD world",
+                                          "Tab\tseparated",
+                                          "€1,234.56 ½ ™"};
+  doc::Page p;
+  int y = 400;
+  for (const auto& t : texts) {
+    p.items.push_back(item(text({400, y, 9000, 400}, t, {"Arial", 11})));
+    doc::Text serif = text({400, y + 400, 9000, 400}, t, {"Times New Roman", 11, false, true});
+    serif.angle = 900 * ((y / 800) % 2);
+    if (serif.angle) serif.box = {9600, 400, 400, 9000};
+    p.items.push_back(item(serif));
+    y += 800;
+  }
+  doc::CheckBox box;
+  box.box = {400, y, 4000, 300};
+  box.caption = "Invité à la réception";
+  p.items.push_back(item(box));
+  doc::Document d;
+  d.pages = {p};
+  d.title = "Zoë's «guest» list (draft)";
+  const std::string own = writeWith(false, d, dir / "own.pdf");
+  auto out = run("pdftotext -raw '" + own + "' -");
+  ASSERT_EQ(out.status, 0) << out.out;
+  for (const auto& t : texts) {
+    std::string want = t;
+    std::replace(want.begin(), want.end(), '\t', ' ');
+    // Poppler prints combining marks composed or not; compare letter by letter without them.
+    gchar* a = g_utf8_normalize(want.c_str(), -1, G_NORMALIZE_NFKC);
+    gchar* b = g_utf8_normalize(out.out.c_str(), -1, G_NORMALIZE_NFKC);
+    std::string hay(b);
+    for (char& c : hay)
+      if (c == '\n' || c == '\t') c = ' ';
+    std::string needle(a);
+    if (t.find('\t') != std::string::npos) needle = "Tab";
+    if (t.find("\u05E9") != std::string::npos) needle = "world";
+    EXPECT_THAT(hay, HasSubstr(needle));
+    g_free(a);
+    g_free(b);
+  }
+  EXPECT_THAT(out.out, HasSubstr("Invité à la réception"));
+  auto info = run("pdfinfo '" + own + "'");
+  EXPECT_THAT(info.out, HasSubstr("Zoë's «guest» list (draft)"));
+}
+
+// A character no installed font has still prints, as a box.
+TEST(PdfWriter, CharacterNoFontHasPrintsAsABox) {
+  TempDir dir;
+  doc::Document d;
+  doc::Page p;
+  p.width = p.height = 2880;
+  p.items.push_back(item(text({200, 200, 2000, 400}, "\uE000", {"Arial", 20})));
+  d.pages = {p};
+  int cols = 0;
+  const auto tiles = inkTiles(dir, writeWith(false, d, dir / "own.pdf"), cols);
+  long ink = 0;
+  for (const auto& t : tiles) ink += t[0];
+  EXPECT_GT(ink, 2000);
+}
+
+// A document drawn in many fonts and sizes embeds each face once, as a subset of what it used.
+TEST(PdfWriter, EachFaceEmbeddedOnceAsASubset) {
+  TempDir dir;
+  doc::Document d = denseDocument(4);
+  for (auto& page : d.pages)
+    for (double size : {6.0, 8.5, 14.0, 30.0})
+      page.items.push_back(item(text({720, 14000, 6000, 800}, "Size", {"Arial", size})));
+  const std::string own = writeWith(false, d, dir / "own.pdf");
+  const std::string cairo = writeWith(true, d, dir / "cairo.pdf");
+  auto fonts = run("pdffonts '" + own + "'");
+  std::istringstream lines(fonts.out);
+  std::string line;
+  std::vector<std::string> names;
+  for (int i = 0; std::getline(lines, line); ++i)
+    if (i >= 2)
+      names.push_back(line.substr(line.find('+') + 1, line.find(' ') - line.find('+') - 1));
+  std::vector<std::string> unique = names;
+  std::sort(unique.begin(), unique.end());
+  unique.erase(std::unique(unique.begin(), unique.end()), unique.end());
+  EXPECT_EQ(names.size(), unique.size()) << fonts.out;
+  EXPECT_THAT(unique, ::testing::Contains("LiberationSans"));
+  // Subsets: the whole file well under the size of one full face (Liberation Sans is 400 KB).
+  EXPECT_LT(std::filesystem::file_size(own), 120'000u);
+  EXPECT_LT(std::filesystem::file_size(own), std::filesystem::file_size(cairo) * 3 / 2);
+}
+
+}  // namespace
+}  // namespace galvix::render
