@@ -179,6 +179,9 @@ struct FontUse {
 struct FontRef {
   FontUse* use = nullptr;
   double size = 0;  // points
+  // An em's square in user space, y down: the size, and a slant where fontconfig slants a face
+  // that has no italic of its own.
+  double xx = 0, yx = 0, xy = 0, yy = 0;
 };
 
 class PdfCanvas;
@@ -557,7 +560,6 @@ class PdfCanvas final : public Canvas {
     std::vector<double> dash;
     int cap = 0, join = 0;
     int font = -1;
-    double size = 0;
   };
   struct Saved {
     State state;
@@ -639,23 +641,21 @@ class PdfCanvas final : public Canvas {
   void glyphRun(FontRef& f, doc::Color color) {
     if (glyphs_.empty()) return;
     fillColor(color);
-    const Affine& m = state_.ctm;
-    const double size = f.size;
+    const double size = f.xx > 0 ? f.xx : f.size;
     content_ += "BT\n";
-    if (pdf_.font != f.use->index || pdf_.size != size) {
+    if (pdf_.font != f.use->index) {
       pdf_.font = f.use->index;
-      pdf_.size = size;
       content_ += "/F";
       integer(content_, f.use->index);
       content_ += " 1 Tf\n";
     }
     std::size_t i = 0;
     while (i < glyphs_.size()) {
-      // A text matrix at glyph i: the font's size, y up in text space, through the matrix.
-      double ox = glyphs_[i].x, oy = glyphs_[i].y;
-      const double lineY = oy;
-      m.apply(ox, oy);
-      nums(content_, {size * m.xx, size * m.yx, -size * m.xy, -size * m.yy, ox, oy});
+      // A text matrix at glyph i: the font's em square (y up in text space) placed there, through
+      // the current matrix.
+      const double lineY = glyphs_[i].y;
+      const Affine tm = state_.ctm.after({f.xx, f.yx, -f.xy, -f.yy, glyphs_[i].x, lineY});
+      nums(content_, {tm.xx, tm.yx, tm.xy, tm.yy, tm.x0, tm.y0});
       content_ += "Tm\n[<";
       const double startX = glyphs_[i].x;
       double pen = 0;  // thousandths of an em from startX, where the next glyph would go
@@ -764,8 +764,16 @@ FontRef& PdfWriter::Impl::font(PangoFont* f) {
   }
   int xs = 0, ys = 0;
   hb_font_get_scale(hb, &xs, &ys);
+  FontRef r{use, static_cast<double>(xs) / PANGO_SCALE};
+  r.xx = r.yy = r.size;
+  if (PANGO_IS_CAIRO_FONT(f))
+    if (cairo_scaled_font_t* sf = pango_cairo_font_get_scaled_font(PANGO_CAIRO_FONT(f))) {
+      cairo_matrix_t m;
+      cairo_scaled_font_get_font_matrix(sf, &m);
+      if (m.xx > 0 && m.yy > 0) r = {use, r.size, m.xx, m.yx, m.xy, m.yy};
+    }
   g_object_ref(f);
-  return byFont.emplace(f, FontRef{use, static_cast<double>(xs) / PANGO_SCALE}).first->second;
+  return byFont.emplace(f, r).first->second;
 }
 
 const PdfWriter::Impl::Image& PdfWriter::Impl::image(cairo_surface_t* s) {

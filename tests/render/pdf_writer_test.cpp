@@ -54,7 +54,7 @@ std::shared_ptr<std::vector<std::uint8_t>> greenJpeg() {
 
 // A page of everything: plain, wrapped, aligned, turned, underlined and clipped texts with
 // borders of every style; rich text; lines; rectangles, rounded ones and ellipses; check boxes;
-// pictures; filled, shaded and outlined figures.
+// pictures; filled, shaded and outlined figures; a face slanted for italic.
 doc::Page everything() {
   doc::Page p;
   auto add = [&](auto content) { p.items.push_back(item(std::move(content))); };
@@ -80,6 +80,8 @@ doc::Page everything() {
   struck.font.strikeout = true;
   struck.foreColor = doc::rgb(200, 0, 0);
   add(struck);
+  // A face without an italic of its own, which fontconfig slants.
+  add(text({400, 7000, 6000, 800}, "Slanted", {"DejaVu Sans Light", 36, false, true}));
   doc::Text clipped =
       text({8800, 1300, 1200, 260}, "A value far too long for its small box", {"Courier New", 10});
   clipped.wordWrap = false;
