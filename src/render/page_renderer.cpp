@@ -410,15 +410,17 @@ void setSimpleLines(bool on) {
 
 bool PageRenderer::simpleText(Canvas& cv, const doc::Text& t, std::int32_t fw, std::int32_t fh) {
   const int boxWidth = std::max(1, twipsToPango(fw));
-  if (!simpleLines || !shapeSimpleLine(t.text, t.font, line_, t.wordWrap ? boxWidth : 0))
-    return false;
-  const int height = line_.totalHeight;
+  const SimpleLine* sl =
+      simpleLines ? simpleLine(t.text, t.font, line_, t.wordWrap ? boxWidth : 0) : nullptr;
+  if (!sl) return false;
+  const SimpleLine& ln = *sl;
+  const int height = ln.totalHeight;
   if (t.wordWrap && ptFromPango(height) > pt(fh) + 0.5) return false;
-  const int layoutWidth = t.wordWrap ? boxWidth : line_.width;
-  const auto [left, right] = linesExtent(line_, t.align, layoutWidth);
+  const int layoutWidth = t.wordWrap ? boxWidth : ln.width;
+  const auto [left, right] = linesExtent(ln, t.align, layoutWidth);
   const auto [align, valign] = turnedAlignment(0, t.align, t.valign);
   const doc::Rect& b = t.box;
-  const double x = t.wordWrap ? 0 : place(pt(fw), ptFromPango(line_.width), hPlace(align));
+  const double x = t.wordWrap ? 0 : place(pt(fw), ptFromPango(ln.width), hPlace(align));
   const double y = place(pt(fh), ptFromPango(height), vPlace(valign));
   const bool fits = x + ptFromPango(left) >= 0 && y >= 0 && x + ptFromPango(right) <= pt(fw) &&
                     y + ptFromPango(height) <= pt(fh);
@@ -432,9 +434,9 @@ bool PageRenderer::simpleText(Canvas& cv, const doc::Text& t, std::int32_t fw, s
   }
   cv.translate(pt(b.left), pt(b.top));
   cv.setColor(t.foreColor);
-  for (std::size_t k = 0; k < line_.lines.size(); ++k)
-    if (line_.lines[k].glyphCount > 0)
-      cv.showLine(line_, k, x, y, lineOffset(t.align, layoutWidth, line_.lines[k].width));
+  for (std::size_t k = 0; k < ln.lines.size(); ++k)
+    if (ln.lines[k].glyphCount > 0)
+      cv.showLine(ln, k, x, y, lineOffset(t.align, layoutWidth, ln.lines[k].width));
   if (!fits)
     cv.restore();
   else
@@ -472,6 +474,7 @@ void PageRenderer::checkBox(Canvas& cv, const doc::CheckBox& c) {
   const double room = pt(b.width) - side - gap;
   PangoLayout* l = nullptr;    // captions repeat ("Attending"): laid out once
   bool simpleCaption = false;  // drawn from its glyphs, like a plain text
+  const SimpleLine* sl = nullptr;
   double textTop = 0, by = pt(b.top) + (pt(b.height) - side) / 2;
   bool fits = true;
   int captionWidth = 0;
@@ -481,11 +484,11 @@ void PageRenderer::checkBox(Canvas& cv, const doc::CheckBox& c) {
     int firstHeight = 0;
     captionWidth = std::max(1, twipsToPango(wrap));
     if (simpleLines && c.align != doc::HAlign::Justify &&
-        shapeSimpleLine(c.caption, c.font, line_, captionWidth) && line_.lines[0].glyphCount > 0) {
+        (sl = simpleLine(c.caption, c.font, line_, captionWidth)) && sl->lines[0].glyphCount > 0) {
       simpleCaption = true;
-      const auto [left, right] = linesExtent(line_, c.align, captionWidth);
-      logical = {left, 0, right - left, line_.totalHeight};
-      firstHeight = line_.height;
+      const auto [left, right] = linesExtent(*sl, c.align, captionWidth);
+      logical = {left, 0, right - left, sl->totalHeight};
+      firstHeight = sl->height;
     } else {
       l = layoutFor(c.caption, c.font, wrap, c.align);
       pango_layout_get_extents(l, nullptr, &logical);
@@ -497,7 +500,7 @@ void PageRenderer::checkBox(Canvas& cv, const doc::CheckBox& c) {
     }
     textTop = pt(b.top) + place(pt(b.height), ptFromPango(logical.height), 1);
     // A caption that wraps (a box grown to hold it) keeps the square beside its first line.
-    const bool wrapped = simpleCaption ? line_.lines.size() > 1 : firstHeight > 0;
+    const bool wrapped = simpleCaption ? sl->lines.size() > 1 : firstHeight > 0;
     if (wrapped) by = textTop + (ptFromPango(firstHeight) - side) / 2;
     // Room is left at the right for a letter's overhang past its advance.
     const double textLeft = bx + side + gap + ptFromPango(logical.x);
@@ -538,10 +541,10 @@ void PageRenderer::checkBox(Canvas& cv, const doc::CheckBox& c) {
   }
   if (simpleCaption) {
     cv.setColor(c.foreColor);
-    for (std::size_t k = 0; k < line_.lines.size(); ++k)
-      if (line_.lines[k].glyphCount > 0)
-        cv.showLine(line_, k, bx + side + gap, textTop,
-                    lineOffset(c.align, captionWidth, line_.lines[k].width));
+    for (std::size_t k = 0; k < sl->lines.size(); ++k)
+      if (sl->lines[k].glyphCount > 0)
+        cv.showLine(*sl, k, bx + side + gap, textTop,
+                    lineOffset(c.align, captionWidth, sl->lines[k].width));
   } else if (l) {
     cv.setColor(c.foreColor);
     cv.showLayout(l, bx + side + gap, textTop);

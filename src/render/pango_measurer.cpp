@@ -47,7 +47,8 @@ class PangoMeasurer : public engine::TextMeasurer {
       return it->second.extent.height;
     }
     const int wrap = wrapWidth > 0 ? std::max(1, twipsToPango(wrapWidth)) : 0;
-    if (shapeSimpleLine(text, font, line_, wrap, true)) return pangoToTwipsCeil(line_.totalHeight);
+    if (const SimpleLine* sl = simpleLine(text, font, line_, wrap, true))
+      return pangoToTwipsCeil(sl->totalHeight);
     return measure(text, font, wrapWidth).height;
   }
 

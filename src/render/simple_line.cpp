@@ -453,27 +453,34 @@ bool shapeText(FontCache& c, FontInfo& f, std::string_view text, SimpleLine& lin
 
 }  // namespace
 
-bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& line, int wrap,
-                     bool linesOnly) {
-  if (text.empty() || text.size() > 4096 || font.underline || font.strikeout) return false;
+const SimpleLine* simpleLine(std::string_view text, const doc::Font& font, SimpleLine& scratch,
+                             int wrap, bool linesOnly) {
+  if (text.empty() || text.size() > 4096 || font.underline || font.strikeout) return nullptr;
   FontCache& c = cache();
   FontInfo& f = fontInfo(c, font);
-  if (!f.hb || !f.latin.language || !f.common.language) return false;
-  if (text.size() > FontCache::kShapedLength) return shapeText(c, f, text, line, wrap, linesOnly);
+  if (!f.hb || !f.latin.language || !f.common.language) return nullptr;
+  if (text.size() > FontCache::kShapedLength)
+    return shapeText(c, f, text, scratch, wrap, linesOnly) ? &scratch : nullptr;
   const FontInfo* id = &f;
   c.key.assign(reinterpret_cast<const char*>(&id), sizeof id);
   c.key.append(reinterpret_cast<const char*>(&wrap), sizeof wrap);
   c.key += linesOnly ? 'l' : 'g';
   c.key.append(text);
-  if (auto it = c.shaped.find(c.key); it != c.shaped.end()) {
-    if (!it->second) return false;
-    line = *it->second;
-    return true;
-  }
-  const bool plain = shapeText(c, f, text, line, wrap, linesOnly);
+  if (auto it = c.shaped.find(c.key); it != c.shaped.end())
+    return it->second ? &*it->second : nullptr;
+  const bool plain = shapeText(c, f, text, scratch, wrap, linesOnly);
   if (c.shaped.size() >= FontCache::kShapedTexts) c.shaped.clear();
-  c.shaped.emplace(c.key, plain ? std::optional<SimpleLine>(line) : std::nullopt);
-  return plain;
+  auto& kept = c.shaped.emplace(c.key, std::nullopt).first->second;
+  if (!plain) return nullptr;
+  kept = std::move(scratch);
+  return &*kept;
+}
+
+bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& line, int wrap,
+                     bool linesOnly) {
+  const SimpleLine* found = simpleLine(text, font, line, wrap, linesOnly);
+  if (found && found != &line) line = *found;
+  return found != nullptr;
 }
 
 void drawSimpleLine(cairo_t* cr, const SimpleLine& line, std::size_t k, double x, double y,

@@ -52,6 +52,10 @@ struct SimpleLine {
 // what measuring needs.
 bool shapeSimpleLine(std::string_view text, const doc::Font& font, SimpleLine& line, int wrap = 0,
                      bool linesOnly = false);
+// The same without copying: the shaped lines (kept by the thread's cache, or made in `scratch`),
+// valid until the thread shapes again; null where `shapeSimpleLine` returns false.
+const SimpleLine* simpleLine(std::string_view text, const doc::Font& font, SimpleLine& scratch,
+                             int wrap = 0, bool linesOnly = false);
 
 // Draws line `k` with the text's top left at `x`, `y` (points), `lineX` pango units in, as pango
 // draws a layout placed at (x, y). Leaves the line's font set on `cr`.
