@@ -6,7 +6,7 @@ pkgs=(
   build-essential cmake pkg-config git ccache
   libsqlite3-dev sqlite3
   mdbtools mdbtools-dev
-  libcairo2-dev libpango1.0-dev libharfbuzz-dev zlib1g-dev libgdk-pixbuf-2.0-dev libmimalloc-dev
+  libcairo2-dev libpango1.0-dev libharfbuzz-dev libdeflate-dev libgdk-pixbuf-2.0-dev libmimalloc-dev
   fonts-liberation2 fonts-dejavu-core fontconfig
   nlohmann-json3-dev libcli11-dev
   libgtest-dev libgmock-dev libbenchmark-dev

@@ -145,12 +145,30 @@ struct Page {
 // RunOptions::packPages fill one; read pages through Document::pageCount() and page().
 class PageStore;
 
+// Where a run's pages go as they are finished, instead of into its Document (RunOptions::sink,
+// ReportObject::setPageSink): render::PdfStream writes each to a PDF as the run goes.
+class PageSink {
+ public:
+  virtual ~PageSink() = default;
+  // The run's next page. Its items numbered in `later` (page totals) are completed by fill()
+  // before the run ends.
+  virtual void page(Page&& page, std::vector<std::size_t> later) = 0;
+  // Item `item` of the run's page `page` (both from 0) reads `text`.
+  virtual void fill(std::size_t page, std::size_t item, std::string text) = 0;
+  // The run has given all its pages and fills.
+  virtual void runEnded() = 0;
+  // A handler cancelled the run after it had given pages: they must not print.
+  virtual void runCancelled() = 0;
+};
+
 struct Document {
   std::string title;
   std::string creator = "Galvix Reports";
   std::vector<Page> pages;
   // Packed pages, after those in `pages` (several when runs are joined into one document).
   std::vector<std::shared_ptr<const PageStore>> stores;
+  // Pages the run gave to a PageSink (not counted by pageCount(), not readable here).
+  std::size_t streamed = 0;
 
   std::size_t pageCount() const;
   // Page `i` (from 0): the page itself, or a packed one unpacked into `scratch`.

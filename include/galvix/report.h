@@ -75,6 +75,10 @@ class ReportObject {
   // pageCount() and page()): a run of thousands of pages then holds a few megabytes. Off: every
   // page in Document::pages.
   void setPackPages(bool on) { packPages_ = on; }
+  // Give the run's pages to `sink` as they are finished instead (render::PdfStream writes them
+  // to a PDF while the run goes on); the document run() returns then holds none
+  // (doc::Document::streamed counts them). Null: pages go into the document.
+  void setPageSink(doc::PageSink* sink) { pageSink_ = sink; }
 
   frame::FrameReport& designerObject() { return *report_; }
 
@@ -83,6 +87,7 @@ class ReportObject {
   std::unique_ptr<std::atomic<bool>> cancel_;
   std::chrono::milliseconds timeLimit_{0};
   bool packPages_ = false;
+  doc::PageSink* pageSink_ = nullptr;
   std::string locale_;
   std::function<void(int)> pageProgress_;
 };
@@ -124,6 +129,30 @@ void writePdf(const doc::Document& d, std::ostream& out);
 std::vector<unsigned char> pdfBytes(const doc::Document& d);
 void writePng(const doc::Document& d, std::size_t page, std::ostream& out, double dpi = 96);
 void writeSvg(const doc::Document& d, std::size_t page, std::ostream& out);
+
+// A PDF file written while reports run: give it to ReportObject::setPageSink, run, then
+// commit(). Each page is drawn on a thread of the stream's own as soon as the run finishes it
+// (drawing overlaps the run, and no page is kept); page totals are drawn at the end. Several
+// runs may follow one another into one file. Destroyed without commit(), or after a failed run,
+// it leaves no file (and an existing one as it was). Failures raise OutputError.
+class PdfStream final : public doc::PageSink {
+ public:
+  explicit PdfStream(const std::string& path);
+  ~PdfStream() override;
+  PdfStream(const PdfStream&) = delete;
+  PdfStream& operator=(const PdfStream&) = delete;
+
+  void page(doc::Page&& page, std::vector<std::size_t> later) override;
+  void fill(std::size_t page, std::size_t item, std::string text) override;
+  void runEnded() override;
+  void runCancelled() override;
+  std::size_t pageCount() const;
+  void commit(const std::string& title, const std::string& creator = "Galvix Reports");
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
 
 // "5.1.0"
 const char* version() noexcept;

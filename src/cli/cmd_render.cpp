@@ -310,10 +310,34 @@ void writeOut(const doc::Document& d, const Target& t, const std::string& databa
   for (const auto& f : write(d, t)) say(std::cout, f);
 }
 
+// A PDF file is written while the report runs; standard output, PNG and SVG once it is done.
+bool streamed(const Target& t) {
+  return t.format == "pdf" && t.path != "-";
+}
+
+// Runs `r` with its pages going to `pdf`; the run's document (it holds no pages).
+std::optional<doc::Document> runInto(ReportObject& r, PdfStream& pdf,
+                                     const std::optional<std::string>& progress) {
+  r.setPageSink(&pdf);
+  struct Unset {
+    ReportObject& r;
+    ~Unset() { r.setPageSink(nullptr); }
+  } unset{r};
+  return runOne(r, progress);
+}
+
 // Runs and writes; false when a handler ended the run without pages.
 bool renderOne(ReportObject& r, const Target& t, const std::string& database,
                const std::optional<std::string>& progress) {
   for (const auto& f : outputsOf(t, 1)) refuseInputAsOutput(f, database);
+  if (streamed(t)) {
+    PdfStream pdf(t.path);
+    auto d = runInto(r, pdf, progress);
+    if (!d) return false;
+    pdf.commit(d->title);
+    say(std::cout, t.path);
+    return true;
+  }
   auto d = runOne(r, progress);
   if (d) writeOut(*d, t, database);
   return d.has_value();
@@ -436,28 +460,39 @@ Registration render([](CLI::App& app) {
     const auto parties = partiesOf(conn, eventId);
     if (parties.empty()) throw Exit{2, "galvix: the event has no parties"};
     doc::Document whole;
+    // One PDF file of every party is written as the runs go.
+    std::optional<PdfStream> pdf;
+    if (!*split && streamed(target)) {
+      refuseInputAsOutput(target.path, source);
+      pdf.emplace(target.path);
+    }
     for (std::size_t i = 0; i < parties.size(); ++i) {
       Choices chosen = *choices;
       chosen.event = eventId;
       chosen.party = parties[i].first;
       auto r = prepare(chosen);
-      auto d =
-          runOne(*r, label("party " + std::to_string(i + 1) + " of " +
-                           std::to_string(parties.size()) + ", \"" + parties[i].second + "\""));
-      if (!d) continue;
+      const auto progress =
+          label("party " + std::to_string(i + 1) + " of " + std::to_string(parties.size()) +
+                ", \"" + parties[i].second + "\"");
       if (*split) {
-        const std::string path = target.path;
-        writeOut(*d,
-                 {prefixOf(path) + "-" + fileStem(parties[i].second) + "." + target.format,
-                  target.format},
-                 source);
-      } else {
-        whole.title = d->title;
-        for (auto& page : d->pages) whole.pages.push_back(std::move(page));
-        for (auto& store : d->stores) whole.stores.push_back(std::move(store));
+        renderOne(*r,
+                  {prefixOf(target.path) + "-" + fileStem(parties[i].second) + "." + target.format,
+                   target.format},
+                  source, progress);
+        continue;
       }
+      auto d = pdf ? runInto(*r, *pdf, progress) : runOne(*r, progress);
+      if (!d) continue;
+      whole.title = d->title;
+      for (auto& page : d->pages) whole.pages.push_back(std::move(page));
+      for (auto& store : d->stores) whole.stores.push_back(std::move(store));
     }
-    if (!*split) writeOut(whole, target, source);
+    if (pdf) {
+      pdf->commit(whole.title);
+      say(std::cout, target.path);
+    } else if (!*split) {
+      writeOut(whole, target, source);
+    }
   });
 });
 

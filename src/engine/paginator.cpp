@@ -146,7 +146,20 @@ void Paginator::closePage() {
   loop_.setViewRow(lastRow_, lastRowIndex_);
   report_.onPageEnd();
   open_ = false;
-  if (store_) {
+  if (sink_) {
+    // Its page totals (recorded last, in page order) are filled in when the run ends.
+    const std::size_t index = pages_.size() - 1;
+    std::vector<std::size_t> later;
+    for (auto d = deferred_.rbegin(); d != deferred_.rend() && d->page == index; ++d)
+      later.push_back(d->item);
+    doc::Page given;
+    given.width = pages_.back().width;
+    given.height = pages_.back().height;
+    given.landscape = pages_.back().landscape;
+    std::swap(given.items, pages_.back().items);
+    sink_->page(std::move(given), std::move(later));
+    ++given_;
+  } else if (store_) {
     store_->add(pages_.back());
     std::vector<doc::Item>().swap(pages_.back().items);  // `= {}` would keep the capacity
   }
@@ -486,6 +499,10 @@ void Paginator::finish(doc::Document& doc) {
     if (open_) closePage();
     const Variant total = Variant::longInt(static_cast<std::int32_t>(pages_.size()));
     for (const auto& d : deferred_) {
+      if (sink_) {
+        sink_->fill(d.page, d.item, formatValue(total, d.format));
+        continue;
+      }
       if (store_) {
         store_->setText(d.page, d.item, formatValue(total, d.format));
         continue;
@@ -500,7 +517,11 @@ void Paginator::finish(doc::Document& doc) {
       if (auto* t = std::get_if<doc::Text>(&item.content)) t->text = formatValue(one, d.format);
     }
   }
-  if (!embedded_ && store_) {
+  if (!embedded_ && sink_) {
+    sink_->runEnded();
+    doc.streamed = pages_.size();
+    pages_.clear();
+  } else if (!embedded_ && store_) {
     store_->seal();
     doc.stores.push_back(std::move(store_));
     pages_.clear();

@@ -29,6 +29,9 @@ class Paginator {
   // Each page packed into `store` once closed (its items then freed); finish() hands the store
   // to the document.
   void packInto(std::shared_ptr<doc::PageStore> store) { store_ = std::move(store); }
+  void streamTo(doc::PageSink* sink) { sink_ = sink; }
+  // Pages given to the sink so far.
+  std::size_t pagesGiven() const { return given_; }
 
  private:
   struct Deferred {
@@ -57,6 +60,8 @@ class Paginator {
   std::int32_t embeddedWidth_;
   std::vector<doc::Page> pages_;  // packed pages keep their place here, without items
   std::shared_ptr<doc::PageStore> store_;
+  doc::PageSink* sink_ = nullptr;
+  std::size_t given_ = 0;
   // Items of the open page's header whose text is taken when the page closes.
   std::vector<std::pair<std::size_t, const Control*>> runningHeads_;
   bool open_ = false;

@@ -22,6 +22,8 @@ struct RunOptions {
   // Pack each page as it is finished (Document::store) instead of keeping its items: memory
   // stays flat however many pages the run makes.
   bool packPages = false;
+  // Give each page to `sink` as it is finished instead (Document::streamed counts them).
+  doc::PageSink* sink = nullptr;
 };
 
 // The run was stopped from outside (cancelled, or past its time limit) before it ended.

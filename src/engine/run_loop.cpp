@@ -753,12 +753,15 @@ RunResult RunLoop::run() {
   try {
     begin();
     pager_ = std::make_unique<Paginator>(*this, false, 0);
-    if (options_.packPages)
+    if (options_.sink)
+      pager_->streamTo(options_.sink);
+    else if (options_.packPages)
       pager_->packInto(std::make_shared<doc::PageStore>(report_.host().tempFolder()));
     body();
     pager_->finish(res.document);
     fire(report_, [&] { report_.onReportEnd(); });
   } catch (const RunCancelled&) {
+    if (options_.sink && pager_ && pager_->pagesGiven() > 0) options_.sink->runCancelled();
     res.cancelled = true;
     res.document = {};
     return res;
@@ -796,7 +799,10 @@ RunResult runReportCountingPages(const std::function<std::unique_ptr<Report>()>&
   int pages = 0;
   {
     auto first = make();
-    auto res = runReport(*first, options);
+    RunOptions counting = options;  // the counting run's pages are not the document's
+    counting.sink = nullptr;
+    counting.packPages = true;
+    auto res = runReport(*first, counting);
     if (res.cancelled) return res;
     pages = static_cast<int>(res.document.pageCount());
   }

@@ -3,8 +3,8 @@
 #include <hb-ot.h>
 #include <hb-subset.h>
 #include <hb.h>
+#include <libdeflate.h>
 #include <pango/pangocairo.h>
-#include <zlib.h>
 
 #include <algorithm>
 #include <charconv>
@@ -97,13 +97,17 @@ std::string textString(const std::string& utf8) {
   return out + ")";
 }
 
+// Deflated in zlib's format by libdeflate (whole buffers, as a page's content is), at its fastest
+// level: on report pages faster than zlib's fastest and a tenth smaller; zlib's default level
+// would take twice as long for a fifth less.
 std::string deflate(const std::string& data) {
-  uLongf size = compressBound(static_cast<uLong>(data.size()));
-  std::string z(size, '\0');
-  // zlib's fastest level: a tenth larger than its default and several times faster.
-  compress2(reinterpret_cast<Bytef*>(z.data()), &size, reinterpret_cast<const Bytef*>(data.data()),
-            static_cast<uLong>(data.size()), 1);
-  z.resize(size);
+  struct Compressor {
+    libdeflate_compressor* c = libdeflate_alloc_compressor(1);
+    ~Compressor() { libdeflate_free_compressor(c); }
+  };
+  thread_local Compressor compressor;
+  std::string z(libdeflate_zlib_compress_bound(compressor.c, data.size()), '\0');
+  z.resize(libdeflate_zlib_compress(compressor.c, data.data(), data.size(), z.data(), z.size()));
   return z;
 }
 
@@ -292,9 +296,10 @@ class PdfCanvas final : public Canvas {
   PdfCanvas(const PdfCanvas&) = delete;
   PdfCanvas& operator=(const PdfCanvas&) = delete;
 
+  // Each stream of a page keeps its state to itself (a page's later stream starts afresh).
   void begin(double height) {
     content_.clear();
-    content_ += "1 0 0 -1 0 ";
+    content_ += "q 1 0 0 -1 0 ";
     num(content_, height);
     content_ += " cm\n";
     state_ = State{};
@@ -303,7 +308,11 @@ class PdfCanvas final : public Canvas {
     path_.clear();
     hasPoint_ = false;
   }
-  const std::string& content() const { return content_; }
+  const std::string& content() {
+    while (!stack_.empty()) restore();
+    content_ += "Q\n";
+    return content_;
+  }
 
   void save() override { stack_.push_back({state_, pdf_, false}); }
   void restore() override {
@@ -988,14 +997,36 @@ Canvas& PdfWriter::beginPage(double width, double height) {
   return c;
 }
 
-void PdfWriter::endPage() {
+int PdfWriter::endPage(bool later) {
   Impl& w = *impl_;
   auto& c = static_cast<PdfCanvas&>(*w.canvas);
   const int content = w.stream("", c.content());
+  const int more = later ? w.reserve() : 0;
   std::string page = "<< /Type /Page /Parent " + ref(w.pagesId) + " /MediaBox [0 0 ";
   nums(page, {w.pageWidth, w.pageHeight});
-  page += "] /Resources " + ref(w.resourcesId) + " /Contents " + ref(content) + " >>";
-  w.pageIds.push_back(w.object(page));
+  page += "] /Resources " + ref(w.resourcesId) + " /Contents ";
+  page += later ? "[" + ref(content) + " " + ref(more) + "]" : ref(content);
+  w.pageIds.push_back(w.object(page + " >>"));
+  return more;
+}
+
+Canvas& PdfWriter::beginLater(double height) {
+  auto& c = static_cast<PdfCanvas&>(*impl_->canvas);
+  c.begin(height);
+  return c;
+}
+
+void PdfWriter::endLater(int id) {
+  impl_->stream("", static_cast<PdfCanvas&>(*impl_->canvas).content(), true, id);
+}
+
+bool PdfWriter::failed() const {
+  return impl_->status != CAIRO_STATUS_SUCCESS;
+}
+
+void PdfWriter::setInfo(const std::string& title, const std::string& creator) {
+  impl_->title = title;
+  impl_->creator = creator;
 }
 
 cairo_status_t PdfWriter::finish() {

@@ -27,9 +27,17 @@ class PdfWriter {
   PdfWriter(const PdfWriter&) = delete;
   PdfWriter& operator=(const PdfWriter&) = delete;
 
-  // A page `width` by `height` points: draw on the canvas, then end it.
+  // A page `width` by `height` points: draw on the canvas, then end it. With `later`, the page
+  // goes on in a content stream drawn afterwards (its totals, known once the run ends): the
+  // stream's object number is returned for beginLater/endLater.
   Canvas& beginPage(double width, double height);
-  void endPage();
+  int endPage(bool later = false);
+  Canvas& beginLater(double height);
+  void endLater(int id);
+  // A write has failed: what follows is not written, finish() reports it.
+  bool failed() const;
+  // The document's information (written by finish).
+  void setInfo(const std::string& title, const std::string& creator);
   // Fonts, the page tree, the document's information and the cross-reference table. Returns
   // the first failure to write (CAIRO_STATUS_WRITE_ERROR), else success.
   cairo_status_t finish();

@@ -5,15 +5,22 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cmath>
+#include <condition_variable>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <deque>
 #include <filesystem>
 #include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
 #include <ostream>
+#include <thread>
 
 #include "render/page_renderer.h"
 #include "render/pdf_writer.h"
@@ -232,7 +239,7 @@ cairo_status_t ownPdfTo(const doc::Document& d, cairo_write_func_t write, void* 
   for (std::size_t i = 0, n = pageCountOf(d); i < n; ++i) {
     const doc::Page& page = pageAt(d, i, scratch);
     renderer.draw(writer.beginPage(pt(page.width), pt(page.height)), page);
-    writer.endPage();
+    (void)writer.endPage();
   }
   return writer.finish();
 }
@@ -265,6 +272,179 @@ cairo_status_t pdfTo(const doc::Document& d, cairo_write_func_t write, void* clo
   cairo_surface_destroy(s);
   return status;
 }
+
+}  // namespace
+
+struct PdfStream::Impl {
+  explicit Impl(const std::string& path) { file.emplace(path); }
+
+  std::optional<OutputFile> file;  // reset when the stream is given up: nothing is left
+  std::thread drawing;
+  std::mutex m;
+  std::condition_variable cv;
+  struct Job {
+    doc::Page page;
+    bool later = false;
+    std::size_t index = 0;
+  };
+  static constexpr std::size_t kQueued = 8;  // pages waiting to be drawn, at most
+  std::deque<Job> queue;
+  bool finishing = false, stopping = false;
+  std::exception_ptr error;  // why drawing failed
+  cairo_status_t status = CAIRO_STATUS_SUCCESS;
+  std::string title, creator;
+  // The run's side: pages given, where this run's began, and the items drawn once the run ends.
+  std::size_t pages = 0, runStart = 0;
+  bool cancelledAfterPages = false;
+  struct Later {
+    std::size_t page;
+    doc::Page items;                   // the page's size, and its later items in their order
+    std::vector<std::size_t> numbers;  // their numbers on the page
+  };
+  std::vector<Later> laters;
+  std::map<std::size_t, std::size_t> laterOf;  // page -> its entry in `laters`
+
+  // The drawing thread: pages as they come, then the later items, then the rest of the file.
+  void draw() {
+    try {
+      PdfWriter writer(&OutputFile::write, &*file, {}, {});
+      PageRenderer renderer;
+      // The thread's fonts are set up while the run gets its first page ready.
+      (void)makePangoMeasurer()->measureHeight("Ag", doc::Font{}, 0);
+      std::map<std::size_t, int> laterIds;
+      for (;;) {
+        Job job;
+        {
+          std::unique_lock lock(m);
+          cv.wait(lock, [&] { return stopping || finishing || !queue.empty(); });
+          if (stopping) return;
+          if (queue.empty()) break;  // finishing, and every page drawn
+          job = std::move(queue.front());
+          queue.pop_front();
+        }
+        cv.notify_all();
+        renderer.draw(writer.beginPage(pt(job.page.width), pt(job.page.height)), job.page);
+        const int id = writer.endPage(job.later);
+        if (job.later) laterIds[job.index] = id;
+        if (writer.failed()) break;  // finish() says why
+      }
+      for (const Later& l : laters) {
+        renderer.draw(writer.beginLater(pt(l.items.height)), l.items);
+        writer.endLater(laterIds.at(l.page));
+      }
+      writer.setInfo(title, creator);
+      status = writer.finish();
+
+      if (status != CAIRO_STATUS_SUCCESS) file->commit(status);  // throws, naming the file
+    } catch (...) {
+      std::lock_guard lock(m);
+      error = std::current_exception();
+      stopping = true;
+      cv.notify_all();
+    }
+  }
+
+  void rethrow() {
+    if (error) std::rethrow_exception(error);
+  }
+
+  // Gives the file up: drawing stops, and the temporary file goes.
+  void stop() {
+    {
+      std::lock_guard lock(m);
+      stopping = true;
+    }
+    cv.notify_all();
+    if (drawing.joinable()) drawing.join();
+    file.reset();
+  }
+};
+
+PdfStream::PdfStream(const std::string& path) : impl_(std::make_unique<Impl>(path)) {
+  impl_->drawing = std::thread([this] { impl_->draw(); });
+}
+
+PdfStream::~PdfStream() {
+  impl_->stop();
+}
+
+void PdfStream::page(doc::Page&& page, std::vector<std::size_t> later) {
+  Impl& s = *impl_;
+  Impl::Job job;
+  job.index = s.pages++;
+  if (!later.empty()) {
+    // Page totals are drawn once known; until then their place on the page stays empty.
+    std::sort(later.begin(), later.end());
+    later.erase(std::unique(later.begin(), later.end()), later.end());
+    Impl::Later l{job.index, {}, {}};
+    l.items.width = page.width;
+    l.items.height = page.height;
+    for (std::size_t i : later) {
+      if (i >= page.items.size()) continue;
+      l.items.items.push_back(std::move(page.items[i]));
+      page.items[i].content = doc::Text{};
+      l.numbers.push_back(i);
+    }
+    s.laterOf[job.index] = s.laters.size();
+    s.laters.push_back(std::move(l));
+    job.later = true;
+  }
+  job.page = std::move(page);
+  std::unique_lock lock(s.m);
+  s.cv.wait(lock, [&] { return s.error || s.stopping || s.queue.size() < Impl::kQueued; });
+  s.rethrow();
+  if (s.stopping) throw RenderError("the PDF was given up; nothing written");
+  s.queue.push_back(std::move(job));
+  lock.unlock();
+  s.cv.notify_all();
+}
+
+void PdfStream::fill(std::size_t page, std::size_t item, std::string text) {
+  Impl& s = *impl_;
+  const auto it = s.laterOf.find(s.runStart + page);
+  if (it == s.laterOf.end()) return;
+  Impl::Later& l = s.laters[it->second];
+  for (std::size_t k = 0; k < l.numbers.size(); ++k)
+    if (l.numbers[k] == item)
+      if (auto* t = std::get_if<doc::Text>(&l.items.items[k].content)) t->text = std::move(text);
+}
+
+void PdfStream::runEnded() {
+  impl_->runStart = impl_->pages;
+}
+
+void PdfStream::runCancelled() {
+  impl_->cancelledAfterPages = true;
+}
+
+std::size_t PdfStream::pageCount() const {
+  return impl_->pages;
+}
+
+void PdfStream::commit(const std::string& title, const std::string& creator) {
+  Impl& s = *impl_;
+  try {
+    if (!s.file) throw RenderError("the PDF was given up; nothing written");
+    if (s.cancelledAfterPages)
+      throw RenderError("nothing written: a run was cancelled after it had given pages to the PDF");
+    if (s.pages == 0) page(doc::Page{}, {});  // a valid file: one blank page
+    {
+      std::lock_guard lock(s.m);
+      s.title = title;
+      s.creator = creator;
+      s.finishing = true;
+    }
+    s.cv.notify_all();
+    s.drawing.join();
+    s.rethrow();
+    s.file->commit(s.status);
+  } catch (...) {
+    s.stop();
+    throw;
+  }
+}
+
+namespace {
 
 void checkDpi(double dpi, const std::string& what) {
   if (!(dpi > 0 && dpi <= 2400))

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 #include <sstream>
 
 #include "render/render.h"
@@ -297,6 +298,93 @@ TEST(PdfWriter, EachFaceEmbeddedOnceAsASubset) {
   // Subsets: the whole file well under the size of one full face (Liberation Sans is 400 KB).
   EXPECT_LT(std::filesystem::file_size(own), 120'000u);
   EXPECT_LT(std::filesystem::file_size(own), std::filesystem::file_size(cairo) * 3 / 2);
+}
+
+}  // namespace
+}  // namespace galvix::render
+
+namespace galvix::render {
+namespace {
+
+// A page of `run`'s: a heading, and a footer whose total is only known once the run ends.
+doc::Page streamedPage(int run, int n) {
+  doc::Page p;
+  p.items.push_back(item(testing::text({720, 720, 8000, 400},
+                                       "Run " + std::to_string(run) + " page " + std::to_string(n),
+                                       {"Arial", 14})));
+  p.items.push_back(item(testing::text({720, 14000, 4000, 300}, "Page " + std::to_string(n) + " of",
+                                       {"Arial", 9}, doc::HAlign::Right)));
+  return p;
+}
+
+// Pages are written as they come; their totals, given at each run's end, are drawn into them.
+TEST(PdfStream, RunsFollowOneAnotherWithTheirTotalsFilledIn) {
+  TempDir dir;
+  const std::string path = dir / "stream.pdf";
+  {
+    PdfStream pdf(path);
+    for (int run = 1; run <= 2; ++run) {
+      const int pages = run == 1 ? 3 : 2;
+      for (int n = 1; n <= pages; ++n) pdf.page(streamedPage(run, n), {1});
+      for (int n = 1; n <= pages; ++n)
+        pdf.fill(static_cast<std::size_t>(n - 1), 1,
+                 "Page " + std::to_string(n) + " of " + std::to_string(pages));
+      pdf.runEnded();
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));  // in place only once committed
+    pdf.commit("Streamed");
+    EXPECT_EQ(pdf.pageCount(), 5u);
+  }
+  EXPECT_EQ(run("qpdf --check '" + path + "'").status, 0);
+  auto text = run("pdftotext -layout '" + path + "' -");
+  for (const char* want :
+       {"Run 1 page 3", "Page 3 of 3", "Run 2 page 1", "Page 1 of 2", "Page 2 of 2"})
+    EXPECT_THAT(text.out, HasSubstr(want));
+  EXPECT_THAT(text.out, ::testing::Not(HasSubstr("Page 3 of 2")));
+  EXPECT_THAT(run("pdfinfo '" + path + "'").out, ::testing::ContainsRegex("Pages: +5"));
+  // A total drawn later looks as it would have in the page.
+  doc::Document whole;
+  for (int n = 1; n <= 3; ++n) {
+    whole.pages.push_back(streamedPage(1, n));
+    std::get<doc::Text>(whole.pages.back().items[1].content).text =
+        "Page " + std::to_string(n) + " of 3";
+  }
+  writePdf(whole, dir / "whole.pdf");
+  EXPECT_EQ(run("pdftotext -layout -l 3 '" + path + "' -").out,
+            run("pdftotext -layout '" + (dir / "whole.pdf") + "' -").out);
+}
+
+TEST(PdfStream, LeavesNothingUnlessCommitted) {
+  TempDir dir;
+  const std::string path = dir / "kept.pdf";
+  { std::ofstream(path) << "the old file"; }
+  {
+    PdfStream pdf(path);
+    pdf.page(streamedPage(1, 1), {});
+  }  // a run that failed: the stream is dropped
+  std::ifstream in(path);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "the old file");
+  // A run cancelled after giving pages does not print them.
+  PdfStream pdf(dir / "cancelled.pdf");
+  pdf.page(streamedPage(1, 1), {});
+  pdf.runCancelled();
+  EXPECT_THROW(pdf.commit("x"), RenderError);
+  EXPECT_FALSE(std::filesystem::exists(dir / "cancelled.pdf"));
+  std::size_t files = 0;
+  for ([[maybe_unused]] const auto& e : std::filesystem::directory_iterator(dir.path())) ++files;
+  EXPECT_EQ(files, 1u);  // no temporary file either
+}
+
+// Writing stops the run: a full disk fails its next page, not only the end.
+TEST(PdfStream, AFailedWriteStopsTheRun) {
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
+  PdfStream pdf("/dev/full");
+  EXPECT_THROW(
+      {
+        for (int n = 1; n <= 2000; ++n) pdf.page(densePage(n, 2000), {});
+        pdf.commit("x");
+      },
+      RenderError);
 }
 
 }  // namespace

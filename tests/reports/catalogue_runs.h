@@ -17,12 +17,12 @@
 
 namespace galvix::testing {
 
-// Runs each report on the database at `path` written as `demo`, the catalogue's placeholders
-// filled with the wedding, its reception and its first invoice; `each` gets the report's entry
-// and the log of its run.
-inline void runCatalogue(
+// Makes each report for the database at `path` written as `demo`, the catalogue's placeholders
+// filled with the wedding, its reception and its first invoice, once per example setting, and
+// gives it to `each` with its entry.
+inline void forEachCatalogueReport(
     const std::string& path, const data::DemoSummary& demo,
-    const std::function<void(const frame::CatalogueEntry&, const db::SideQueryLog&)>& each) {
+    const std::function<void(const frame::CatalogueEntry&, ReportObject&)>& each) {
   std::string eventName, invoice = "0";
   {
     db::Connection c;
@@ -53,16 +53,26 @@ inline void runCatalogue(
       ASSERT_TRUE(r) << e.name;
       r->set("ConnectionString", Variant(path));
       for (const auto& [k, v] : props) r->set(k, Variant(expand(v)));
-      db::SideQueryLog log;
-      bool cancelled = false;
-      try {
-        r->run(&cancelled, std::make_shared<frame::RecordingHost>());
-      } catch (const std::exception& x) {
-        ADD_FAILURE() << e.name << ": " << x.what();
-      }
-      each(e, log);
+      each(e, *r);
     }
   }
+}
+
+// Runs each report (as forEachCatalogueReport makes them); `each` gets the report's entry and the
+// log of its run.
+inline void runCatalogue(
+    const std::string& path, const data::DemoSummary& demo,
+    const std::function<void(const frame::CatalogueEntry&, const db::SideQueryLog&)>& each) {
+  forEachCatalogueReport(path, demo, [&](const frame::CatalogueEntry& e, ReportObject& r) {
+    db::SideQueryLog log;
+    bool cancelled = false;
+    try {
+      r.run(&cancelled, std::make_shared<frame::RecordingHost>());
+    } catch (const std::exception& x) {
+      ADD_FAILURE() << e.name << ": " << x.what();
+    }
+    each(e, log);
+  });
 }
 
 }  // namespace galvix::testing

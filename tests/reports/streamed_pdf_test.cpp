@@ -1,0 +1,82 @@
+// Every catalogue report written while it runs (PdfStream) prints what the same report's
+// document written afterwards prints: the same pages, the same text where it stands, page
+// totals included.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "catalogue_runs.h"
+#include "data/demo.h"
+
+namespace galvix::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string textOf(const std::string& pdf) {
+  std::string out;
+  if (std::FILE* p = popen(("pdftotext -layout '" + pdf + "' - 2>&1").c_str(), "r")) {
+    char buf[4096];
+    for (std::size_t n; (n = std::fread(buf, 1, sizeof buf, p)) > 0;) out.append(buf, n);
+    pclose(p);
+  }
+  return out;
+}
+
+TEST(StreamedPdf, EveryReportPrintsAsItsDocumentWrittenAfterwards) {
+  const fs::path dir =
+      fs::temp_directory_path() / ("galvix_streamed_" + std::to_string(::getpid()));
+  fs::create_directories(dir);
+  const std::string db = (dir / "demo.sqlite").string();
+  const data::DemoSummary demo = data::writeDemoDatabase(db);
+  // Each report made twice (a run changes its report object): written afterwards, then as it runs.
+  std::vector<std::string> names, after;
+  const std::string pdf = (dir / "out.pdf").string();
+  forEachCatalogueReport(db, demo, [&](const frame::CatalogueEntry& e, ReportObject& r) {
+    names.push_back(e.name);
+    try {
+      bool cancelled = false;
+      const doc::Document d = r.run(&cancelled, std::make_shared<frame::RecordingHost>());
+      writePdf(d, pdf);
+      after.push_back(cancelled ? "" : textOf(pdf));
+    } catch (const std::exception& x) {
+      ADD_FAILURE() << e.name << ": " << x.what();
+      after.emplace_back();
+    }
+  });
+  std::size_t k = 0;
+  int reports = 0, withTotals = 0;
+  forEachCatalogueReport(db, demo, [&](const frame::CatalogueEntry& e, ReportObject& r) {
+    ASSERT_LT(k, names.size());
+    ASSERT_EQ(names[k], e.name);
+    const std::string& text = after[k++];
+    if (text.empty()) return;
+    try {
+      PdfStream stream(pdf);
+      r.setPageSink(&stream);
+      bool cancelled = false;
+      const doc::Document s = r.run(&cancelled, std::make_shared<frame::RecordingHost>());
+      r.setPageSink(nullptr);
+      ASSERT_FALSE(cancelled) << e.name;
+      EXPECT_EQ(s.pageCount(), 0u) << e.name;
+      EXPECT_EQ(s.streamed, stream.pageCount()) << e.name;
+      stream.commit(s.title);
+    } catch (const std::exception& x) {
+      ADD_FAILURE() << e.name << ": " << x.what();
+      return;
+    }
+    ++reports;
+    if (text.find(" of ") != std::string::npos) ++withTotals;
+    EXPECT_EQ(textOf(pdf), text) << e.name;
+  });
+  EXPECT_GE(reports, 30);
+  EXPECT_GE(withTotals, 10);  // "Page N of M" footers among them
+  fs::remove_all(dir);
+}
+
+}  // namespace
+}  // namespace galvix::testing
