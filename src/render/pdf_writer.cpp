@@ -98,8 +98,8 @@ std::string textString(const std::string& utf8) {
 }
 
 // Deflated in zlib's format by libdeflate (whole buffers, as a page's content is), at its fastest
-// level: on report pages faster than zlib's fastest and a tenth smaller; zlib's default level
-// would take twice as long for a fifth less.
+// level: on report pages faster than zlib's fastest and a tenth smaller; its level 6 takes a
+// quarter longer for a fifth less.
 std::string deflate(const std::string& data) {
   struct Compressor {
     libdeflate_compressor* c = libdeflate_alloc_compressor(1);

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <regex>
 #include <thread>
 
@@ -27,11 +28,27 @@ std::vector<std::string> allText(const doc::Document& d) {
   return out;
 }
 
+std::string withoutDates(const std::string& s) {
+  return std::regex_replace(s, std::regex(R"(/(CreationDate|ModDate) \(D:[^)]*\))"), "");
+}
+
 // The PDF without its creation and modification dates, the only bytes that differ between runs.
 std::string pdfWithoutDates(const doc::Document& d) {
   const auto bytes = pdfBytes(d);
-  std::string s(bytes.begin(), bytes.end());
-  return std::regex_replace(s, std::regex(R"(/(CreationDate|ModDate) \(D:[^)]*\))"), "");
+  return withoutDates(std::string(bytes.begin(), bytes.end()));
+}
+
+// A report written to `path` while it runs (its pages drawn on the stream's thread), read back.
+std::string streamedWithoutDates(ReportObject& r, const std::string& path) {
+  {
+    PdfStream pdf(path);
+    r.setPageSink(&pdf);
+    const doc::Document d = r.run();
+    r.setPageSink(nullptr);
+    pdf.commit(d.title);
+  }
+  std::ifstream in(path, std::ios::binary);
+  return withoutDates(std::string(std::istreambuf_iterator<char>(in), {}));
 }
 
 TEST(Threads, FourReportsAtOnceEachAsAloneAndWritten) {
@@ -51,25 +68,30 @@ TEST(Threads, FourReportsAtOnceEachAsAloneAndWritten) {
       {"Table Assignments By Table", {{"SQLWhere", "WHERE Parties.PartyID = 3 "}}, "de-DE"},
       {"Budget Summary", {{"EventID", 1}}, "en-GB"},
       {"PieChart", {{"EventID", 1}, {"SQLWhere", "3"}}, ""}};
-  auto runOne = [&](std::size_t i) {
+  auto make = [&](std::size_t i) {
     Report factory;
     auto r = factory.GetNewReport(reports[i].name);
     r->set("ConnectionString", Variant(db));
     for (const auto& [k, v] : reports[i].props) r->set(k, v);
     r->setLocale(reports[i].locale);
-    return r->run();
+    return r;
+  };
+  auto runOne = [&](std::size_t i) { return make(i)->run(); };
+  auto streamOne = [&](std::size_t i) {
+    return streamedWithoutDates(*make(i), (dir / ("s" + std::to_string(i) + ".pdf")).string());
   };
   std::vector<std::vector<std::string>> alone;
-  std::vector<std::string> alonePdf;
+  std::vector<std::string> alonePdf, aloneStreamed;
   for (std::size_t i = 0; i < reports.size(); ++i) {
     const doc::Document d = runOne(i);
     ASSERT_FALSE(d.pages.empty()) << reports[i].name;
     alone.push_back(allText(d));
     alonePdf.push_back(pdfWithoutDates(d));
+    aloneStreamed.push_back(streamOne(i));
   }
 
   std::vector<std::vector<std::string>> together(reports.size());
-  std::vector<std::string> togetherPdf(reports.size());
+  std::vector<std::string> togetherPdf(reports.size()), togetherStreamed(reports.size());
   std::vector<std::string> errors(reports.size());
   std::vector<std::thread> threads;
   for (std::size_t i = 0; i < reports.size(); ++i)
@@ -80,6 +102,7 @@ TEST(Threads, FourReportsAtOnceEachAsAloneAndWritten) {
           writePdf(d, (dir / ("r" + std::to_string(i) + ".pdf")).string());
           together[i] = allText(d);
           togetherPdf[i] = pdfWithoutDates(d);
+          togetherStreamed[i] = streamOne(i);
         }
       } catch (const std::exception& e) {
         errors[i] = e.what();
@@ -90,6 +113,8 @@ TEST(Threads, FourReportsAtOnceEachAsAloneAndWritten) {
     EXPECT_EQ(errors[i], "") << reports[i].name;
     EXPECT_EQ(together[i], alone[i]) << reports[i].name;
     EXPECT_TRUE(togetherPdf[i] == alonePdf[i]) << reports[i].name << ": the PDF differs";
+    EXPECT_TRUE(togetherStreamed[i] == aloneStreamed[i])
+        << reports[i].name << ": the streamed PDF differs";
     EXPECT_GT(fs::file_size(dir / ("r" + std::to_string(i) + ".pdf")), 1000u);
   }
   fs::remove_all(dir);
