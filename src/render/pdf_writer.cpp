@@ -168,7 +168,7 @@ struct FontUse {
   hb_face_t* face = nullptr;
   unsigned upem = 1000;
   std::vector<std::int32_t> advance;  // per glyph, font units; -1 not yet known
-  std::vector<std::uint8_t> used;
+  std::vector<std::uint8_t> used, mapped;
   std::unordered_map<unsigned, std::string> text;  // glyph -> characters (first seen)
   hb_font_t* unscaled = nullptr;
   double width(unsigned gid) {  // thousandths of an em, as written to the font's widths
@@ -317,12 +317,12 @@ class PdfCanvas final : public Canvas {
   void save() override { stack_.push_back({state_, pdf_, false}); }
   void restore() override {
     if (stack_.empty()) return;
-    const Saved s = stack_.back();
+    Saved s = std::move(stack_.back());
     stack_.pop_back();
-    state_ = s.state;
+    state_ = std::move(s.state);
     if (s.pushed) {
       content_ += "Q\n";
-      pdf_ = s.pdf;
+      pdf_ = std::move(s.pdf);
     }
   }
   void translate(double x, double y) override { state_.ctm = state_.ctm.after({1, 0, 0, 1, x, y}); }
@@ -362,13 +362,11 @@ class PdfCanvas final : public Canvas {
     point(x, y);
     path_ += "m\n";
     hasPoint_ = true;
-    current_ = start_ = {x, y};
   }
   void lineTo(double x, double y) override {
     if (!hasPoint_) return moveTo(x, y);
     point(x, y);
     path_ += "l\n";
-    current_ = {x, y};
   }
   void curveTo(double x1, double y1, double x2, double y2, double x3, double y3) override {
     if (!hasPoint_) moveTo(x1, y1);
@@ -376,12 +374,10 @@ class PdfCanvas final : public Canvas {
     point(x2, y2);
     point(x3, y3);
     path_ += "c\n";
-    current_ = {x3, y3};
   }
   void closePath() override {
     if (!hasPoint_) return;
     path_ += "h\n";
-    current_ = start_;
   }
   void rectangle(double x, double y, double w, double h) override {
     const Affine& m = state_.ctm;
@@ -391,7 +387,6 @@ class PdfCanvas final : public Canvas {
       nums(path_, {px, py, w * m.xx, h * m.yy});
       path_ += "re\n";
       hasPoint_ = true;
-      current_ = start_ = {x, y};
       return;
     }
     moveTo(x, y);
@@ -628,6 +623,9 @@ class PdfCanvas final : public Canvas {
 
   void mapText(FontUse& f, unsigned gid, const char* text, std::size_t bytes) {
     if (bytes == 0) return;
+    if (gid >= f.mapped.size()) f.mapped.resize(gid + 1);
+    if (f.mapped[gid]) return;
+    f.mapped[gid] = 1;
     f.text.try_emplace(gid, text, bytes);
   }
 
@@ -695,7 +693,6 @@ class PdfCanvas final : public Canvas {
   Emitted pdf_;
   std::vector<Saved> stack_;
   bool hasPoint_ = false;
-  std::pair<double, double> current_{}, start_{};
   std::vector<Glyph> glyphs_;
 };
 
