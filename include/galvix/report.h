@@ -24,6 +24,7 @@
 #include "galvix/document.h"
 #include "galvix/error.h"
 #include "galvix/host.h"
+#include "galvix/pdf_stream.h"
 #include "galvix/variant.h"
 #include "galvix/version.h"
 
@@ -129,30 +130,6 @@ void writePdf(const doc::Document& d, std::ostream& out);
 std::vector<unsigned char> pdfBytes(const doc::Document& d);
 void writePng(const doc::Document& d, std::size_t page, std::ostream& out, double dpi = 96);
 void writeSvg(const doc::Document& d, std::size_t page, std::ostream& out);
-
-// A PDF file written while reports run: give it to ReportObject::setPageSink, run, then
-// commit(). Each page is drawn on a thread of the stream's own as soon as the run finishes it
-// (drawing overlaps the run, and no page is kept); page totals are drawn at the end. Several
-// runs may follow one another into one file. Destroyed without commit(), or after a failed run,
-// it leaves no file (and an existing one as it was). Failures raise OutputError.
-class PdfStream final : public doc::PageSink {
- public:
-  explicit PdfStream(const std::string& path);
-  ~PdfStream() override;
-  PdfStream(const PdfStream&) = delete;
-  PdfStream& operator=(const PdfStream&) = delete;
-
-  void page(doc::Page&& page, std::vector<std::size_t> later) override;
-  void fill(std::size_t page, std::size_t item, std::string text) override;
-  void runEnded() override;
-  void runCancelled() override;
-  std::size_t pageCount() const;
-  void commit(const std::string& title, const std::string& creator = "Galvix Reports");
-
- private:
-  struct Impl;
-  std::unique_ptr<Impl> impl_;
-};
 
 // "5.1.0"
 const char* version() noexcept;

@@ -187,31 +187,6 @@ void writePdf(const doc::Document& d, const std::string& path) {
   output([&] { render::writePdf(d, path); });
 }
 
-struct PdfStream::Impl {
-  explicit Impl(const std::string& path) : pdf(path) {}
-  render::PdfStream pdf;
-};
-PdfStream::PdfStream(const std::string& path)
-    : impl_(output([&] { return std::make_unique<Impl>(path); })) {}
-PdfStream::~PdfStream() = default;
-void PdfStream::page(doc::Page&& page, std::vector<std::size_t> later) {
-  output([&] { impl_->pdf.page(std::move(page), std::move(later)); });
-}
-void PdfStream::fill(std::size_t page, std::size_t item, std::string text) {
-  impl_->pdf.fill(page, item, std::move(text));
-}
-void PdfStream::runEnded() {
-  impl_->pdf.runEnded();
-}
-void PdfStream::runCancelled() {
-  impl_->pdf.runCancelled();
-}
-std::size_t PdfStream::pageCount() const {
-  return impl_->pdf.pageCount();
-}
-void PdfStream::commit(const std::string& title, const std::string& creator) {
-  output([&] { impl_->pdf.commit(title, creator); });
-}
 std::vector<std::string> writePng(const doc::Document& d, const std::string& prefix, double dpi) {
   return output([&] { return render::writePng(d, prefix, dpi); });
 }

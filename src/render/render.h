@@ -11,13 +11,14 @@
 
 #include "engine/text_measurer.h"
 #include "galvix/document.h"
+#include "galvix/pdf_stream.h"
 
 namespace galvix::render {
 
 // A file could not be written; the message names the file and the reason.
-class RenderError : public galvix::Error {
+class RenderError : public galvix::OutputError {
  public:
-  using galvix::Error::Error;
+  using galvix::OutputError::OutputError;
 };
 
 // One PDF with every page (vector text with embedded font subsets; title and creator set).
@@ -27,32 +28,8 @@ void writePdf(const doc::Document& doc, const std::string& path);
 // are compared in tests and benchmarks). Per thread.
 void setCairoPdf(bool on);
 
-// A PDF written while a report runs: give it to ReportObject::setPageSink (or
-// engine::RunOptions::sink), run, then commit(). Each page is drawn on a thread of the stream's
-// own as soon as the run finishes it, so drawing overlaps the run and no page is kept; page totals
-// are drawn at the end. Several runs may follow one another into one file. The file is written
-// as writePdf writes it (a temporary file renamed into place by commit()); a stream destroyed
-// without commit(), or whose run failed, leaves nothing behind. A failure to write stops the run
-// at its next page with RenderError.
-class PdfStream final : public doc::PageSink {
- public:
-  explicit PdfStream(const std::string& path);
-  ~PdfStream() override;
-  PdfStream(const PdfStream&) = delete;
-  PdfStream& operator=(const PdfStream&) = delete;
-
-  void page(doc::Page&& page, std::vector<std::size_t> later) override;
-  void fill(std::size_t page, std::size_t item, std::string text) override;
-  void runEnded() override;
-  void runCancelled() override;
-  std::size_t pageCount() const;
-  // Draws the page totals, writes the fonts and the rest, and puts the file in place.
-  void commit(const std::string& title, const std::string& creator = "Galvix Reports");
-
- private:
-  struct Impl;
-  std::unique_ptr<Impl> impl_;
-};
+// A PDF written while a report runs (galvix/pdf_stream.h; implemented with the sinks).
+using galvix::PdfStream;
 
 // One file per page, "<pathPrefix>-1.png", "-2.png", ...; returns the paths written.
 std::vector<std::string> writePng(const doc::Document& doc, const std::string& pathPrefix,

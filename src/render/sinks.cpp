@@ -275,6 +275,17 @@ cairo_status_t pdfTo(const doc::Document& d, cairo_write_func_t write, void* clo
 
 }  // namespace
 
+}  // namespace galvix::render
+
+namespace galvix {
+
+using render::makePangoMeasurer;
+using render::OutputFile;
+using render::PageRenderer;
+using render::PdfWriter;
+using render::pt;
+using render::RenderError;
+
 struct PdfStream::Impl {
   explicit Impl(const std::string& path) { file.emplace(path); }
 
@@ -443,6 +454,10 @@ void PdfStream::commit(const std::string& title, const std::string& creator) {
     throw;
   }
 }
+
+}  // namespace galvix
+
+namespace galvix::render {
 
 namespace {
 

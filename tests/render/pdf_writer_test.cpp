@@ -18,6 +18,17 @@ namespace {
 using namespace testing;
 using ::testing::HasSubstr;
 
+// `pb` encoded as `type` (and released).
+std::shared_ptr<std::vector<std::uint8_t>> encoded(GdkPixbuf* pb, const char* type) {
+  gchar* buf = nullptr;
+  gsize len = 0;
+  EXPECT_TRUE(gdk_pixbuf_save_to_buffer(pb, &buf, &len, type, nullptr, nullptr)) << type;
+  g_object_unref(pb);
+  auto data = std::make_shared<std::vector<std::uint8_t>>(buf, buf + len);
+  g_free(buf);
+  return data;
+}
+
 // An 8x4 picture: left half red, right half blue, its top row half transparent, so a flipped,
 // mirrored or opaque picture shows.
 std::shared_ptr<std::vector<std::uint8_t>> quarteredPng() {
@@ -32,25 +43,13 @@ std::shared_ptr<std::vector<std::uint8_t>> quarteredPng() {
       p[2] = x < 4 ? 20 : 220;
       p[3] = y == 0 ? 100 : 255;
     }
-  gchar* buf = nullptr;
-  gsize len = 0;
-  EXPECT_TRUE(gdk_pixbuf_save_to_buffer(pb, &buf, &len, "png", nullptr, nullptr));
-  g_object_unref(pb);
-  auto data = std::make_shared<std::vector<std::uint8_t>>(buf, buf + len);
-  g_free(buf);
-  return data;
+  return encoded(pb, "png");
 }
 
 std::shared_ptr<std::vector<std::uint8_t>> greenJpeg() {
   GdkPixbuf* pb = gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, 6, 3);
   gdk_pixbuf_fill(pb, 0x20A040FF);
-  gchar* buf = nullptr;
-  gsize len = 0;
-  EXPECT_TRUE(gdk_pixbuf_save_to_buffer(pb, &buf, &len, "jpeg", nullptr, nullptr));
-  g_object_unref(pb);
-  auto data = std::make_shared<std::vector<std::uint8_t>>(buf, buf + len);
-  g_free(buf);
-  return data;
+  return encoded(pb, "jpeg");
 }
 
 // A page of everything: plain, wrapped, aligned, turned, underlined and clipped texts with
