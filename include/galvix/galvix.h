@@ -95,6 +95,13 @@ int galvix_report_page_count(const galvix_report* report);
 /* format: "pdf" (one file), "png" or "svg" (one file per page, path-1.png, path-2.png, ...). */
 galvix_status galvix_report_write(galvix_report* report, const char* format, const char* path);
 
+/* Runs the report and writes it to the PDF file `path` while it runs: each page is drawn on a
+ * thread of its own as soon as it is final, and none is kept, so this is the quickest way to a
+ * file and its memory stays flat. The file appears only when the run succeeds. Afterwards
+ * galvix_report_page_count gives the pages written; galvix_report_write and _render need
+ * galvix_report_run. */
+galvix_status galvix_report_run_to_pdf(galvix_report* report, const char* path);
+
 /* Into the caller's memory: the PDF (page ignored), or page `page` (0-based) as PNG or SVG.
  * *size receives the number of bytes; when `capacity` is too small (a null buffer with capacity
  * 0 asks for the size) nothing is copied and GALVIX_ERROR_BUFFER_TOO_SMALL is returned. */

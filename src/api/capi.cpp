@@ -13,6 +13,7 @@ struct galvix_report {
   std::unique_ptr<galvix::ReportObject> report;
   galvix::doc::Document document;
   bool ran = false;
+  std::size_t streamed = 0;  // pages the last galvix_report_run_to_pdf wrote
   std::shared_ptr<galvix::HostServices> host;
   // The last rendering asked for, so a size query followed by the copy renders once.
   std::string cacheKey, cacheBytes;
@@ -216,8 +217,35 @@ galvix_status galvix_report_run(galvix_report* r) {
   });
 }
 
+galvix_status galvix_report_run_to_pdf(galvix_report* r, const char* path) {
+  if (auto s = need(r, "report"); s != GALVIX_OK) return s;
+  if (auto s = need(path, "path"); s != GALVIX_OK) return s;
+  r->ran = false;
+  r->streamed = 0;
+  r->document = {};
+  r->cacheKey.clear();
+  r->cacheBytes.clear();
+  return guarded([&] {
+    galvix::PdfStream pdf(path);
+    r->report->setPageSink(&pdf);
+    struct Unset {
+      galvix::ReportObject& r;
+      ~Unset() { r.setPageSink(nullptr); }
+    } unset{*r->report};
+    bool cancelled = false;
+    const galvix::doc::Document d = r->report->run(&cancelled, r->host);
+    if (cancelled)
+      return fail(GALVIX_ERROR_CANCELLED,
+                  r->report->catalogueName() + ": the report ended without pages");
+    pdf.commit(d.title);
+    r->streamed = pdf.pageCount();
+    return GALVIX_OK;
+  });
+}
+
 int galvix_report_page_count(const galvix_report* r) {
-  return r && r->ran ? static_cast<int>(r->document.pageCount()) : 0;
+  if (!r) return 0;
+  return r->ran ? static_cast<int>(r->document.pageCount()) : static_cast<int>(r->streamed);
 }
 
 galvix_status galvix_report_write(galvix_report* r, const char* format, const char* path) {

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <filesystem>
 
 #include "data/demo.h"
@@ -104,6 +105,49 @@ TEST_F(CApi, CompanyFooterFillsANamedFieldAndRefusesAnUnknownOne) {
   EXPECT_EQ(galvix_set_company_footer("/nonexistent/x.sqlite", r, "txtCompanyFooter"),
             GALVIX_ERROR_DATABASE);
   galvix_report_free(r);
+}
+
+// Written while it runs: the same pages as a run then a write, and nothing when it fails.
+TEST_F(CApi, RunToPdfWritesWhatRunAndWriteWrite) {
+  const fs::path dir =
+      fs::temp_directory_path() / ("galvix_capi_pdf_" + std::to_string(::getpid()));
+  fs::create_directories(dir);
+  auto make = [&] {
+    galvix_report* r = galvix_report_new("Guest List - with notes");
+    EXPECT_EQ(galvix_report_set_string(r, "ConnectionString", db_.c_str()), GALVIX_OK);
+    EXPECT_EQ(galvix_report_set_string(r, "SQLWhere", "WHERE Parties.PartyID = 3"), GALVIX_OK);
+    return r;
+  };
+  galvix_report* a = make();
+  ASSERT_EQ(galvix_report_run(a), GALVIX_OK);
+  ASSERT_EQ(galvix_report_write(a, "pdf", (dir / "after.pdf").c_str()), GALVIX_OK);
+  galvix_report* b = make();
+  ASSERT_EQ(galvix_report_run_to_pdf(b, (dir / "streamed.pdf").c_str()), GALVIX_OK)
+      << galvix_last_error();
+  EXPECT_EQ(galvix_report_page_count(b), galvix_report_page_count(a));
+  EXPECT_GT(galvix_report_page_count(b), 1);
+  EXPECT_EQ(galvix_report_write(b, "pdf", (dir / "x.pdf").c_str()), GALVIX_ERROR_NOT_RUN);
+  const auto text = [&](const char* name) {
+    std::string out;
+    std::FILE* p = popen(("pdftotext -layout '" + (dir / name).string() + "' -").c_str(), "r");
+    char buf[4096];
+    for (std::size_t n; p && (n = std::fread(buf, 1, sizeof buf, p)) > 0;) out.append(buf, n);
+    if (p) pclose(p);
+    return out;
+  };
+  EXPECT_EQ(text("streamed.pdf"), text("after.pdf"));
+  // A run that fails leaves no file, and says why.
+  galvix_report* c = make();
+  EXPECT_EQ(galvix_report_set_string(c, "SQLWhere", "WHERE NoSuchColumn = 1"), GALVIX_OK);
+  EXPECT_NE(galvix_report_run_to_pdf(c, (dir / "failed.pdf").c_str()), GALVIX_OK);
+  EXPECT_THAT(galvix_last_error(), HasSubstr("NoSuchColumn"));
+  EXPECT_FALSE(fs::exists(dir / "failed.pdf"));
+  EXPECT_EQ(galvix_report_run_to_pdf(c, nullptr), GALVIX_ERROR_ARGUMENT);
+  for (galvix_report* r : {a, b, c}) galvix_report_free(r);
+  std::size_t files = 0;
+  for ([[maybe_unused]] const auto& e : fs::directory_iterator(dir)) ++files;
+  EXPECT_EQ(files, 2u);  // no temporary file left
+  fs::remove_all(dir);
 }
 
 TEST_F(CApi, NullArgumentsAreErrorsNotCrashes) {
