@@ -381,6 +381,7 @@ PdfStream::~PdfStream() {
 
 void PdfStream::page(doc::Page&& page, std::vector<std::size_t> later) {
   Impl& s = *impl_;
+  if (s.finishing) throw RenderError("the PDF is already committed");
   Impl::Job job;
   job.index = s.pages++;
   if (!later.empty()) {
@@ -392,10 +393,12 @@ void PdfStream::page(doc::Page&& page, std::vector<std::size_t> later) {
     l.items.height = page.height;
     for (std::size_t i : later) {
       if (i >= page.items.size()) continue;
-      l.items.items.push_back(std::move(page.items[i]));
+      // Kept until the end, on every page of a long run: only what draws it.
+      l.items.items.push_back({std::move(page.items[i].content), {}, {}, -1});
       page.items[i].content = doc::Text{};
       l.numbers.push_back(i);
     }
+    l.items.items.shrink_to_fit();
     s.laterOf[job.index] = s.laters.size();
     s.laters.push_back(std::move(l));
     job.later = true;
