@@ -22,10 +22,16 @@ namespace galvix::render {
 
 namespace {
 
+// Rounded to the nearest whole number, halves away from zero (libm's round is a call; this
+// compiles to a conversion). `v` is within a long long's range.
+long long nearest(double v) {
+  return static_cast<long long>(v < 0 ? v - 0.5 : v + 0.5);
+}
+
 // Numbers to a thousandth: finer than any printer, and what keeps the content short.
 void num(std::string& out, double v) {
-  if (!std::isfinite(v)) v = 0;
-  long long m = std::llround(v * 1000);
+  if (!(std::abs(v) < 1e12)) v = 0;  // not finite, or no page's
+  long long m = nearest(v * 1000);
   if (m < 0) {
     out += '-';
     m = -m;
@@ -175,7 +181,7 @@ struct FontUse {
     if (gid >= advance.size()) advance.resize(gid + 1, -1);
     if (advance[gid] < 0)
       advance[gid] = static_cast<std::int32_t>(hb_font_get_glyph_h_advance(unscaled, gid));
-    return std::round(advance[gid] * 1000.0 / upem * 1000) / 1000;
+    return static_cast<double>(nearest(advance[gid] * 1000.0 / upem * 1000)) / 1000;
   }
 };
 
@@ -668,7 +674,7 @@ class PdfCanvas final : public Canvas {
       double pen = 0;  // thousandths of an em from startX, where the next glyph would go
       for (; i < glyphs_.size() && glyphs_[i].y == lineY; ++i) {
         const double want = (glyphs_[i].x - startX) * 1000 / size;
-        const double adjust = std::round((pen - want) * 1000) / 1000;
+        const double adjust = static_cast<double>(nearest((pen - want) * 1000)) / 1000;
         if (std::abs(adjust) >= 0.001) {
           content_ += "> ";
           num(content_, adjust);
