@@ -53,6 +53,11 @@ void nums(std::string& out, std::initializer_list<double> vs) {
   }
 }
 
+// A packed colour as three numbers from 0 to 1, red first.
+void rgb(std::string& out, doc::Color c) {
+  nums(out, {(c & 0xFF) / 255.0, ((c >> 8) & 0xFF) / 255.0, ((c >> 16) & 0xFF) / 255.0});
+}
+
 void integer(std::string& out, long long v) {
   char buf[24];
   out.append(buf, std::to_chars(buf, buf + sizeof buf, v).ptr);
@@ -582,9 +587,6 @@ class PdfCanvas final : public Canvas {
     nums(path_, {x, y});
   }
 
-  static void rgb(std::string& out, doc::Color c) {
-    nums(out, {(c & 0xFF) / 255.0, ((c >> 8) & 0xFF) / 255.0, ((c >> 16) & 0xFF) / 255.0});
-  }
   void fillColor(doc::Color c) {
     if (pdf_.fill == c) return;
     pdf_.fill = c;
@@ -847,13 +849,10 @@ std::string PdfWriter::Impl::shading(double x0, double y0, double x1, double y1,
                                      doc::Color b) {
   std::string d = "<< /ShadingType 2 /ColorSpace /DeviceRGB /Coords [";
   nums(d, {x0, y0, x1, y1});
-  const auto rgb = [&d](doc::Color c) {
-    nums(d, {(c & 0xFF) / 255.0, ((c >> 8) & 0xFF) / 255.0, ((c >> 16) & 0xFF) / 255.0});
-  };
   d += "] /Function << /FunctionType 2 /Domain [0 1] /C0 [";
-  rgb(a);
+  rgb(d, a);
   d += "] /C1 [";
-  rgb(b);
+  rgb(d, b);
   d += "] /N 1 >> /Extend [true true] >>";
   const std::string name = "Sh" + std::to_string(shadings.size());
   shadings.emplace_back(name, object(d));
@@ -879,7 +878,9 @@ void PdfWriter::Impl::embed(FontUse& f) {
   hb_blob_t* blob = sub ? hb_face_reference_blob(sub) : hb_face_reference_blob(f.face);
   unsigned length = 0;
   const char* data = hb_blob_get_data(blob, &length);
-  const bool cff = !table(f.face, "CFF ").empty();
+  hb_blob_t* cffTable = hb_face_reference_table(f.face, HB_TAG('C', 'F', 'F', ' '));
+  const bool cff = hb_blob_get_length(cffTable) > 0;
+  hb_blob_destroy(cffTable);
   const int file = stream(cff ? "/Subtype /OpenType" : "/Length1 " + std::to_string(length),
                           std::string(data ? data : "", length));
   hb_blob_destroy(blob);

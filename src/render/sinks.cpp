@@ -279,12 +279,13 @@ cairo_status_t pdfTo(const doc::Document& d, cairo_write_func_t write, void* clo
 
 namespace galvix {
 
-using render::makePangoMeasurer;
 using render::OutputFile;
 using render::PageRenderer;
 using render::PdfWriter;
 using render::pt;
 using render::RenderError;
+using render::SimpleLine;
+using render::simpleLine;
 
 struct PdfStream::Impl {
   explicit Impl(const std::string& path) { file.emplace(path); }
@@ -321,7 +322,8 @@ struct PdfStream::Impl {
       PdfWriter writer(&OutputFile::write, &*file, {}, {});
       PageRenderer renderer;
       // The thread's fonts are set up while the run gets its first page ready.
-      (void)makePangoMeasurer()->measureHeight("Ag", doc::Font{}, 0);
+      SimpleLine warm;
+      (void)simpleLine("Ag", doc::Font{}, warm);
       std::map<std::size_t, int> laterIds;
       for (;;) {
         Job job;
