@@ -12,6 +12,7 @@ namespace galvix::engine {
 namespace {
 
 using test::allTexts;
+using test::layoutJson;
 using test::layoutOf;
 using test::texts;
 
@@ -32,14 +33,11 @@ TEST(Subreports, TallParentBandSplitsBetweenChildRows) {
   class R : public Report {
    public:
     R()
-        : Report(layoutOf(R"J({"version": 1, "name": "rptParent",
-          "page": {"paperWidth": 6000, "paperHeight": 4000,
-                   "margins": {"left": 500, "right": 500, "top": 500, "bottom": 500}},
-          "sections": [
+        : Report(layoutOf(layoutJson("rptParent", R"J(
             {"kind": "detail", "name": "Detail", "height": 300, "controls": [
               {"kind": "field", "name": "txtKey", "dataField": "K", "width": 500, "height": 300},
               {"kind": "subReport", "name": "srptItems", "top": 300, "left": 1000, "width": 2000, "height": 100}]},
-            {"kind": "pageFooter", "name": "PageFooter", "height": 300}]})J")) {
+            {"kind": "pageFooter", "name": "PageFooter", "height": 300})J"))) {
       data().setRows({"K"}, {{Variant::string("k")}});
       onFormat("Detail", [this] {
         auto child = std::make_shared<Report>(layoutOf(kItems));
@@ -63,15 +61,12 @@ TEST(Subreports, TallParentBandSplitsBetweenChildRows) {
 }
 
 TEST(Groups, HeaderRepeatsOnPagesItsGroupContinuesOn) {
-  Report r(layoutOf(R"J({"version": 1, "name": "rptRepeat",
-      "page": {"paperWidth": 6000, "paperHeight": 4000,
-               "margins": {"left": 500, "right": 500, "top": 500, "bottom": 500}},
-      "sections": [
+  Report r(layoutOf(layoutJson("rptRepeat", R"J(
         {"kind": "pageHeader", "name": "PageHeader", "height": 200},
         {"kind": "groupHeader", "name": "ghParty", "dataField": "P", "height": 300, "repeatHeader": true,
          "controls": [{"kind": "field", "name": "txtParty", "dataField": "P", "width": 500, "height": 300}]},
         {"kind": "detail", "name": "Detail", "height": 500},
-        {"kind": "groupFooter", "name": "gfParty", "height": 0}]})J"));
+        {"kind": "groupFooter", "name": "gfParty", "height": 0})J")));
   // Body 2800: party A's header and 5 rows fill page 1; rows 6-7 continue on page 2 under a
   // repeated header; party B starts there with its own header, and is not repeated before it.
   std::vector<RowValues> v(7, RowValues{Variant::string("A")});
@@ -95,13 +90,10 @@ TEST(Subreports, BandTallerThanAPageWithNoCleanCutIsClippedOnce) {
   };
   auto host = std::make_shared<Host>();
   auto tallReport = [&](const char* band, const char* controls) {
-    auto r = std::make_unique<Report>(layoutOf(std::string(R"J({"version": 1, "name": "rptTall",
-      "page": {"paperWidth": 6000, "paperHeight": 4000,
-               "margins": {"left": 500, "right": 500, "top": 500, "bottom": 500}},
-      "sections": [
+    auto r = std::make_unique<Report>(layoutOf(layoutJson("rptTall", std::string(R"J(
         {"kind": "pageHeader", "name": "PageHeader", "height": 200},
-        {"kind": "detail", "name": "Detail", "height": )J") +
-                                               band + R"J(, "controls": [)J" + controls + "]}]}"));
+        {"kind": "detail", "name": "Detail", "height": )J") + band + R"J(, "controls": [)J" +
+                                                                         controls + "]}")));
     r->setHost(host);
     return r;
   };
@@ -206,12 +198,9 @@ TEST(HandlerState, BandGrownInBeforePrintMovesWithItsState) {
   class R : public test::LoggingReport {
    public:
     explicit R(std::vector<std::string>* log)
-        : LoggingReport(layoutOf(R"J({"version": 1, "name": "rptMove",
-          "page": {"paperWidth": 6000, "paperHeight": 4000,
-                   "margins": {"left": 500, "right": 500, "top": 500, "bottom": 500}},
-          "sections": [
+        : LoggingReport(layoutOf(layoutJson("rptMove", R"J(
             {"kind": "detail", "name": "Detail", "height": 1000, "controls": [
-              {"kind": "field", "name": "txtNote", "width": 1000, "height": 240, "canGrow": true}]}]})J"),
+              {"kind": "field", "name": "txtNote", "width": 1000, "height": 240, "canGrow": true}]})J")),
                         log) {
       data().setRows({"N"}, {{1}, {2}, {3}});
       onBeforePrint("Detail", [this] {
@@ -366,10 +355,7 @@ TEST(Columns, GroupHeadersFlowInTheColumnsWithRunningHeads) {
   class R : public Report {
    public:
     R()
-        : Report(layoutOf(R"J({"version": 1, "name": "rptBook",
-          "page": {"paperWidth": 6000, "paperHeight": 4000,
-                   "margins": {"left": 500, "right": 500, "top": 500, "bottom": 500}},
-          "sections": [
+        : Report(layoutOf(layoutJson("rptBook", R"J(
             {"kind": "pageHeader", "name": "PageHeader", "height": 300, "controls": [
               {"kind": "label", "name": "lblFrom", "width": 1000, "height": 300}]},
             {"kind": "groupHeader", "name": "ghNameChar", "dataField": "=left(Company, 1) ", "height": 400,
@@ -380,7 +366,7 @@ TEST(Columns, GroupHeadersFlowInTheColumnsWithRunningHeads) {
              "controls": [{"kind": "field", "name": "txtCompany", "dataField": "Company", "width": 2500, "height": 500}]},
             {"kind": "groupFooter", "name": "gfNameChar", "height": 0},
             {"kind": "pageFooter", "name": "PageFooter", "height": 300, "controls": [
-              {"kind": "label", "name": "lblTo", "width": 1000, "height": 300}]}]})J")) {
+              {"kind": "label", "name": "lblTo", "width": 1000, "height": 300}]})J"))) {
       data().setRows({"Company"}, {{"Acme"},
                                    {"Apex"},
                                    {"Best"},

@@ -11,23 +11,11 @@ namespace galvix::engine {
 namespace {
 
 using test::allTexts;
+using test::layoutJson;
 using test::layoutOf;
 using test::LoggingReport;
+using test::rows;
 using test::texts;
-
-// Page 4000 high with 500 margins: a 3000 body, less the page header and footer.
-constexpr const char* kPage =
-    R"("page": {"paperWidth": 6000, "paperHeight": 4000,
-               "margins": {"left": 500, "right": 500, "top": 500, "bottom": 500}})";
-
-std::string layoutJson(const std::string& name, const std::string& sections) {
-  return std::string("{\"version\": 1, \"name\": \"") + name + "\", " + kPage +
-         ", \"sections\": [" + sections + "]}";
-}
-
-std::vector<RowValues> rows(std::initializer_list<std::vector<Variant>> r) {
-  return {r.begin(), r.end()};
-}
 
 // ---------------------------------------------------------------------------------------------
 // The whole event order: two group levels, a subreport in the outer header, three pages.
