@@ -216,63 +216,21 @@ TEST(Pages, PageCountReadInCodeNeedsTheCountingRun) {
 }
 
 // ---------------------------------------------------------------------------------------------
-// Labels three across, with a spacing band between label rows, flowing to a second page.
+// Labels across then down, a spacing band between label rows: the columns share the print width
+// unless given their own; a label count beyond reason, negative spacing and a negative gap band
+// do not break the run.
 
-TEST(Columns, LabelsThreeAcrossWithSpacingBand) {
+TEST(Columns, LabelsAcrossWithSpacingBand) {
   class R : public Report {
    public:
-    R()
-        : Report(layoutOf(layoutJson("rptLabels", R"(
-        {"kind": "groupHeader", "name": "ghSpace", "everyRow": true, "height": 0},
-        {"kind": "detail", "name": "Detail", "height": 800,
-         "controls": [{"kind": "label", "name": "txtLabel", "left": 100, "width": 1400, "height": 800}]},
-        {"kind": "groupFooter", "name": "gfSpace", "height": 0})"))) {
-      std::vector<RowValues> v;
-      for (int i = 1; i <= 11; ++i) v.push_back({Variant::string("L" + std::to_string(i))});
-      data().setRows({"Label"}, std::move(v));
-    }
-    void onReportStart() override {
-      auto& d = section("Detail");
-      d.setColumnCount(3);
-      d.setColumnSpacing(100);
-      d.setColumnDirection(ColumnDirection::AcrossDown);
-      section("gfSpace").setHeight(200);
-      onFormat("Detail", [this] {
-        label("txtLabel").setCaption(data().recordset().value("Label").toString());
-      });
-    }
-  } r;
-  auto res = test::run(r);
-  // Print width 5000: columns (5000 - 2*100)/3 = 1600 wide, 1700 apart. Rows 1000 apart
-  // (label 800 + spacing 200); a 3000 body holds three rows: 9 labels, then 2 on page 2.
-  ASSERT_EQ(res.document.pages.size(), 2u);
-  auto p1 = texts(res.document, 1, "txtLabel");
-  ASSERT_EQ(p1.size(), 9u);
-  for (int i = 0; i < 9; ++i) {
-    EXPECT_EQ(p1[static_cast<std::size_t>(i)]->text, "L" + std::to_string(i + 1));
-    EXPECT_EQ(p1[static_cast<std::size_t>(i)]->box.left, 500 + 100 + (i % 3) * 1700) << i;
-    EXPECT_EQ(p1[static_cast<std::size_t>(i)]->box.top, 500 + (i / 3) * 1000) << i;
-  }
-  auto p2 = texts(res.document, 2, "txtLabel");
-  ASSERT_EQ(p2.size(), 2u);
-  EXPECT_EQ(p2[1]->box.left, 500 + 100 + 1700);
-  EXPECT_EQ(p2[1]->box.top, 500);
-}
-
-// Labels given their own width sit one pitch apart whatever the print width leaves over; a
-// label count beyond reason, negative spacing and a negative gap band do not break the run.
-TEST(Columns, GivenWidthSetsThePitchAndOddSizesCountAsLimits) {
-  class R : public Report {
-   public:
-    R(int columns, double width, double spacing, double gap)
+    R(int labels, int columns, double width, double spacing, double gap)
         : Report(layoutOf(layoutJson("rptLabels", R"(
         {"kind": "groupHeader", "name": "ghSpace", "everyRow": true, "height": 0},
         {"kind": "detail", "name": "Detail", "height": 800,
          "controls": [{"kind": "label", "name": "txtLabel", "width": 1000, "height": 800}]},
         {"kind": "groupFooter", "name": "gfSpace", "height": 0})"))) {
-      std::vector<RowValues> v;
-      for (int i = 1; i <= 5; ++i) v.push_back({Variant::string("L" + std::to_string(i))});
-      data().setRows({"Label"}, std::move(v));
+      data().setRows({"Label"}, std::vector<RowValues>(static_cast<std::size_t>(labels),
+                                                       RowValues{Variant::string("L")}));
       auto& d = section("Detail");
       d.setColumnCount(columns);
       d.setColumnWidth(width);
@@ -281,27 +239,38 @@ TEST(Columns, GivenWidthSetsThePitchAndOddSizesCountAsLimits) {
       section("gfSpace").setHeight(gap);
     }
   };
-  auto positions = [](R& r) {
+  auto positions = [](R& r, std::size_t* pages = nullptr) {
     std::vector<std::pair<int, int>> at;
     const auto res = test::run(r);
+    if (pages) *pages = res.document.pages.size();
     for (std::size_t p = 1; p <= res.document.pages.size(); ++p)
       for (auto* t : texts(res.document, static_cast<int>(p), "txtLabel"))
         at.emplace_back(t->box.left, t->box.top);
     return at;
   };
-  // Print width 5000: derived columns would be (5000 - 200) / 3 = 1600 wide; given 1200, the
-  // labels are 1300 apart and the last 1300 twips stay empty.
-  R given(3, 1200, 100, 200);
+  // Print width 5000: columns (5000 - 2 * 100) / 3 = 1600 wide, 1700 apart. Rows 1000 apart
+  // (label 800 + gap 200); a 3000 body holds three rows: 9 labels, then 2 on page 2.
+  R derived(11, 3, 0, 100, 200);
+  std::size_t pages = 0;
+  const auto at = positions(derived, &pages);
+  EXPECT_EQ(pages, 2u);
+  ASSERT_EQ(at.size(), 11u);
+  for (int i = 0; i < 11; ++i)
+    EXPECT_EQ(at[static_cast<std::size_t>(i)],
+              (std::pair{500 + (i % 3) * 1700, 500 + i % 9 / 3 * 1000}))
+        << i;
+  // Given 1200, the labels are 1300 apart and the last 1300 twips stay empty.
+  R given(5, 3, 1200, 100, 200);
   EXPECT_THAT(positions(given), ::testing::ElementsAre(std::pair{500, 500}, std::pair{1800, 500},
                                                        std::pair{3100, 500}, std::pair{500, 1500},
                                                        std::pair{1800, 1500}));
   // Negative spacing and gap count as none: labels touch across and down.
-  R tight(2, 1200, -300, -1000);
+  R tight(5, 2, 1200, -300, -1000);
   EXPECT_THAT(positions(tight), ::testing::ElementsAre(std::pair{500, 500}, std::pair{1700, 500},
                                                        std::pair{500, 1300}, std::pair{1700, 1300},
                                                        std::pair{500, 2100}));
   // Far more columns than exist: the count stops at the limit and the five share one row.
-  R many(2000000000, 1200, 100, 0);
+  R many(5, 2000000000, 1200, 100, 0);
   EXPECT_EQ(many.section("Detail").columnCount(), kMaxColumns);
   EXPECT_EQ(positions(many).back(), (std::pair{500 + 4 * 1300, 500}));
 }
