@@ -301,7 +301,6 @@ TEST(RunTimeControls, ColumnsAddedPerValueAndWalkedByPosition) {
         q.setDataField(v);
         auto& t = section("gfDetail").addField(std::string("txtTotal") + v);
         t.setLeft(x);
-        t.border().top = lineStyleFromCode(6);
         x += 1200;
       }
     }
@@ -317,31 +316,24 @@ TEST(RunTimeControls, ColumnsAddedPerValueAndWalkedByPosition) {
 }
 
 TEST(HandlerState, HoldsUntilSetAgainAndEachInstanceKeepsItsOwn) {
-  class R : public Report {
-   public:
-    R()
-        : Report(layoutOf(R"J({"version": 1, "name": "rptState", "sections": [
-            {"kind": "groupHeader", "name": "ghG", "dataField": "G", "height": 300},
-            {"kind": "detail", "name": "Detail", "height": 300, "controls": [
-              {"kind": "field", "name": "txtN", "dataField": "N", "width": 500, "height": 300},
-              {"kind": "label", "name": "lblFlag", "left": 500, "width": 500, "height": 300}]},
-            {"kind": "groupFooter", "name": "gfG", "height": 300, "controls": [
-              {"kind": "label", "name": "lblTotal", "width": 500, "height": 300}]}]})J")) {
-      data().setRows({"G", "N"}, {{1, 1}, {1, 2}, {1, 3}, {2, 4}, {2, 5}});
-      // Set on some rows only: later rows keep the last value set.
-      onFormat("Detail", [this] {
-        int n = data().recordset().value("N").toLong();
-        if (n == 1) label("lblFlag").setCaption("one");
-        if (n == 3) label("lblFlag").setCaption("three");
-        if (n == 5) label("lblFlag").setVisible(false);
-      });
-      // Changed at BeforePrint of the group footer; the next group's footer starts from it.
-      onBeforePrint("gfG", [this] {
-        auto& l = label("lblTotal");
-        l.setCaption(l.caption() + "+");
-      });
-    }
-  } r;
+  Report r(layoutOf(R"J({"version": 1, "name": "rptState", "sections": [
+      {"kind": "groupHeader", "name": "ghG", "dataField": "G", "height": 300},
+      {"kind": "detail", "name": "Detail", "height": 300, "controls": [
+        {"kind": "field", "name": "txtN", "dataField": "N", "width": 500, "height": 300},
+        {"kind": "label", "name": "lblFlag", "left": 500, "width": 500, "height": 300}]},
+      {"kind": "groupFooter", "name": "gfG", "height": 300, "controls": [
+        {"kind": "label", "name": "lblTotal", "width": 500, "height": 300}]}]})J"));
+  r.data().setRows({"G", "N"}, {{1, 1}, {1, 2}, {1, 3}, {2, 4}, {2, 5}});
+  // Set on some rows only: later rows keep the last value set.
+  r.onFormat("Detail", [&r] {
+    int n = r.data().recordset().value("N").toLong();
+    if (n == 1) r.label("lblFlag").setCaption("one");
+    if (n == 3) r.label("lblFlag").setCaption("three");
+    if (n == 5) r.label("lblFlag").setVisible(false);
+  });
+  // Changed at BeforePrint of the group footer; the next group's footer starts from it.
+  r.onBeforePrint("gfG",
+                  [&r] { r.label("lblTotal").setCaption(r.label("lblTotal").caption() + "+"); });
   auto res = test::run(r);
   EXPECT_EQ(allTexts(res.document, "lblFlag"),
             (std::vector<std::string>{"one", "one", "three", "three"}));
@@ -367,18 +359,11 @@ TEST(Columns, GroupHeadersFlowInTheColumnsWithRunningHeads) {
             {"kind": "groupFooter", "name": "gfNameChar", "height": 0},
             {"kind": "pageFooter", "name": "PageFooter", "height": 300, "controls": [
               {"kind": "label", "name": "lblTo", "width": 1000, "height": 300}]})J"))) {
-      data().setRows({"Company"}, {{"Acme"},
-                                   {"Apex"},
-                                   {"Best"},
-                                   {"Bolt"},
-                                   {"Bray"},
-                                   {"Cope"},
-                                   {"Core"},
-                                   {"Cute"},
-                                   {"Dash"},
-                                   {"Dove"},
-                                   {"Duke"},
-                                   {"Echo"}});
+      std::vector<RowValues> v;
+      for (const char* c : {"Acme", "Apex", "Best", "Bolt", "Bray", "Cope", "Core", "Cute", "Dash",
+                            "Dove", "Duke", "Echo"})
+        v.push_back({Variant::string(c)});
+      data().setRows({"Company"}, std::move(v));
       onBeforePrint("Detail", [this] {
         if (!data().recordset().EOF_()) label("lblTo").setCaption(field("txtCompany").text());
       });
