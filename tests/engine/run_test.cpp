@@ -552,21 +552,19 @@ TEST(Bands, GroupKeptTogetherMovesToNextPage) {
 }
 
 TEST(Bands, HiddenAndPageBreakSections) {
-  class R : public Report {
-   public:
-    R()
-        : Report(layoutOf(layoutJson("rptBreak", R"(
+  auto make = [] {
+    auto r = std::make_unique<Report>(layoutOf(layoutJson("rptBreak", R"(
         {"kind": "groupHeader", "name": "ghCompany", "dataField": "C", "height": 300,
          "controls": [{"kind": "field", "name": "txtC", "dataField": "C", "width": 500, "height": 300}]},
         {"kind": "detail", "name": "Detail", "height": 300},
         {"kind": "groupFooter", "name": "gfCompany", "height": 100,
-         "controls": [{"kind": "pageBreak", "name": "brk", "top": 50}]})"))) {
-      data().setRows({"C"}, rows({{"a"}, {"b"}, {"c"}}));
-    }
+         "controls": [{"kind": "pageBreak", "name": "brk", "top": 50}]})")));
+    r->data().setRows({"C"}, rows({{"a"}, {"b"}, {"c"}}));
+    return r;
   };
-  R withBreaks;
-  EXPECT_EQ(test::run(withBreaks).document.pages.size(), 3u);
-  R hidden;
+  EXPECT_EQ(test::run(*make()).document.pages.size(), 3u);
+  auto hiddenPtr = make();
+  Report& hidden = *hiddenPtr;
   hidden.section("Detail").setVisible(false);
   hidden.section("gfCompany").setVisible(false);
   auto res = test::run(hidden);
@@ -591,17 +589,11 @@ TEST(Charts, DrawingIsMadeForTheBoxAndPlacedWithIt) {
       return out;
     }
   };
-  class R : public Report {
-   public:
-    R()
-        : Report(layoutOf(layoutJson("rptChart", R"(
-        {"kind": "detail", "name": "Detail", "height": 3000, "controls": [
-          {"kind": "chart", "name": "chtA", "left": 1000, "top": 500, "width": 4000, "height": 2000},
-          {"kind": "chart", "name": "chtEmpty", "left": 0, "top": 0, "width": 500, "height": 500}
-        ]})"))) {
-      static_cast<Chart&>(control("chtA")).setDrawing(std::make_shared<Drawing>());
-    }
-  } r;
+  Report r(layoutOf(layoutJson("rptChart", R"(
+      {"kind": "detail", "name": "Detail", "height": 3000, "controls": [
+        {"kind": "chart", "name": "chtA", "left": 1000, "top": 500, "width": 4000, "height": 2000},
+        {"kind": "chart", "name": "chtEmpty", "left": 0, "top": 0, "width": 500, "height": 500}]})")));
+  static_cast<Chart&>(r.control("chtA")).setDrawing(std::make_shared<Drawing>());
   const doc::Document d = test::run(r).document;
   ASSERT_EQ(d.pages.size(), 1u);
   std::vector<const doc::Item*> drawn;
