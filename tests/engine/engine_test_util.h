@@ -16,6 +16,18 @@ inline std::shared_ptr<const Layout> layoutOf(const std::string& json) {
   return loadLayout(json, "test.json");
 }
 
+// A layout on a 6000 x 4000 page with 500 margins: a 5000 x 3000 body.
+inline std::string layoutJson(const std::string& name, const std::string& sections) {
+  return "{\"version\": 1, \"name\": \"" + name +
+         "\", \"page\": {\"paperWidth\": 6000, \"paperHeight\": 4000, \"margins\": "
+         "{\"left\": 500, \"right\": 500, \"top\": 500, \"bottom\": 500}}, \"sections\": [" +
+         sections + "]}";
+}
+
+inline std::vector<RowValues> rows(std::initializer_list<std::vector<Variant>> r) {
+  return {r.begin(), r.end()};
+}
+
 // A report that logs every event it receives: "Format ghA row=2", "PageStart p1 row=0".
 class LoggingReport : public Report {
  public:

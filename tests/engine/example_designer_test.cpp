@@ -78,15 +78,5 @@ TEST(ExampleDesigner, RunsAsDocumented) {
   EXPECT_EQ(added.size(), 3u);
 }
 
-TEST(ExampleDesigner, NoDataCancels) {
-  RptExample r;
-  r.data().setRows({"PartyID", "Party", "LastName", "HPhone"}, {});
-  struct Quiet : engine::HostServices {
-    void message(const std::string&, const std::string&, engine::MessageIcon) override {}
-  };
-  r.setHost(std::make_shared<Quiet>());
-  EXPECT_TRUE(engine::runReport(r).cancelled);
-}
-
 }  // namespace
 }  // namespace galvix::reports

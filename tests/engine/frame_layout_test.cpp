@@ -70,14 +70,10 @@ TEST(Frame, MistakesNameWhereTheyAre) {
       {R"("noSuchFrame")", "test.json: /frame: no frame named 'noSuchFrame' is linked in"},
       {R"({"name": "tstFrame", "omit": ["lblTitel"]})",
        "test.json: /frame/omit/0: frame 'tstFrame' has no control 'lblTitel'"},
-      {R"({"name": "tstFrame", "rename": {"Field9": "Field4"}})",
-       "test.json: /frame/rename/Field9: frame 'tstFrame' has no control 'Field9'"},
       {R"({"name": "tstFrame", "set": {"Field3": {"name": "Field4"}}})",
        "test.json: /frame/set/Field3/name: a frame control's name cannot be set (use \"rename\")"},
       {R"({"name": "tstFrame", "set": {"Field3": {"heigth": 5}}})",
        "test.json: /frame/set/Field3: unknown key 'heigth'"},
-      {R"({"name": "tstFrame", "header": "detail"})",
-       "test.json: /frame/header: expected one of pageHeader, reportHeader (got 'detail')"},
   };
   for (const auto& c : cases) {
     try {

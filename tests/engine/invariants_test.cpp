@@ -62,25 +62,25 @@ Shape randomLayout(std::mt19937& rng) {
 
 TEST(Invariants, RandomReportsPaginateSoundly) {
   std::mt19937 rng(20261123);
+  auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
   for (int iter = 0; iter < 300; ++iter) {
     Shape shape = randomLayout(rng);
     Report r(test::layoutOf(shape.json));
-    const int n = std::uniform_int_distribution<int>(0, 70)(rng);
+    const int n = pick(0, 70);
     std::vector<RowValues> rows;
     int k0 = 0, k1 = 0;
     for (int i = 0; i < n; ++i) {
-      if (std::uniform_int_distribution<int>(0, 9)(rng) == 0) ++k0;
-      if (std::uniform_int_distribution<int>(0, 4)(rng) == 0) ++k1;
-      std::string note(static_cast<std::size_t>(std::uniform_int_distribution<int>(0, 40)(rng)),
-                       'w');
+      if (pick(0, 9) == 0) ++k0;
+      if (pick(0, 4) == 0) ++k1;
+      std::string note(static_cast<std::size_t>(pick(0, 40)), 'w');
       for (std::size_t c = 7; c < note.size(); c += 8) note[c] = ' ';
       rows.push_back({i, k0, k1, Variant::string(note)});
     }
     r.data().setRows({"Id", "K0", "K1", "Note"}, std::move(rows));
     // Some reports print a child report of 0 to 12 rows in each detail (not in columns, where
     // a band is never split).
-    const bool withChild = std::uniform_int_distribution<int>(0, 2)(rng) == 0 && shape.columns == 1;
-    const int childH = std::uniform_int_distribution<int>(100, 400)(rng);
+    const bool withChild = pick(0, 2) == 0 && shape.columns == 1;
+    const int childH = pick(100, 400);
     std::mt19937 childRng(static_cast<unsigned>(iter));
     r.onFormat("Detail", [&] {
       if (!withChild) return;

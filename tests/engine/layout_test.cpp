@@ -34,11 +34,6 @@ INSTANTIATE_TEST_SUITE_P(
                   "rptBad.json: /: missing required key 'version'"},
         BadLayout{SECTIONS("{\"kind\":\"detail\",\"name\":\"Detail\",\"heigth\":20}"),
                   "rptBad.json: /sections/0: unknown key 'heigth'"},
-        BadLayout{SECTIONS("{\"kind\":\"detail\",\"name\":\"Detail\",\"controls\":[{\"kind\":"
-                           "\"button\",\"name\":\"b\"}]}"),
-                  "rptBad.json: /sections/0/controls/0/kind: expected one of label, field, "
-                  "checkBox, line, shape, picture, richText, subReport, pageBreak, chart, "
-                  "dataControl (got 'button')"},
         BadLayout{SECTIONS("{\"kind\":\"pageHeader\",\"name\":\"PH\",\"controls\":[{\"kind\":"
                            "\"label\",\"name\":\"lblA\"}]},{\"kind\":\"detail\",\"name\":"
                            "\"Detail\",\"controls\":[{\"kind\":\"field\",\"name\":\"LBLA\"}]}"),
@@ -60,11 +55,6 @@ INSTANTIATE_TEST_SUITE_P(
                            "\"ghNone\"}}]}"),
                   "rptBad.json: /sections/0/controls/0/summary/group: no group header named "
                   "'ghNone'"},
-        BadLayout{"{\"version\":1,\"name\":\"r\",\"data\":null,\"sections\":[{\"kind\":"
-                  "\"detail\",\"name\":\"Detail\",\"controls\":[{\"kind\":\"dataControl\","
-                  "\"name\":\"datRpt\"}]}]}",
-                  "rptBad.json: /sections/0/controls/0: the layout says the report has no data "
-                  "control (\"data\": null)"},
         BadLayout{SECTIONS("{\"kind\":\"detail\",\"name\":\"Detail\",\"dataField\":\"A\"}"),
                   "rptBad.json: /sections/0/dataField: only group headers have 'dataField'"}));
 
@@ -115,23 +105,6 @@ TEST(Layout, LoadsSectionsControlsAndPage) {
   EXPECT_EQ(f.border.bottom, doc::LineStyle::Solid);
   EXPECT_EQ(d.controls[1].width, 500);
   EXPECT_FALSE(l->sections[2].state.visible);
-}
-
-TEST(Layout, PaperCodesGiveTheirSizes) {
-  PageSettings ps;
-  ps.setPaperSize(9);  // A4
-  EXPECT_EQ(ps.paperWidth, 11906);
-  EXPECT_EQ(ps.paperHeight, 16838);
-  ps.setPaperSize(20);  // #10 envelope
-  EXPECT_EQ(ps.paperWidth, 5940);
-  EXPECT_EQ(ps.paperHeight, 13680);
-  ps.setPaperSize(256);  // custom: code sets the size
-  EXPECT_EQ(ps.paperSize, 256);
-  EXPECT_EQ(ps.paperWidth, 5940);
-  auto l = loadLayout(R"({"version": 1, "name": "r", "page": {"paperSize": 5},
-                         "sections": [{"kind": "detail", "name": "Detail"}]})",
-                      "r.json");
-  EXPECT_EQ(l->page.paperHeight, 20160);  // legal
 }
 
 TEST(Layout, EmbeddedLayoutsAreFoundByNameOnceLinked) {

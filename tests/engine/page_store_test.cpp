@@ -94,17 +94,14 @@ TEST(PageStore, PagesComeBackAsTheyWentInWithTheirLateTexts) {
 TEST(PageStore, PackedRunPrintsWhatAKeptRunPrints) {
   using namespace engine;
   auto make = [] {
-    auto r = std::make_unique<Report>(test::layoutOf(R"({"version": 1, "name": "rptPack",
-      "page": {"paperWidth": 6000, "paperHeight": 4000,
-               "margins": {"left": 500, "right": 500, "top": 500, "bottom": 500}},
-      "sections": [
+    auto r = std::make_unique<Report>(test::layoutOf(test::layoutJson("rptPack", R"(
         {"kind": "pageHeader", "name": "PageHeader", "height": 300, "controls": [
           {"kind": "field", "name": "txtPage", "width": 500, "height": 300,
            "summary": {"type": "pageCount", "running": "all"}},
           {"kind": "field", "name": "txtPages", "left": 600, "width": 500, "height": 300,
            "summary": {"type": "pageCount"}}]},
         {"kind": "detail", "name": "Detail", "height": 300, "controls": [
-          {"kind": "field", "name": "txtN", "dataField": "N", "width": 1000, "height": 300}]}]})"));
+          {"kind": "field", "name": "txtN", "dataField": "N", "width": 1000, "height": 300}]})")));
     std::vector<RowValues> rows;
     for (int i = 0; i < 100; ++i) rows.push_back({Variant(i)});
     r->data().setRows({"N"}, rows);

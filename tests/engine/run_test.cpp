@@ -11,23 +11,11 @@ namespace galvix::engine {
 namespace {
 
 using test::allTexts;
+using test::layoutJson;
 using test::layoutOf;
 using test::LoggingReport;
+using test::rows;
 using test::texts;
-
-// Page 4000 high with 500 margins: a 3000 body, less the page header and footer.
-constexpr const char* kPage =
-    R"("page": {"paperWidth": 6000, "paperHeight": 4000,
-               "margins": {"left": 500, "right": 500, "top": 500, "bottom": 500}})";
-
-std::string layoutJson(const std::string& name, const std::string& sections) {
-  return std::string("{\"version\": 1, \"name\": \"") + name + "\", " + kPage +
-         ", \"sections\": [" + sections + "]}";
-}
-
-std::vector<RowValues> rows(std::initializer_list<std::vector<Variant>> r) {
-  return {r.begin(), r.end()};
-}
 
 // ---------------------------------------------------------------------------------------------
 // The whole event order: two group levels, a subreport in the outer header, three pages.
@@ -98,36 +86,30 @@ TEST(EventOrder, TwoGroupsSubreportThreePages) {
 // instance gets back its own values for its BeforePrint.
 
 TEST(GroupHeader, BeforePrintReadsCountOfItsDetails) {
-  class R : public Report {
-   public:
-    R()
-        : Report(layoutOf(layoutJson("rptCount", R"(
-        {"kind": "groupHeader", "name": "ghParty", "dataField": "Party", "height": 300,
-         "controls": [{"kind": "field", "name": "txtParty", "dataField": "Party", "width": 1000, "height": 300},
-                      {"kind": "field", "name": "txtCount", "left": 1000, "width": 500, "height": 300}]},
-        {"kind": "detail", "name": "Detail", "height": 300,
-         "controls": [{"kind": "field", "name": "txtName", "dataField": "Name", "width": 1000, "height": 300}]},
-        {"kind": "groupFooter", "name": "gfParty", "height": 0})"))) {
-      data().setRows({"Party", "Name"},
-                     rows({{"P1", "a"}, {"P1", "b"}, {"P2", "c"}, {"P2", "d"}, {"P2", "e"}}));
-      onFormat("ghParty", [this] { count_ = 0; });
-      onFormat("Detail", [this] { ++count_; });
-      onBeforePrint("ghParty", [this] {
-        field("txtCount").setText(std::to_string(count_));
-        seenAtHeader.push_back(field("txtParty").text() + "/" +
-                               data().recordset().value("Name").toString());
-      });
-      onBeforePrint("Detail", [this] { seenAtDetail.push_back(field("txtName").text()); });
-    }
-    int count_ = 0;
-    std::vector<std::string> seenAtHeader, seenAtDetail;
-  } r;
+  Report r(layoutOf(layoutJson("rptCount", R"(
+      {"kind": "groupHeader", "name": "ghParty", "dataField": "Party", "height": 300,
+       "controls": [{"kind": "field", "name": "txtParty", "dataField": "Party", "width": 1000, "height": 300},
+                    {"kind": "field", "name": "txtCount", "left": 1000, "width": 500, "height": 300}]},
+      {"kind": "detail", "name": "Detail", "height": 300,
+       "controls": [{"kind": "field", "name": "txtName", "dataField": "Name", "width": 1000, "height": 300}]},
+      {"kind": "groupFooter", "name": "gfParty", "height": 0})")));
+  r.data().setRows({"Party", "Name"},
+                   rows({{"P1", "a"}, {"P1", "b"}, {"P2", "c"}, {"P2", "d"}, {"P2", "e"}}));
+  int count = 0;
+  std::vector<std::string> seenAtHeader, seenAtDetail;
+  r.onFormat("ghParty", [&] { count = 0; });
+  r.onFormat("Detail", [&] { ++count; });
+  r.onBeforePrint("ghParty", [&] {
+    r.field("txtCount").setText(std::to_string(count));
+    seenAtHeader.push_back(r.field("txtParty").text() + "/" +
+                           r.data().recordset().value("Name").toString());
+  });
+  r.onBeforePrint("Detail", [&] { seenAtDetail.push_back(r.field("txtName").text()); });
   auto res = test::run(r);
   EXPECT_EQ(allTexts(res.document, "txtCount"), (std::vector<std::string>{"2", "3"}));
-  EXPECT_EQ(allTexts(res.document, "txtParty"), (std::vector<std::string>{"P1", "P2"}));
   // The header's own row (the group's first), not the cursor's, at its BeforePrint.
-  EXPECT_EQ(r.seenAtHeader, (std::vector<std::string>{"P1/a", "P2/c"}));
-  EXPECT_EQ(r.seenAtDetail, (std::vector<std::string>{"a", "b", "c", "d", "e"}));
+  EXPECT_EQ(seenAtHeader, (std::vector<std::string>{"P1/a", "P2/c"}));
+  EXPECT_EQ(seenAtDetail, (std::vector<std::string>{"a", "b", "c", "d", "e"}));
 }
 
 // A designer whose headers read nothing their details leave lets the details go out as they are
@@ -172,8 +154,7 @@ TEST(GroupHeader, IndependentHeadersLetDetailsGoOutAsFormatted) {
 }
 
 // ---------------------------------------------------------------------------------------------
-// Running heads: PageStart captions from the page's first row; the detail's BeforePrint keeps
-// the last one. Page N of M on every page.
+// Running heads: PageStart captions from the page's first row. Page N of M on every page.
 
 TEST(Pages, RunningHeadsAndPageNofM) {
   class R : public Report {
@@ -181,35 +162,27 @@ TEST(Pages, RunningHeadsAndPageNofM) {
     R()
         : Report(layoutOf(layoutJson("rptHeads", R"(
         {"kind": "pageHeader", "name": "PageHeader", "height": 300,
-         "controls": [{"kind": "label", "name": "lblFrom", "width": 1000, "height": 300},
-                      {"kind": "label", "name": "lblTo", "left": 1000, "width": 1000, "height": 300}]},
+         "controls": [{"kind": "label", "name": "lblFrom", "width": 1000, "height": 300}]},
         {"kind": "detail", "name": "Detail", "height": 600,
          "controls": [{"kind": "field", "name": "txtName", "dataField": "Name", "width": 1000, "height": 300}]},
         {"kind": "pageFooter", "name": "PageFooter", "height": 300,
          "controls": [
            {"kind": "field", "name": "Field3", "width": 450, "height": 270,
             "summary": {"type": "pageCount", "running": "all"}},
-           {"kind": "label", "name": "lblOf", "left": 450, "width": 360, "height": 270, "caption": "of"},
            {"kind": "field", "name": "txtPageTtl", "left": 810, "width": 450, "height": 270,
             "alignment": "right", "summary": {"type": "pageCount"}}]})"))) {
       std::vector<RowValues> v;
       for (char c = 'a'; c <= 'k'; ++c) v.push_back({std::string(1, c)});
       data().setRows({"Name"}, std::move(v));
-      onBeforePrint("Detail", [this] { label("lblTo").setCaption(field("txtName").text()); });
-      // The page header prints before any detail of its page: its lblTo is set at PageEnd's
-      // page, so here we only record the heads per page.
-      onAfterPrint("Detail", [this] { lastOnPage[pageNumber()] = field("txtName").text(); });
     }
     void onPageStart() override {
       label("lblFrom").setCaption(data().recordset().value("Name").toString());
     }
-    std::map<int, std::string> lastOnPage;
   } r;
   auto res = test::run(r);
   // Body: 3000 - 300 - 300 = 2400, four 600-twip rows a page: 11 rows on 3 pages.
   ASSERT_EQ(res.document.pages.size(), 3u);
   EXPECT_EQ(allTexts(res.document, "lblFrom"), (std::vector<std::string>{"a", "e", "i"}));
-  EXPECT_EQ(r.lastOnPage, (std::map<int, std::string>{{1, "d"}, {2, "h"}, {3, "k"}}));
   EXPECT_EQ(allTexts(res.document, "Field3"), (std::vector<std::string>{"1", "2", "3"}));
   EXPECT_EQ(allTexts(res.document, "txtPageTtl"), (std::vector<std::string>{"3", "3", "3"}));
   // The page count keeps its box and alignment.
@@ -243,63 +216,21 @@ TEST(Pages, PageCountReadInCodeNeedsTheCountingRun) {
 }
 
 // ---------------------------------------------------------------------------------------------
-// Labels three across, with a spacing band between label rows, flowing to a second page.
+// Labels across then down, a spacing band between label rows: the columns share the print width
+// unless given their own; a label count beyond reason, negative spacing and a negative gap band
+// do not break the run.
 
-TEST(Columns, LabelsThreeAcrossWithSpacingBand) {
+TEST(Columns, LabelsAcrossWithSpacingBand) {
   class R : public Report {
    public:
-    R()
-        : Report(layoutOf(layoutJson("rptLabels", R"(
-        {"kind": "groupHeader", "name": "ghSpace", "everyRow": true, "height": 0},
-        {"kind": "detail", "name": "Detail", "height": 800,
-         "controls": [{"kind": "label", "name": "txtLabel", "left": 100, "width": 1400, "height": 800}]},
-        {"kind": "groupFooter", "name": "gfSpace", "height": 0})"))) {
-      std::vector<RowValues> v;
-      for (int i = 1; i <= 11; ++i) v.push_back({Variant::string("L" + std::to_string(i))});
-      data().setRows({"Label"}, std::move(v));
-    }
-    void onReportStart() override {
-      auto& d = section("Detail");
-      d.setColumnCount(3);
-      d.setColumnSpacing(100);
-      d.setColumnDirection(ColumnDirection::AcrossDown);
-      section("gfSpace").setHeight(200);
-      onFormat("Detail", [this] {
-        label("txtLabel").setCaption(data().recordset().value("Label").toString());
-      });
-    }
-  } r;
-  auto res = test::run(r);
-  // Print width 5000: columns (5000 - 2*100)/3 = 1600 wide, 1700 apart. Rows 1000 apart
-  // (label 800 + spacing 200); a 3000 body holds three rows: 9 labels, then 2 on page 2.
-  ASSERT_EQ(res.document.pages.size(), 2u);
-  auto p1 = texts(res.document, 1, "txtLabel");
-  ASSERT_EQ(p1.size(), 9u);
-  for (int i = 0; i < 9; ++i) {
-    EXPECT_EQ(p1[static_cast<std::size_t>(i)]->text, "L" + std::to_string(i + 1));
-    EXPECT_EQ(p1[static_cast<std::size_t>(i)]->box.left, 500 + 100 + (i % 3) * 1700) << i;
-    EXPECT_EQ(p1[static_cast<std::size_t>(i)]->box.top, 500 + (i / 3) * 1000) << i;
-  }
-  auto p2 = texts(res.document, 2, "txtLabel");
-  ASSERT_EQ(p2.size(), 2u);
-  EXPECT_EQ(p2[1]->box.left, 500 + 100 + 1700);
-  EXPECT_EQ(p2[1]->box.top, 500);
-}
-
-// Labels given their own width sit one pitch apart whatever the print width leaves over; a
-// label count beyond reason, negative spacing and a negative gap band do not break the run.
-TEST(Columns, GivenWidthSetsThePitchAndOddSizesCountAsLimits) {
-  class R : public Report {
-   public:
-    R(int columns, double width, double spacing, double gap)
+    R(int labels, int columns, double width, double spacing, double gap)
         : Report(layoutOf(layoutJson("rptLabels", R"(
         {"kind": "groupHeader", "name": "ghSpace", "everyRow": true, "height": 0},
         {"kind": "detail", "name": "Detail", "height": 800,
          "controls": [{"kind": "label", "name": "txtLabel", "width": 1000, "height": 800}]},
         {"kind": "groupFooter", "name": "gfSpace", "height": 0})"))) {
-      std::vector<RowValues> v;
-      for (int i = 1; i <= 5; ++i) v.push_back({Variant::string("L" + std::to_string(i))});
-      data().setRows({"Label"}, std::move(v));
+      data().setRows({"Label"}, std::vector<RowValues>(static_cast<std::size_t>(labels),
+                                                       RowValues{Variant::string("L")}));
       auto& d = section("Detail");
       d.setColumnCount(columns);
       d.setColumnWidth(width);
@@ -308,27 +239,38 @@ TEST(Columns, GivenWidthSetsThePitchAndOddSizesCountAsLimits) {
       section("gfSpace").setHeight(gap);
     }
   };
-  auto positions = [](R& r) {
+  auto positions = [](R& r, std::size_t* pages = nullptr) {
     std::vector<std::pair<int, int>> at;
     const auto res = test::run(r);
+    if (pages) *pages = res.document.pages.size();
     for (std::size_t p = 1; p <= res.document.pages.size(); ++p)
       for (auto* t : texts(res.document, static_cast<int>(p), "txtLabel"))
         at.emplace_back(t->box.left, t->box.top);
     return at;
   };
-  // Print width 5000: derived columns would be (5000 - 200) / 3 = 1600 wide; given 1200, the
-  // labels are 1300 apart and the last 1300 twips stay empty.
-  R given(3, 1200, 100, 200);
+  // Print width 5000: columns (5000 - 2 * 100) / 3 = 1600 wide, 1700 apart. Rows 1000 apart
+  // (label 800 + gap 200); a 3000 body holds three rows: 9 labels, then 2 on page 2.
+  R derived(11, 3, 0, 100, 200);
+  std::size_t pages = 0;
+  const auto at = positions(derived, &pages);
+  EXPECT_EQ(pages, 2u);
+  ASSERT_EQ(at.size(), 11u);
+  for (int i = 0; i < 11; ++i)
+    EXPECT_EQ(at[static_cast<std::size_t>(i)],
+              (std::pair{500 + (i % 3) * 1700, 500 + i % 9 / 3 * 1000}))
+        << i;
+  // Given 1200, the labels are 1300 apart and the last 1300 twips stay empty.
+  R given(5, 3, 1200, 100, 200);
   EXPECT_THAT(positions(given), ::testing::ElementsAre(std::pair{500, 500}, std::pair{1800, 500},
                                                        std::pair{3100, 500}, std::pair{500, 1500},
                                                        std::pair{1800, 1500}));
   // Negative spacing and gap count as none: labels touch across and down.
-  R tight(2, 1200, -300, -1000);
+  R tight(5, 2, 1200, -300, -1000);
   EXPECT_THAT(positions(tight), ::testing::ElementsAre(std::pair{500, 500}, std::pair{1700, 500},
                                                        std::pair{500, 1300}, std::pair{1700, 1300},
                                                        std::pair{500, 2100}));
   // Far more columns than exist: the count stops at the limit and the five share one row.
-  R many(2000000000, 1200, 100, 0);
+  R many(5, 2000000000, 1200, 100, 0);
   EXPECT_EQ(many.section("Detail").columnCount(), kMaxColumns);
   EXPECT_EQ(positions(many).back(), (std::pair{500 + 4 * 1300, 500}));
 }
@@ -350,21 +292,6 @@ TEST(Run, HandlersReachTheRunsMeasurer) {
   runReport(r, o);
   EXPECT_EQ(r.seen, &m);
   EXPECT_EQ(r.measurer(), nullptr);
-}
-
-TEST(Columns, DownThenAcrossFillsAColumnFirst) {
-  Report r(layoutOf(layoutJson("rptDown", R"(
-      {"kind": "detail", "name": "Detail", "height": 1000,
-       "columns": {"count": 2, "spacing": 0},
-       "controls": [{"kind": "field", "name": "txtN", "dataField": "N", "width": 500, "height": 300}]})")));
-  r.data().setRows({"N"}, rows({{1}, {2}, {3}, {4}}));
-  auto res = test::run(r);
-  auto t = texts(res.document, 1, "txtN");
-  ASSERT_EQ(t.size(), 4u);
-  EXPECT_EQ(t[2]->text, "3");
-  EXPECT_EQ(t[2]->box.top, 2500);   // third row of the first column
-  EXPECT_EQ(t[3]->box.left, 3000);  // then the second column, from the top
-  EXPECT_EQ(t[3]->box.top, 500);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -459,50 +386,47 @@ TEST(RunTimeControls, AddedControlPrintsInEveryInstance) {
 // ---------------------------------------------------------------------------------------------
 // No rows: NoData fires; cancelling there ends the run without a document.
 
-class NoDataReport : public LoggingReport {
- public:
-  NoDataReport(std::vector<std::string>* log, bool cancelIt)
-      : LoggingReport(layoutOf(layoutJson("rptEmpty", R"(
-        {"kind": "pageHeader", "name": "PageHeader", "height": 300},
-        {"kind": "detail", "name": "Detail", "height": 300},
-        {"kind": "pageFooter", "name": "PageFooter", "height": 300})")),
-                      log),
-        cancel_(cancelIt) {
-    data().setRows({"Name"}, {});
-  }
-  void onNoData() override {
-    LoggingReport::onNoData();
-    EXPECT_TRUE(data().recordset().BOF() && data().recordset().EOF_());
-    if (cancel_) {
-      host().message("There is no data to print.", "Checklist", MessageIcon::Information);
-      cancel();
-    }
-  }
-  bool cancel_;
-};
-
-TEST(NoData, HandlerCancelsTheRun) {
+TEST(NoData, CancelEndsTheRunOtherwiseOnePageOfHeaders) {
   struct Host : HostServices {
     std::vector<std::string> seen;
     void message(const std::string& t, const std::string& c, MessageIcon) override {
       seen.push_back(c + ": " + t);
     }
   };
+  class R : public LoggingReport {
+   public:
+    R(std::vector<std::string>* log, bool cancelIt)
+        : LoggingReport(layoutOf(layoutJson("rptEmpty", R"(
+        {"kind": "pageHeader", "name": "PageHeader", "height": 300},
+        {"kind": "detail", "name": "Detail", "height": 300},
+        {"kind": "pageFooter", "name": "PageFooter", "height": 300})")),
+                        log),
+          cancel_(cancelIt) {
+      data().setRows({"Name"}, {});
+    }
+    void onNoData() override {
+      LoggingReport::onNoData();
+      EXPECT_TRUE(data().recordset().BOF() && data().recordset().EOF_());
+      if (cancel_) {
+        host().message("There is no data to print.", "Checklist", MessageIcon::Information);
+        cancel();
+      }
+    }
+    bool cancel_;
+  };
   auto host = std::make_shared<Host>();
   std::vector<std::string> log;
-  NoDataReport r(&log, true);
+  R r(&log, true);
   r.setHost(host);
   auto res = test::run(r);
   EXPECT_TRUE(res.cancelled);
   EXPECT_TRUE(res.document.pages.empty());
   EXPECT_EQ(log, (std::vector<std::string>{"ReportStart", "DataInitialize", "NoData"}));
   EXPECT_EQ(host->seen, (std::vector<std::string>{"Checklist: There is no data to print."}));
-}
 
-TEST(NoData, WithoutCancelPrintsOnePageOfHeadersOnly) {
-  std::vector<std::string> log;
-  NoDataReport r(&log, false);
-  auto res = test::run(r);
+  log.clear();
+  R printed(&log, false);
+  res = test::run(printed);
   EXPECT_FALSE(res.cancelled);
   ASSERT_EQ(res.document.pages.size(), 1u);
   EXPECT_EQ(log,
@@ -571,43 +495,27 @@ TEST(GroupKeys, ExpressionAndBreakOnColumn) {
 // Layout of bands: can-grow text pushes the next band down; keep-together moves a group;
 // a band taller than any page is split between its subreport rows; landscape.
 
-TEST(Bands, CanGrowKeepTogetherAndLandscape) {
-  class R : public Report {
-   public:
-    R()
-        : Report(layoutOf(layoutJson("rptGrow", R"(
-        {"kind": "groupHeader", "name": "ghG", "dataField": "G", "height": 100, "groupKeepTogether": "all"},
-        {"kind": "detail", "name": "Detail", "height": 240,
-         "controls": [{"kind": "field", "name": "txtNote", "dataField": "Note", "width": 1000,
-                       "height": 240, "canGrow": true}]},
-        {"kind": "groupFooter", "name": "gfG", "height": 100})"))) {
-      // 10-point text: 100 twips a character, 240 a line; 1000 wide holds 10 characters.
-      data().setRows({"G", "Note"}, rows({{1, "short"},
-                                          {1, "two lines of text"},
-                                          {2, "x"},
-                                          {2, "x"},
-                                          {2, "x"},
-                                          {2, "x"},
-                                          {2, "x"}}));
-    }
-    void onReportStart() override { setPrinterOrientation(2); }
-  } r;
+TEST(Bands, CanGrowPushesTheNextBandsAndLandscape) {
+  Report r(layoutOf(layoutJson("rptGrow", R"(
+      {"kind": "groupHeader", "name": "ghG", "dataField": "G", "height": 100},
+      {"kind": "detail", "name": "Detail", "height": 240,
+       "controls": [{"kind": "field", "name": "txtNote", "dataField": "Note", "width": 1000,
+                     "height": 240, "canGrow": true}]},
+      {"kind": "groupFooter", "name": "gfG", "height": 100})")));
+  // 10-point text: 100 twips a character, 240 a line; 1000 wide holds 10 characters.
+  r.data().setRows({"G", "Note"}, rows({{1, "short"}, {1, "two lines of text"}, {2, "x"}}));
+  r.setPrinterOrientation(2);
   auto res = test::run(r);
   ASSERT_EQ(res.document.pages.size(), 1u);
   EXPECT_TRUE(res.document.pages[0].landscape);
   EXPECT_EQ(res.document.pages[0].width, 4000);
   EXPECT_EQ(res.document.pages[0].height, 6000);
   auto notes = texts(res.document, 1, "txtNote");
-  ASSERT_EQ(notes.size(), 7u);
+  ASSERT_EQ(notes.size(), 3u);
+  EXPECT_EQ(notes[1]->box.top, 500 + 100 + 240);
   EXPECT_EQ(notes[1]->box.height, 480);
   // The grown detail pushes the group footer and the next group down.
-  auto p1 = texts(res.document, 1, "txtNote");
-  EXPECT_EQ(p1[1]->box.top, 500 + 100 + 240);
-  std::int32_t secondGroupTop = 0;
-  for (const auto& it : res.document.pages[0].items)
-    if (it.section == "Detail" && it.row == 2)
-      secondGroupTop = std::get<doc::Text>(it.content).box.top;
-  EXPECT_EQ(secondGroupTop, 500 + 100 + 240 + 480 + 100 + 100);
+  EXPECT_EQ(notes[2]->box.top, 500 + 100 + 240 + 480 + 100 + 100);
 }
 
 TEST(Bands, ShrinkingControlsShrinkTheirBand) {
@@ -644,21 +552,19 @@ TEST(Bands, GroupKeptTogetherMovesToNextPage) {
 }
 
 TEST(Bands, HiddenAndPageBreakSections) {
-  class R : public Report {
-   public:
-    R()
-        : Report(layoutOf(layoutJson("rptBreak", R"(
+  auto make = [] {
+    auto r = std::make_unique<Report>(layoutOf(layoutJson("rptBreak", R"(
         {"kind": "groupHeader", "name": "ghCompany", "dataField": "C", "height": 300,
          "controls": [{"kind": "field", "name": "txtC", "dataField": "C", "width": 500, "height": 300}]},
         {"kind": "detail", "name": "Detail", "height": 300},
         {"kind": "groupFooter", "name": "gfCompany", "height": 100,
-         "controls": [{"kind": "pageBreak", "name": "brk", "top": 50}]})"))) {
-      data().setRows({"C"}, rows({{"a"}, {"b"}, {"c"}}));
-    }
+         "controls": [{"kind": "pageBreak", "name": "brk", "top": 50}]})")));
+    r->data().setRows({"C"}, rows({{"a"}, {"b"}, {"c"}}));
+    return r;
   };
-  R withBreaks;
-  EXPECT_EQ(test::run(withBreaks).document.pages.size(), 3u);
-  R hidden;
+  EXPECT_EQ(test::run(*make()).document.pages.size(), 3u);
+  auto hiddenPtr = make();
+  Report& hidden = *hiddenPtr;
   hidden.section("Detail").setVisible(false);
   hidden.section("gfCompany").setVisible(false);
   auto res = test::run(hidden);
@@ -677,24 +583,17 @@ TEST(Charts, DrawingIsMadeForTheBoxAndPlacedWithIt) {
       t.box = {10, 20, w - 10, m ? m->measure("x", t.font, 0).height : 0};
       doc::Path p;
       p.box = {0, 0, w, h};
-      std::vector<doc::Item> out(3);
+      std::vector<doc::Item> out(2);
       out[0].content = t;
-      out[1].content = doc::Line{0, 0, w, h};
-      out[2].content = p;
+      out[1].content = p;
       return out;
     }
   };
-  class R : public Report {
-   public:
-    R()
-        : Report(layoutOf(layoutJson("rptChart", R"(
-        {"kind": "detail", "name": "Detail", "height": 3000, "controls": [
-          {"kind": "chart", "name": "chtA", "left": 1000, "top": 500, "width": 4000, "height": 2000},
-          {"kind": "chart", "name": "chtEmpty", "left": 0, "top": 0, "width": 500, "height": 500}
-        ]})"))) {
-      static_cast<Chart&>(control("chtA")).setDrawing(std::make_shared<Drawing>());
-    }
-  } r;
+  Report r(layoutOf(layoutJson("rptChart", R"(
+      {"kind": "detail", "name": "Detail", "height": 3000, "controls": [
+        {"kind": "chart", "name": "chtA", "left": 1000, "top": 500, "width": 4000, "height": 2000},
+        {"kind": "chart", "name": "chtEmpty", "left": 0, "top": 0, "width": 500, "height": 500}]})")));
+  static_cast<Chart&>(r.control("chtA")).setDrawing(std::make_shared<Drawing>());
   const doc::Document d = test::run(r).document;
   ASSERT_EQ(d.pages.size(), 1u);
   std::vector<const doc::Item*> drawn;
@@ -702,16 +601,13 @@ TEST(Charts, DrawingIsMadeForTheBoxAndPlacedWithIt) {
     EXPECT_NE(it.control, "chtEmpty");
     if (it.control == "chtA") drawn.push_back(&it);
   }
-  ASSERT_EQ(drawn.size(), 3u);
+  ASSERT_EQ(drawn.size(), 2u);
   const auto& t = std::get<doc::Text>(drawn[0]->content);
-  const auto& l = std::get<doc::Line>(drawn[1]->content);
-  const auto& p = std::get<doc::Path>(drawn[2]->content);
+  const auto& p = std::get<doc::Path>(drawn[1]->content);
   EXPECT_EQ(drawn[0]->section, "Detail");
   EXPECT_EQ(t.box.left - p.box.left, 10);
   EXPECT_EQ(t.box.width, 3990);
   EXPECT_GT(t.box.height, 0);
-  EXPECT_EQ(l.x1, p.box.left);
-  EXPECT_EQ(l.y2 - l.y1, 2000);
   EXPECT_EQ(p.box.left, 500 + 1000);  // margin, then the control's place on the band
   EXPECT_EQ(p.box.top, 500 + 500);
   EXPECT_EQ(p.box.width, 4000);
