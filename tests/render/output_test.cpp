@@ -1,4 +1,4 @@
-// Files the sinks write, checked with poppler, qpdf and the pixels of rendered pages.
+// Files the sinks write, and what rendered pages show, checked in their pixels.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -26,69 +26,6 @@ namespace {
 
 using namespace testing;
 using ::testing::HasSubstr;
-
-doc::Document onePage(std::vector<doc::Item> items, std::int32_t w = 2880, std::int32_t h = 2880) {
-  doc::Document d;
-  d.title = "Test";
-  doc::Page p;
-  p.width = w;
-  p.height = h;
-  p.items = std::move(items);
-  d.pages.push_back(std::move(p));
-  return d;
-}
-
-// Renders at 72 dpi, where one pixel is 20 twips.
-std::string renderPng(const TempDir& dir, const doc::Document& d) {
-  auto paths = writePng(d, dir / "page", 72);
-  EXPECT_EQ(paths.size(), d.pages.size());
-  return paths.front();
-}
-
-TEST(Pdf, TextFontsMetadataAndStructure) {
-  TempDir dir;
-  doc::Document d = denseDocument(3);
-  d.pages[1].landscape = true;
-  std::swap(d.pages[1].width, d.pages[1].height);
-  const std::string pdf = dir / "report.pdf";
-  writePdf(d, pdf);
-
-  auto text = run("pdftotext -layout '" + pdf + "' -");
-  ASSERT_EQ(text.status, 0) << text.out;
-  EXPECT_THAT(text.out, HasSubstr("Guest List - with notes"));
-  EXPECT_THAT(text.out, HasSubstr("Bélanger, Bruno"));
-  EXPECT_THAT(text.out, HasSubstr("Łukasz"));
-  EXPECT_THAT(text.out, HasSubstr("Page 3 of 3"));
-  EXPECT_THAT(text.out, HasSubstr("Bridley Event Planning"));
-
-  // Every font embedded as a subset, and the usual names mapped to the metric-compatible fonts.
-  auto fonts = run("pdffonts '" + pdf + "'");
-  ASSERT_EQ(fonts.status, 0) << fonts.out;
-  EXPECT_THAT(fonts.out, HasSubstr("LiberationSans-Bold"));
-  EXPECT_THAT(fonts.out, HasSubstr("LiberationSerif-Bold"));
-  std::istringstream lines(fonts.out);
-  std::string line;
-  int fontRows = 0;
-  for (int i = 0; std::getline(lines, line); ++i) {
-    if (i < 2) continue;  // heading and rule
-    ++fontRows;
-    EXPECT_THAT(line, ::testing::ContainsRegex("^[A-Z]{6}\\+")) << "not a subset: " << line;
-    EXPECT_THAT(line, ::testing::ContainsRegex("yes yes")) << "not embedded: " << line;
-  }
-  EXPECT_GE(fontRows, 3);
-
-  auto check = run("qpdf --check '" + pdf + "'");
-  EXPECT_EQ(check.status, 0) << check.out;
-
-  auto info = run("pdfinfo '" + pdf + "'");
-  EXPECT_THAT(info.out, ::testing::ContainsRegex("Title: +Guest List - with notes"));
-  EXPECT_THAT(info.out, ::testing::ContainsRegex("Creator: +Galvix Reports"));
-  EXPECT_THAT(info.out, ::testing::ContainsRegex("Pages: +3"));
-  // Each page keeps its own size: the landscape page is 792 x 612 points.
-  auto sizes = run("pdfinfo -f 1 -l 3 '" + pdf + "'");
-  EXPECT_THAT(sizes.out, ::testing::ContainsRegex("Page +2 size: +792 x 612"));
-  EXPECT_THAT(sizes.out, ::testing::ContainsRegex("Page +3 size: +612 x 792"));
-}
 
 TEST(Pdf, RichTextKeepsItsFontsColoursAndCharacters) {
   TempDir dir;
@@ -126,20 +63,18 @@ TEST(Sinks, OneFilePerPageForPngAndSvg) {
 
   auto svg = writeSvg(d, dir / "r");
   ASSERT_EQ(svg, (std::vector<std::string>{dir / "r-1.svg", dir / "r-2.svg"}));
-  std::ifstream in(svg[0]);
-  std::string content((std::istreambuf_iterator<char>(in)), {});
-  EXPECT_THAT(content, HasSubstr("<svg"));
-  EXPECT_THAT(content, HasSubstr("width=\"612pt\""));
+  EXPECT_THAT(slurp(svg[0]), HasSubstr("<svg"));
+  EXPECT_THAT(slurp(svg[0]), HasSubstr("width=\"612pt\""));
   // No temporary files are left behind.
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 4);
 }
 
 TEST(Sinks, FailedWriteLeavesNoFileAndKeepsTheOldOne) {
   TempDir dir;
-  EXPECT_THROW(writePdf(denseDocument(1), dir / "missing/report.pdf"), RenderError);
   EXPECT_THROW(writePng(denseDocument(1), dir / "x", 0), RenderError);
   try {
     writePdf(denseDocument(1), dir / "missing/report.pdf");
+    ADD_FAILURE() << "written into a missing folder";
   } catch (const RenderError& e) {
     EXPECT_THAT(e.what(), HasSubstr("missing/report.pdf"));
   }
@@ -373,8 +308,7 @@ TEST(Drawing, CheckBoxesWhiteInsideOverAnythingAndAsBeforeOnPaper) {
   sheet.style = doc::LineStyle::Transparent;
   std::vector<doc::Item> overSheet{item(sheet)};
   overSheet.insert(overSheet.end(), items.begin(), items.end());
-  TempDir other;
-  PngImage filled(renderPng(other, onePage(overSheet, 4000, 3000)));
+  PngImage filled(renderPng(dir, onePage(overSheet, 4000, 3000)));
   ASSERT_EQ(img.width(), filled.width());
   int differ = 0;
   for (int y = 0; y < img.height(); ++y)
