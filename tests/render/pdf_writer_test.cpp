@@ -214,6 +214,11 @@ TEST(PdfWriter, TextExtractsAsWritten) {
   box.box = {400, y, 4000, 300};
   box.caption = "Invité à la réception";
   p.items.push_back(item(box));
+  doc::RichText rich;
+  rich.box = {400, y + 400, 6000, 2000};
+  rich.rtf = R"({\rtf1\ansi\deff0{\fonttbl{\f0 Arial;}{\f1 Times New Roman;}})"
+             R"(\qc\f1\b\fs32 Dear Zo\'eb \par\pard\f0\b0\i\fs20 R\u233?sum\u233? \u8364?\par})";
+  p.items.push_back(item(rich));
   doc::Document d;
   d.pages = {p, doc::Page{}};
   d.pages[1].landscape = true;
@@ -239,6 +244,12 @@ TEST(PdfWriter, TextExtractsAsWritten) {
     g_free(b);
   }
   EXPECT_THAT(out.out, HasSubstr("Invité à la réception"));
+  EXPECT_THAT(out.out, HasSubstr("Dear Zoë"));
+  EXPECT_THAT(out.out, HasSubstr("Résumé €"));
+  // Rich text keeps its fonts: Times New Roman bold, Arial italic.
+  const auto fonts = run("pdffonts '" + own + "'").out;
+  EXPECT_THAT(fonts, HasSubstr("LiberationSerif-Bold"));
+  EXPECT_THAT(fonts, HasSubstr("LiberationSans-Italic"));
   // The title and maker, and each page in its own size: the landscape one 792 x 612 points.
   auto info = run("pdfinfo -f 1 -l 2 '" + own + "'");
   EXPECT_THAT(info.out, HasSubstr("Zoë's «guest» list (draft)"));
