@@ -1,10 +1,12 @@
 // Reports run and written on several threads of one process at once (a host's server): each
-// gives the pages it gives alone, and none waits for ever on another.
+// gives the pages it gives alone, and none waits for ever on another. A host's progress display
+// is told each page on the run's own thread.
 #include <gmock/gmock.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
+#include <numeric>
 #include <regex>
 #include <thread>
 
@@ -118,6 +120,29 @@ TEST(Threads, FourReportsAtOnceEachAsAloneAndWritten) {
     EXPECT_GT(fs::file_size(dir / ("r" + std::to_string(i) + ".pdf")), 1000u);
   }
   fs::remove_all(dir);
+}
+
+TEST(Progress, EveryPageIsToldInOrderOnTheRunsThread) {
+  const fs::path db =
+      fs::temp_directory_path() / ("galvix_progress_" + std::to_string(::getpid()) + ".sqlite");
+  const auto sum = data::writeDemoDatabase(db.string(), {.guests = 400});  // several pages
+  auto r = Report().GetNewReport("Guest List - with notes");
+  r->set("ConnectionString", db.string());
+  r->set("SQLWhere", "WHERE Parties.PartyID = " + std::to_string(sum.receptionPartyId));
+  std::vector<int> told;
+  const auto runThread = std::this_thread::get_id();
+  bool otherThread = false;
+  r->setPageProgress([&](int page) {
+    told.push_back(page);
+    otherThread |= std::this_thread::get_id() != runThread;
+  });
+  const doc::Document d = r->run();
+  ASSERT_GT(d.pages.size(), 2u);
+  std::vector<int> expected(d.pages.size());
+  std::iota(expected.begin(), expected.end(), 1);
+  EXPECT_EQ(told, expected);
+  EXPECT_FALSE(otherThread);
+  fs::remove(db);
 }
 
 }  // namespace

@@ -20,26 +20,23 @@ constexpr const char* kSql =
 
 class ChartData : public ::testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = std::filesystem::temp_directory_path() /
-           ("galvix_pesql_" + std::to_string(::getpid()) + "_" +
-            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    std::filesystem::create_directories(dir_);
-    db_ = std::make_unique<data::Fixture>((dir_ / "t.db").string());
-    event_ = db_->event();
-  }
-  void TearDown() override {
+  ChartData()
+      : db_((std::filesystem::temp_directory_path() /
+             ("galvix_pesql_" + std::to_string(::getpid()) + ".db"))
+                .string()),
+        event_(db_.event()) {}
+  ~ChartData() override {
     if (rs_.isOpen()) rs_.close();
     conn_.close();
-    db_.reset();
-    std::filesystem::remove_all(dir_);
+    std::filesystem::remove(db_.path());
   }
   void line(const char* category, Variant suggested, Variant budget, Variant actual) {
-    db_->budgetLine(event_, db_->expenseCategory(category),
-                    {.suggested = suggested, .budget = budget, .actual = actual});
+    db_.budgetLine(event_, db_.expenseCategory(category),
+                   {.suggested = suggested, .budget = budget, .actual = actual});
   }
   db::Recordset& open(db::CursorType cursor = db::CursorType::Static) {
-    conn_.open(db_->connectionString());
+    if (rs_.isOpen()) rs_.close();
+    if (!conn_.isOpen()) conn_.open(db_.connectionString());
     rs_.open(kSql + std::to_string(event_) + " ORDER By Category", conn_, cursor);
     return rs_;
   }
@@ -52,9 +49,8 @@ class ChartData : public ::testing::Test {
     return 0;
   }
 
-  std::filesystem::path dir_;
-  std::unique_ptr<data::Fixture> db_;
-  long event_ = 0;
+  data::Fixture db_;
+  long event_;
   db::Connection conn_;
   db::Recordset rs_;
 };
@@ -101,8 +97,10 @@ TEST_F(ChartData, NullAndTextLoadAsZeroAndMinPointsIsTheFirstSuch) {
   EXPECT_FLOAT_EQ(h.XValues(0, 1), 0.0f);
 }
 
-TEST_F(ChartData, LoadingValuesLeavesTheFirstRowCurrentForTheCaptions) {
-  line("Cake", data::money(1), data::money(2), data::money(3));
+// Loading values leaves the first row current for the captions; money columns caption as
+// currency, a Null caption is an error; subset labels are column names below the upper bound.
+TEST_F(ChartData, PointAndSubsetLabels) {
+  line("Cake", data::money(1), data::money(1234.5), Variant::null());
   line("Attire", data::money(1), data::money(2), data::money(3));
   db::Recordset& rs = open();
   PESQLHelper h;
@@ -112,22 +110,12 @@ TEST_F(ChartData, LoadingValuesLeavesTheFirstRowCurrentForTheCaptions) {
   EXPECT_EQ(h.PointLabelString(1), "Cake");
   EXPECT_EQ(h.PointLabelString(2), "");  // the spare caption
   EXPECT_EQ(errorNumber([&] { h.PointLabelString(3); }), 9);
-}
-
-TEST_F(ChartData, MoneyColumnsCaptionAsCurrencyAndANullCaptionIsAnError) {
-  line("Cake", data::money(1), data::money(1234.5), Variant::null());
-  db::Recordset& rs = open();
-  PESQLHelper h;
+  rs.moveFirst();
   h.LoadPointLabels(rs, 2);
-  EXPECT_EQ(h.PointLabelString(0), "$1,234.50");
+  EXPECT_EQ(h.PointLabelString(1), "$1,234.50");
   rs.moveFirst();
   EXPECT_EQ(errorNumber([&] { h.LoadPointLabels(rs, 3); }), 94);
-}
 
-TEST_F(ChartData, SubsetLabelsAreColumnNamesBelowTheUpperBound) {
-  line("Cake", data::money(1), data::money(2), data::money(3));
-  db::Recordset& rs = open();
-  PESQLHelper h;
   h.LoadSubsetLabels(rs, {2, 2});
   EXPECT_EQ(h.SubsetLabelString(0), "Actual Budget");
   EXPECT_EQ(h.SubsetLabelString(1), "");
@@ -137,9 +125,12 @@ TEST_F(ChartData, SubsetLabelsAreColumnNamesBelowTheUpperBound) {
   EXPECT_EQ(h.SubsetLabelString(2), "");
 }
 
-TEST_F(ChartData, NoRowsGiveNoPointsButTheSpareCells) {
-  db::Recordset& rs = open();
+TEST_F(ChartData, NothingLoadedOrNoRowsLeaveOnlyTheSpareCells) {
   PESQLHelper h;
+  EXPECT_EQ(errorNumber([&] { h.XValues(0, 0); }), 9);
+  EXPECT_EQ(errorNumber([&] { h.PointLabelString(0); }), 9);
+  EXPECT_EQ(errorNumber([&] { h.SubsetLabelString(0); }), 9);
+  db::Recordset& rs = open();
   h.LoadXData(rs, {3, 3});
   h.LoadPointLabels(rs, 0);
   EXPECT_EQ(h.MaxPoints(), 0);
@@ -147,16 +138,9 @@ TEST_F(ChartData, NoRowsGiveNoPointsButTheSpareCells) {
   EXPECT_FLOAT_EQ(h.XValues(1, 0), 0.0f);
   EXPECT_EQ(h.PointLabelString(0), "");
   EXPECT_EQ(errorNumber([&] { h.PointLabelString(1); }), 9);
-}
-
-TEST_F(ChartData, ReadingBeforeLoadingOrWithoutARecordCountIsAnError) {
-  PESQLHelper h;
-  EXPECT_EQ(errorNumber([&] { h.XValues(0, 0); }), 9);
-  EXPECT_EQ(errorNumber([&] { h.PointLabelString(0); }), 9);
-  EXPECT_EQ(errorNumber([&] { h.SubsetLabelString(0); }), 9);
+  // A cursor that cannot count its records is refused.
   line("Cake", data::money(1), data::money(2), data::money(3));
-  db::Recordset& rs = open(db::CursorType::ForwardOnly);
-  EXPECT_EQ(errorNumber([&] { h.LoadXData(rs, {1, 1}); }), 9);
+  EXPECT_EQ(errorNumber([&] { h.LoadXData(open(db::CursorType::ForwardOnly), {1, 1}); }), 9);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Files the sinks write, checked with poppler, qpdf and the pixels of rendered pages.
+// Files the sinks write, and what rendered pages show, checked in their pixels.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -27,93 +27,6 @@ namespace {
 using namespace testing;
 using ::testing::HasSubstr;
 
-doc::Document onePage(std::vector<doc::Item> items, std::int32_t w = 2880, std::int32_t h = 2880) {
-  doc::Document d;
-  d.title = "Test";
-  doc::Page p;
-  p.width = w;
-  p.height = h;
-  p.items = std::move(items);
-  d.pages.push_back(std::move(p));
-  return d;
-}
-
-// Renders at 72 dpi, where one pixel is 20 twips.
-std::string renderPng(const TempDir& dir, const doc::Document& d) {
-  auto paths = writePng(d, dir / "page", 72);
-  EXPECT_EQ(paths.size(), d.pages.size());
-  return paths.front();
-}
-
-TEST(Pdf, TextFontsMetadataAndStructure) {
-  TempDir dir;
-  doc::Document d = denseDocument(3);
-  d.pages[1].landscape = true;
-  std::swap(d.pages[1].width, d.pages[1].height);
-  const std::string pdf = dir / "report.pdf";
-  writePdf(d, pdf);
-
-  auto text = run("pdftotext -layout '" + pdf + "' -");
-  ASSERT_EQ(text.status, 0) << text.out;
-  EXPECT_THAT(text.out, HasSubstr("Guest List - with notes"));
-  EXPECT_THAT(text.out, HasSubstr("Bélanger, Bruno"));
-  EXPECT_THAT(text.out, HasSubstr("Łukasz"));
-  EXPECT_THAT(text.out, HasSubstr("Page 3 of 3"));
-  EXPECT_THAT(text.out, HasSubstr("Bridley Event Planning"));
-
-  // Every font embedded as a subset, and the usual names mapped to the metric-compatible fonts.
-  auto fonts = run("pdffonts '" + pdf + "'");
-  ASSERT_EQ(fonts.status, 0) << fonts.out;
-  EXPECT_THAT(fonts.out, HasSubstr("LiberationSans-Bold"));
-  EXPECT_THAT(fonts.out, HasSubstr("LiberationSerif-Bold"));
-  std::istringstream lines(fonts.out);
-  std::string line;
-  int fontRows = 0;
-  for (int i = 0; std::getline(lines, line); ++i) {
-    if (i < 2) continue;  // heading and rule
-    ++fontRows;
-    EXPECT_THAT(line, ::testing::ContainsRegex("^[A-Z]{6}\\+")) << "not a subset: " << line;
-    EXPECT_THAT(line, ::testing::ContainsRegex("yes yes")) << "not embedded: " << line;
-  }
-  EXPECT_GE(fontRows, 3);
-
-  auto check = run("qpdf --check '" + pdf + "'");
-  EXPECT_EQ(check.status, 0) << check.out;
-
-  auto info = run("pdfinfo '" + pdf + "'");
-  EXPECT_THAT(info.out, ::testing::ContainsRegex("Title: +Guest List - with notes"));
-  EXPECT_THAT(info.out, ::testing::ContainsRegex("Creator: +Galvix Reports"));
-  EXPECT_THAT(info.out, ::testing::ContainsRegex("Pages: +3"));
-  // Each page keeps its own size: the landscape page is 792 x 612 points.
-  auto sizes = run("pdfinfo -f 1 -l 3 '" + pdf + "'");
-  EXPECT_THAT(sizes.out, ::testing::ContainsRegex("Page +2 size: +792 x 612"));
-  EXPECT_THAT(sizes.out, ::testing::ContainsRegex("Page +3 size: +612 x 792"));
-}
-
-TEST(Pdf, RichTextKeepsItsFontsColoursAndCharacters) {
-  TempDir dir;
-  doc::RichText r;
-  r.box = {720, 720, 6000, 2000};
-  r.rtf = R"({\rtf1\ansi\deff0{\fonttbl{\f0 Arial;}{\f1 Times New Roman;}})"
-          R"({\colortbl ;\red255\green0\blue0;}\qc\f1\b\fs32 Dear Zo\'eb \par)"
-          R"(\pard\f0\b0\i\fs20\cf1 R\u233?sum\u233? \u8364?\par})";
-  doc::Document d = onePage({item(r)}, 12240, 4000);
-  writePdf(d, dir / "rich.pdf");
-  auto text = run("pdftotext '" + (dir / "rich.pdf") + "' -");
-  EXPECT_THAT(text.out, HasSubstr("Dear Zoë"));
-  EXPECT_THAT(text.out, HasSubstr("Résumé €"));
-  auto fonts = run("pdffonts '" + (dir / "rich.pdf") + "'");
-  EXPECT_THAT(fonts.out, HasSubstr("LiberationSerif-Bold"));
-  EXPECT_THAT(fonts.out, HasSubstr("LiberationSans-Italic"));
-  // The second paragraph prints in red.
-  PngImage img(renderPng(dir, d));
-  int red = 0;
-  for (int y = 0; y < img.height(); ++y)
-    for (int x = 0; x < img.width(); ++x)
-      red += (img.rgb(x, y) & 0xFF0000) > 0xC00000 && (img.rgb(x, y) & 0xFF00) < 0x4000;
-  EXPECT_GT(red, 20);
-}
-
 TEST(Sinks, OneFilePerPageForPngAndSvg) {
   TempDir dir;
   doc::Document d = denseDocument(2);
@@ -126,20 +39,18 @@ TEST(Sinks, OneFilePerPageForPngAndSvg) {
 
   auto svg = writeSvg(d, dir / "r");
   ASSERT_EQ(svg, (std::vector<std::string>{dir / "r-1.svg", dir / "r-2.svg"}));
-  std::ifstream in(svg[0]);
-  std::string content((std::istreambuf_iterator<char>(in)), {});
-  EXPECT_THAT(content, HasSubstr("<svg"));
-  EXPECT_THAT(content, HasSubstr("width=\"612pt\""));
+  EXPECT_THAT(slurp(svg[0]), HasSubstr("<svg"));
+  EXPECT_THAT(slurp(svg[0]), HasSubstr("width=\"612pt\""));
   // No temporary files are left behind.
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 4);
 }
 
 TEST(Sinks, FailedWriteLeavesNoFileAndKeepsTheOldOne) {
   TempDir dir;
-  EXPECT_THROW(writePdf(denseDocument(1), dir / "missing/report.pdf"), RenderError);
   EXPECT_THROW(writePng(denseDocument(1), dir / "x", 0), RenderError);
   try {
     writePdf(denseDocument(1), dir / "missing/report.pdf");
+    ADD_FAILURE() << "written into a missing folder";
   } catch (const RenderError& e) {
     EXPECT_THAT(e.what(), HasSubstr("missing/report.pdf"));
   }
@@ -236,6 +147,7 @@ TEST(Sinks, EmptyDocumentGivesOneBlankPage) {
   EXPECT_EQ(writePng(d, dir / "e").size(), 1u);
 }
 
+// Colours as the platform packs them (red in the low byte), and rich text's colour table.
 TEST(Drawing, PackedColoursHaveRedInTheLowByte) {
   TempDir dir;
   doc::Text t = text({200, 200, 400, 400}, "");
@@ -244,10 +156,22 @@ TEST(Drawing, PackedColoursHaveRedInTheLowByte) {
   b.box = {1000, 200, 400, 400};
   b.fill = 0xFF0000;  // blue as the platform packs it
   b.style = doc::LineStyle::Transparent;
-  PngImage img(renderPng(dir, onePage({item(t), item(b)})));
+  doc::RichText r;
+  r.box = {200, 1000, 2600, 1000};
+  r.rtf = R"({\rtf1{\fonttbl{\f0 Arial;}}{\colortbl ;\red255\green0\blue0;}\f0\fs28 Black\par)"
+          R"(\cf1 R\u233?sum\u233? in red\par})";
+  PngImage img(renderPng(dir, onePage({item(t), item(b), item(r)})));
   EXPECT_EQ(img.rgb(20, 20), 0xFF0000u);
   EXPECT_EQ(img.rgb(60, 20), 0x0000FFu);
   EXPECT_EQ(img.rgb(40, 20), 0xFFFFFFu);
+  int red = 0, black = 0;
+  for (int y = 50; y < img.height(); ++y)
+    for (int x = 0; x < img.width(); ++x) {
+      red += (img.rgb(x, y) & 0xFF0000) > 0xC00000 && (img.rgb(x, y) & 0xFF00) < 0x4000;
+      black += img.rgb(x, y) == 0;
+    }
+  EXPECT_GT(red, 20);
+  EXPECT_GT(black, 20);
 }
 
 TEST(Drawing, TextIsClippedToItsBox) {
@@ -317,7 +241,7 @@ TEST(Drawing, CheckBoxesLinesAndBorders) {
   // Ticked: ink in the middle of the square; not ticked: only the frame.
   EXPECT_TRUE(img.dark(17, 17) || img.dark(17, 18) || img.dark(18, 17));
   EXPECT_FALSE(img.dark(47, 17));
-  EXPECT_TRUE(img.dark(47 - 4, 17 - 4 + 0) || img.dark(43, 13));
+  EXPECT_TRUE(img.dark(43, 13));
   // A dashed line has gaps; a solid border does not.
   int dashedDark = 0, borderDark = 0;
   for (int x = 10; x < 130; ++x) dashedDark += img.dark(x, 50);
@@ -373,8 +297,7 @@ TEST(Drawing, CheckBoxesWhiteInsideOverAnythingAndAsBeforeOnPaper) {
   sheet.style = doc::LineStyle::Transparent;
   std::vector<doc::Item> overSheet{item(sheet)};
   overSheet.insert(overSheet.end(), items.begin(), items.end());
-  TempDir other;
-  PngImage filled(renderPng(other, onePage(overSheet, 4000, 3000)));
+  PngImage filled(renderPng(dir, onePage(overSheet, 4000, 3000)));
   ASSERT_EQ(img.width(), filled.width());
   int differ = 0;
   for (int y = 0; y < img.height(); ++y)

@@ -3,10 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <sstream>
 
 #include "render/render.h"
+#include "render_sample.h"
 #include "render_test_util.h"
 
 namespace galvix::render {
@@ -32,23 +32,12 @@ doc::Document squares() {
   curve.ops = {doc::PathOp::MoveTo, doc::PathOp::CurveTo, doc::PathOp::LineTo};
   curve.points = {{0, 0}, {400, 0}, {400, 400}, {0, 400}};
   curve.style = doc::LineStyle::Solid;
-  doc::Page p;
-  p.width = p.height = 4320;
-  for (doc::Path* f : {&red, &shaded, &curve}) {
-    doc::Item it;
-    it.content = *f;
-    p.items.push_back(std::move(it));
-  }
-  doc::Document d;
-  d.pages.push_back(std::move(p));
-  return d;
+  return onePage({item(red), item(shaded), item(curve)}, 4320, 4320);
 }
 
 TEST(Path, FillsWhereItsBoxSaysAndShadesFromTopToBottom) {
   TempDir dir;
-  auto pngs = writePng(squares(), dir / "p", 72);  // 20 twips a pixel
-  ASSERT_EQ(pngs.size(), 1u);
-  PngImage img(pngs[0]);
+  PngImage img(renderPng(dir, squares()));
   ASSERT_TRUE(img.ok());
   EXPECT_EQ(img.rgb(80, 80), 0xFF0000u);  // inside the red triangle
   EXPECT_EQ(img.rgb(60, 60), 0xFFFFFFu);  // outside the square
@@ -70,10 +59,7 @@ TEST(Path, StaysVectorInPdfAndSvg) {
   int rows = 0;
   while (std::getline(lines, line)) ++rows;
   EXPECT_EQ(rows, 2) << "images embedded:\n" << images.out;  // heading and rule only
-  auto svg = writeSvg(d, dir / "p");
-  ASSERT_EQ(svg.size(), 1u);
-  std::ifstream in(svg[0]);
-  const std::string content((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const std::string content = slurp(writeSvg(d, dir / "p").at(0));
   EXPECT_THAT(content, ::testing::HasSubstr("<path"));
   EXPECT_THAT(content, ::testing::HasSubstr("linearGradient"));
   EXPECT_THAT(content, ::testing::Not(::testing::HasSubstr("<image")));

@@ -16,18 +16,8 @@ namespace galvix::render {
 namespace {
 
 using namespace testing;
+using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
-
-// `pb` encoded as `type` (and released).
-std::shared_ptr<std::vector<std::uint8_t>> encoded(GdkPixbuf* pb, const char* type) {
-  gchar* buf = nullptr;
-  gsize len = 0;
-  EXPECT_TRUE(gdk_pixbuf_save_to_buffer(pb, &buf, &len, type, nullptr, nullptr)) << type;
-  g_object_unref(pb);
-  auto data = std::make_shared<std::vector<std::uint8_t>>(buf, buf + len);
-  g_free(buf);
-  return data;
-}
 
 // An 8x4 picture: left half red, right half blue, its top row half transparent, so a flipped,
 // mirrored or opaque picture shows.
@@ -44,12 +34,6 @@ std::shared_ptr<std::vector<std::uint8_t>> quarteredPng() {
       p[3] = y == 0 ? 100 : 255;
     }
   return encoded(pb, "png");
-}
-
-std::shared_ptr<std::vector<std::uint8_t>> greenJpeg() {
-  GdkPixbuf* pb = gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, 6, 3);
-  gdk_pixbuf_fill(pb, 0x20A040FF);
-  return encoded(pb, "jpeg");
 }
 
 // A page of everything: plain, wrapped, aligned, turned, underlined and clipped texts with
@@ -130,7 +114,7 @@ doc::Page everything() {
   }
   doc::Picture jpeg;
   jpeg.box = {5000, 5600, 1200, 900};
-  jpeg.data = greenJpeg();
+  jpeg.data = solidPicture(8, 6, 0x20A040FF, "jpeg");
   add(jpeg);
   doc::Path fig;
   fig.box = {7000, 5600, 2000, 1500};
@@ -146,7 +130,7 @@ doc::Page everything() {
 
 // `pdf` rasterized by poppler at 50 dpi: a grid of 10-pixel tiles, each holding the ink of each
 // colour channel (255 less its value, summed).
-std::vector<std::array<long, 3>> inkTiles(const TempDir& dir, const std::string& pdf, int& cols) {
+std::vector<std::array<long, 3>> inkTiles(const std::string& pdf, int& cols) {
   const std::string png = pdf + ".png";
   EXPECT_EQ(run("pdftoppm -r 50 -png -singlefile '" + pdf + "' '" + pdf + "'").status, 0);
   PngImage img(png);
@@ -161,7 +145,6 @@ std::vector<std::array<long, 3>> inkTiles(const TempDir& dir, const std::string&
       for (int k = 0; k < 3; ++k)
         t[static_cast<std::size_t>(k)] += 255 - ((c >> (16 - 8 * k)) & 0xFF);
     }
-  (void)dir;
   return tiles;
 }
 
@@ -187,8 +170,8 @@ TEST(PdfWriter, PagesLookAsCairoDrawsThem) {
     ASSERT_EQ(run("pdfseparate" + range + "'" + own + "' '" + (dir / "o%d.pdf") + "'").status, 0);
     ASSERT_EQ(run("pdfseparate" + range + "'" + cairo + "' '" + (dir / "c%d.pdf") + "'").status, 0);
     int cols = 0, cairoCols = 0;
-    const auto a = inkTiles(dir, dir / ("o" + std::to_string(page) + ".pdf"), cols);
-    const auto b = inkTiles(dir, dir / ("c" + std::to_string(page) + ".pdf"), cairoCols);
+    const auto a = inkTiles(dir / ("o" + std::to_string(page) + ".pdf"), cols);
+    const auto b = inkTiles(dir / ("c" + std::to_string(page) + ".pdf"), cairoCols);
     ASSERT_EQ(cols, cairoCols);
     ASSERT_EQ(a.size(), b.size());
     // Each tile's ink within a fifth (and a little, for edges a fraction of a pixel apart).
@@ -231,8 +214,15 @@ TEST(PdfWriter, TextExtractsAsWritten) {
   box.box = {400, y, 4000, 300};
   box.caption = "Invité à la réception";
   p.items.push_back(item(box));
+  doc::RichText rich;
+  rich.box = {400, y + 400, 6000, 2000};
+  rich.rtf = R"({\rtf1\ansi\deff0{\fonttbl{\f0 Arial;}{\f1 Times New Roman;}})"
+             R"(\qc\f1\b\fs32 Dear Zo\'eb \par\pard\f0\b0\i\fs20 R\u233?sum\u233? \u8364?\par})";
+  p.items.push_back(item(rich));
   doc::Document d;
-  d.pages = {p};
+  d.pages = {p, doc::Page{}};
+  d.pages[1].landscape = true;
+  std::swap(d.pages[1].width, d.pages[1].height);
   d.title = "Zoë's «guest» list (draft)";
   const std::string own = writeWith(false, d, dir / "own.pdf");
   auto out = run("pdftotext -raw '" + own + "' -");
@@ -254,20 +244,26 @@ TEST(PdfWriter, TextExtractsAsWritten) {
     g_free(b);
   }
   EXPECT_THAT(out.out, HasSubstr("Invité à la réception"));
-  auto info = run("pdfinfo '" + own + "'");
+  EXPECT_THAT(out.out, HasSubstr("Dear Zoë"));
+  EXPECT_THAT(out.out, HasSubstr("Résumé €"));
+  // Rich text keeps its fonts: Times New Roman bold, Arial italic.
+  const auto fonts = run("pdffonts '" + own + "'").out;
+  EXPECT_THAT(fonts, HasSubstr("LiberationSerif-Bold"));
+  EXPECT_THAT(fonts, HasSubstr("LiberationSans-Italic"));
+  // The title and maker, and each page in its own size: the landscape one 792 x 612 points.
+  auto info = run("pdfinfo -f 1 -l 2 '" + own + "'");
   EXPECT_THAT(info.out, HasSubstr("Zoë's «guest» list (draft)"));
+  EXPECT_THAT(info.out, ContainsRegex("Creator: +Galvix Reports"));
+  EXPECT_THAT(info.out, ContainsRegex("Page +1 size: +612 x 792"));
+  EXPECT_THAT(info.out, ContainsRegex("Page +2 size: +792 x 612"));
 }
 
 // A character no installed font has still prints, as a box.
 TEST(PdfWriter, CharacterNoFontHasPrintsAsABox) {
   TempDir dir;
-  doc::Document d;
-  doc::Page p;
-  p.width = p.height = 2880;
-  p.items.push_back(item(text({200, 200, 2000, 400}, "\uE000", {"Arial", 20})));
-  d.pages = {p};
+  const doc::Document d = onePage({item(text({200, 200, 2000, 400}, "\uE000", {"Arial", 20}))});
   int cols = 0;
-  const auto tiles = inkTiles(dir, writeWith(false, d, dir / "own.pdf"), cols);
+  const auto tiles = inkTiles(writeWith(false, d, dir / "own.pdf"), cols);
   long ink = 0;
   for (const auto& t : tiles) ink += t[0];
   EXPECT_GT(ink, 2000);
@@ -286,9 +282,12 @@ TEST(PdfWriter, EachFaceEmbeddedOnceAsASubset) {
   std::istringstream lines(fonts.out);
   std::string line;
   std::vector<std::string> names;
-  for (int i = 0; std::getline(lines, line); ++i)
-    if (i >= 2)
-      names.push_back(line.substr(line.find('+') + 1, line.find(' ') - line.find('+') - 1));
+  for (int i = 0; std::getline(lines, line); ++i) {
+    if (i < 2) continue;  // heading and rule
+    EXPECT_THAT(line, ContainsRegex("^[A-Z]{6}\\+")) << "not a subset: " << line;
+    EXPECT_THAT(line, ContainsRegex("yes yes")) << "not embedded: " << line;
+    names.push_back(line.substr(line.find('+') + 1, line.find(' ') - line.find('+') - 1));
+  }
   std::vector<std::string> unique = names;
   std::sort(unique.begin(), unique.end());
   unique.erase(std::unique(unique.begin(), unique.end()), unique.end());

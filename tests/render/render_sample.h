@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "galvix/document.h"
 
@@ -22,6 +23,19 @@ inline doc::Item item(auto content, std::string section = "Detail") {
   i.content = std::move(content);
   i.section = std::move(section);
   return i;
+}
+
+// A document of one page holding `items`.
+inline doc::Document onePage(std::vector<doc::Item> items, std::int32_t w = 2880,
+                             std::int32_t h = 2880) {
+  doc::Document d;
+  d.title = "Test";
+  doc::Page p;
+  p.width = w;
+  p.height = h;
+  p.items = std::move(items);
+  d.pages.push_back(std::move(p));
+  return d;
 }
 
 // A letter page with a title, column heads, `rows` detail rows of six columns, rules and a footer.

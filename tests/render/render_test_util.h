@@ -1,12 +1,18 @@
 #pragma once
 
 #include <cairo.h>
+#include <gdk-pixbuf/gdk-pixbuf.h>
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <memory>
 #include <string>
+#include <vector>
+
+#include "render/render.h"
 
 namespace galvix::render::testing {
 
@@ -25,6 +31,30 @@ inline CommandResult run(const std::string& cmd) {
   while ((n = std::fread(buf.data(), 1, buf.size(), p)) > 0) r.out.append(buf.data(), n);
   r.status = pclose(p);
   return r;
+}
+
+inline std::string slurp(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+// `pb` encoded as `type` (and released).
+inline std::shared_ptr<std::vector<std::uint8_t>> encoded(GdkPixbuf* pb, const char* type) {
+  gchar* buf = nullptr;
+  gsize len = 0;
+  EXPECT_TRUE(gdk_pixbuf_save_to_buffer(pb, &buf, &len, type, nullptr, nullptr)) << type;
+  g_object_unref(pb);
+  auto data = std::make_shared<std::vector<std::uint8_t>>(buf, buf + len);
+  g_free(buf);
+  return data;
+}
+
+// A `w` x `h` picture of one colour (0xRRGGBBAA) encoded as `type`.
+inline std::shared_ptr<std::vector<std::uint8_t>> solidPicture(int w, int h, guint32 rgba,
+                                                               const char* type) {
+  GdkPixbuf* pb = gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, w, h);
+  gdk_pixbuf_fill(pb, rgba);
+  return encoded(pb, type);
 }
 
 // A fresh folder per test, removed afterwards.
@@ -46,6 +76,13 @@ class TempDir {
  private:
   std::filesystem::path path_;
 };
+
+// Pages rendered at 72 dpi, where one pixel is 20 twips: the first one's file.
+inline std::string renderPng(const TempDir& dir, const doc::Document& d) {
+  auto paths = writePng(d, dir / "page", 72);
+  EXPECT_EQ(paths.size(), d.pages.size());
+  return paths.front();
+}
 
 // Pixels of a PNG file, read through cairo.
 class PngImage {

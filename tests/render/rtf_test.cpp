@@ -66,31 +66,27 @@ TEST(Rtf, MergedTextWithParBreaksAndRawCharacters) {
   EXPECT_EQ(readRtf("{\\rtf1 caf\xe9 \x93ok\x94}").plainText(), "café “ok”");
 }
 
-TEST(Rtf, UnicodeEscapes) {
-  EXPECT_EQ(readRtf(R"({\rtf1\uc1\u-3913?\u946?\uc2\u8364\'80\'80 end})").plainText(),
-            "\xEF\x82\xB7"
-            "β€ end");
-  EXPECT_EQ(readRtf(R"({\rtf1 \u-10179?\u-8704? x})").plainText(), "\xF0\x9F\x98\x80 x");
-  EXPECT_EQ(readRtf(R"({\rtf1 a\~b\{c\}\\d\emdash\line e\tab f})").plainText(),
-            "a\xC2\xA0"
-            "b{c}\\d\xE2\x80\x94\xE2\x80\xA8"
-            "e\tf");
-}
-
-TEST(Rtf, SkipsDestinationsAndUnknownWords) {
-  RtfDocument d = readRtf(
-      R"({\rtf1{\info{\title Secret}{\author Me}}{\stylesheet{\s0 Normal;}}{\*\unknowndest hidden})"
-      R"({\pict\wmetafile8 0102abcd}\foo12\barbaz Visible {\field{\*\fldinst HYPERLINK "x"}{\fldrslt link}}})");
-  EXPECT_EQ(d.plainText(), "Visible link");
-}
-
-TEST(Rtf, PlainTextAndDamagedInput) {
-  EXPECT_EQ(readRtf("line one\r\nline two\rthree\n").plainText(), "line one\nline two\nthree\n");
-  // Missing and surplus braces, truncated escapes, huge numbers: read what can be read.
-  EXPECT_EQ(readRtf(R"({\rtf1 {\b bold} tail}}} more)").plainText(), "bold tail more");
-  EXPECT_EQ(readRtf(R"({\rtf1 unclosed {\i group)").plainText(), "unclosed group");
-  EXPECT_EQ(readRtf(R"({\rtf1 x\'4)").plainText(), "x\x04");
-  EXPECT_EQ(readRtf(R"({\rtf1 \fs99999999999999 big\li-99999999999 \)").plainText(), "big");
+// Escapes, skipped destinations and unknown words, plain text, and damaged input: read what can
+// be read.
+TEST(Rtf, PlainTextOfEscapesDestinationsAndDamagedInput) {
+  const std::pair<std::string, std::string> cases[] = {
+      {R"({\rtf1\uc1\u-3913?\u946?\uc2\u8364\'80\'80 end})",
+       "\xEF\x82\xB7"
+       "β€ end"},
+      {R"({\rtf1 \u-10179?\u-8704? x})", "\xF0\x9F\x98\x80 x"},
+      {R"({\rtf1 a\~b\{c\}\\d\emdash\line e\tab f})",
+       "a\xC2\xA0"
+       "b{c}\\d\xE2\x80\x94\xE2\x80\xA8"
+       "e\tf"},
+      {R"({\rtf1{\info{\title Secret}{\author Me}}{\stylesheet{\s0 Normal;}}{\*\unknowndest hidden})"
+       R"({\pict\wmetafile8 0102abcd}\foo12\barbaz Visible {\field{\*\fldinst HYPERLINK "x"}{\fldrslt link}}})",
+       "Visible link"},
+      {"line one\r\nline two\rthree\n", "line one\nline two\nthree\n"},
+      {R"({\rtf1 {\b bold} tail}}} more)", "bold tail more"},
+      {R"({\rtf1 unclosed {\i group)", "unclosed group"},
+      {R"({\rtf1 x\'4)", "x\x04"},
+      {R"({\rtf1 \fs99999999999999 big\li-99999999999 \)", "big"}};
+  for (const auto& [rtf, text] : cases) EXPECT_EQ(readRtf(rtf).plainText(), text) << rtf;
   EXPECT_NO_THROW(readRtf(std::string(100000, '{') + "{\\rtf1 deep"));
   EXPECT_NO_THROW(readRtf("{\\rtf1 \\bin999999 ab"));
 }
