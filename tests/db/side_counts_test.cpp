@@ -1,6 +1,5 @@
 // Counts a run asks once per row, answered from one grouped query: the same answers as each
 // count run on its own, whatever the data, and only for the shapes where that holds.
-#include <unistd.h>
 
 #include <filesystem>
 
@@ -8,6 +7,7 @@
 
 #include "data/fixture.h"
 #include "db/connection.h"
+#include "db/db_test_util.h"
 #include "db/side_counts.h"
 #include "db/sqlite_util.h"
 
@@ -22,9 +22,7 @@ const std::string kGuestCount =
 
 class SideCountsTest : public ::testing::Test {
  protected:
-  SideCountsTest()
-      : dir_(fs::temp_directory_path() / ("galvix_side_" + std::to_string(::getpid()))),
-        f_((fs::create_directories(dir_), dir_ / "e.db").string()) {
+  SideCountsTest() : dir_(testing::scratch("side")), f_((dir_ / "e.db").string()) {
     f_.exec("BEGIN");
     const long e = f_.event();
     parties_ = {f_.party(e), f_.party(e)};

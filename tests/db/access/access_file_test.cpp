@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -15,6 +13,7 @@
 #include "db/access/access_backend.h"
 #include "db/access/samples.h"
 #include "db/connection.h"
+#include "db/db_test_util.h"
 
 namespace galvix::db::access {
 namespace {
@@ -288,8 +287,7 @@ TEST(AccessFiles, EachRunHasItsOwnCopyForItsWorkTables) {
 
 TEST(AccessFiles, AChangedFileIsLoadedAgain) {
   SAMPLE(path, "testV1997.mdb");
-  fs::path copy =
-      fs::temp_directory_path() / ("galvix_access_cache_" + std::to_string(::getpid()) + ".mdb");
+  const fs::path copy = testing::scratch("access_cache", "copy.mdb");
   fs::copy_file(path, copy, fs::copy_options::overwrite_existing);
   auto before = open(copy.string());
   EXPECT_EQ(open(copy.string()).get(), before.get());
@@ -297,7 +295,7 @@ TEST(AccessFiles, AChangedFileIsLoadedAgain) {
   auto after = open(copy.string());
   EXPECT_NE(after.get(), before.get());
   EXPECT_EQ(count(after.get(), "SELECT count(*) FROM Table1"), 2);
-  fs::remove(copy);
+  fs::remove_all(copy.parent_path());
 }
 
 }  // namespace

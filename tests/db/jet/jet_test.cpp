@@ -2,13 +2,13 @@
 // databases through the same connections the reports use.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 
 #include "data/fixture.h"
 #include "db/connection.h"
 #include "db/connection_impl.h"
+#include "db/db_test_util.h"
 #include "db/jet/rows.h"
 #include "runtime/regional.h"
 
@@ -20,15 +20,12 @@ namespace fs = std::filesystem;
 class Jet : public ::testing::Test {
  protected:
   void SetUp() override {
-    path_ = (fs::temp_directory_path() /
-             ("galvix_jet_" + std::to_string(::getpid()) + "_" +
-              ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".db"))
-                .string();
+    path_ = testing::testDb("jet");
     f_ = std::make_unique<data::Fixture>(path_);
   }
   void TearDown() override {
     f_.reset();
-    fs::remove(path_);
+    fs::remove_all(fs::path(path_).parent_path());
   }
   data::Fixture& f() { return *f_; }
 

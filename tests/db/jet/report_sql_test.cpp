@@ -2,7 +2,6 @@
 // whose rows are chosen so each statement's answer is known.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -11,6 +10,7 @@
 
 #include "data/fixture.h"
 #include "db/connection.h"
+#include "db/db_test_util.h"
 #include "db/jet/rows.h"
 
 namespace galvix::db {
@@ -32,10 +32,7 @@ std::string statement(const std::string& name) {
 class ReportSql : public ::testing::Test {
  protected:
   void SetUp() override {
-    path_ = (fs::temp_directory_path() /
-             ("galvix_jetsql_" + std::to_string(::getpid()) + "_" +
-              ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".db"))
-                .string();
+    path_ = testing::testDb("jetsql");
     f_ = std::make_unique<data::Fixture>(path_);
     build();
     c_.open(f_->connectionString());
@@ -43,7 +40,7 @@ class ReportSql : public ::testing::Test {
   void TearDown() override {
     c_.close();
     f_.reset();
-    fs::remove(path_);
+    fs::remove_all(fs::path(path_).parent_path());
   }
 
   // Two parties, two guest groups (one with three people), tables, a room plan, vendors with
