@@ -83,14 +83,11 @@ TEST_F(ShapeCache, LiteralsInConditionsShareOneShapeAndAreBound) {
 TEST_F(ShapeCache, LiteralsThatShapeTheTranslationDoNotShare) {
   const std::pair<std::string, std::string> apart[] = {
       {"SELECT TOP 5 GuestID FROM GuestNames", "SELECT TOP 6 GuestID FROM GuestNames"},
-      {"SELECT GuestID, GLName FROM GuestNames ORDER BY 1",
-       "SELECT GuestID, GLName FROM GuestNames ORDER BY 2"},
       {"SELECT GuestID, GLName FROM GuestNames UNION SELECT GroupID, Label FROM GroupIDs ORDER BY "
        "1",
        "SELECT GuestID, GLName FROM GuestNames UNION SELECT GroupID, Label FROM GroupIDs ORDER BY "
        "2"},
       {"SELECT 1 AS One, GuestID FROM GuestNames", "SELECT 2 AS One, GuestID FROM GuestNames"},
-      {"SELECT 'a' AS Tag FROM GuestNames", "SELECT 'b' AS Tag FROM GuestNames"},
       {"SELECT Format(GroupID, '0.0') AS F FROM GuestNames",
        "SELECT Format(GroupID, '0.00') AS F FROM GuestNames"},
       {"SELECT PartyID FROM Parties WHERE Parties.Date = #1/2/2024#",
@@ -109,8 +106,6 @@ TEST_F(ShapeCache, LiteralsThatShapeTheTranslationDoNotShare) {
       // Names are written as they stand, so their case is part of the shape.
       {"SELECT Count(0) AS n FROM Invitees WHERE PartyID = 0",
        "SELECT Count(0) AS n FROM InviteeS WHERE PartyID = 1"},
-      {"SELECT GuestID AS Num FROM GuestNames WHERE GroupID = 1",
-       "SELECT GuestID AS NUM FROM GuestNames WHERE GroupID = 2"},
       // A sign is a token of its own: -1 and 1 are different shapes.
       {"SELECT GuestID FROM GuestNames WHERE GroupID = -1",
        "SELECT GuestID FROM GuestNames WHERE GroupID = 1"},
@@ -118,7 +113,7 @@ TEST_F(ShapeCache, LiteralsThatShapeTheTranslationDoNotShare) {
   for (const auto& [a, b] : apart) EXPECT_FALSE(shared(a, b)) << a << "\n" << b;
   // The kinds really do translate differently.
   jet::Translator fresh(db_);
-  EXPECT_NE(fresh.translate(apart[8].first).sql, fresh.translate(apart[8].second).sql);
+  EXPECT_NE(fresh.translate(apart[6].first).sql, fresh.translate(apart[6].second).sql);
 }
 
 // The seeds hold the reports' statements (ids 1) and the dialect's corners.
