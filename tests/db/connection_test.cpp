@@ -195,13 +195,8 @@ TEST_F(Db, WorkTablesAreMadeDroppedAndRefusedWhenPresent) {
   long v = f.vendor({.company = "Blooms"});
   f.assignment(e, f.expenseCategory("Flowers"), v);
   open();
-#if __has_include("db/jet/translator.h")
-  const char* make =
-      "SELECT VendorID, CompanyName INTO VENDOR_SUMMARY FROM Vendors ORDER BY CompanyName";
-#else
-  const char* make = "CREATE TABLE VENDOR_SUMMARY AS SELECT VendorID, CompanyName FROM Vendors";
-#endif
-  Command cmd(conn, make);
+  Command cmd(conn,
+              "SELECT VendorID, CompanyName INTO VENDOR_SUMMARY FROM Vendors ORDER BY CompanyName");
   cmd.execute();
   DbError exists = errorOf([&] { cmd.execute(); });
   EXPECT_EQ(exists.number(), kErrSyntax);
