@@ -82,12 +82,8 @@ TEST_F(Damaged, HeaderChecksNameWhatIsWrong) {
 
   // Through a connection the error is the same, and no copy is cached.
   Connection conn;
-  try {
-    conn.open(dir_.string() + "/odd.mdb");
-    FAIL() << "a damaged file opened";
-  } catch (const DbError& e) {
-    EXPECT_EQ(e.number(), kErrConnection);
-  }
+  EXPECT_EQ(testing::errorOf([&] { conn.open(dir_.string() + "/odd.mdb"); }).number(),
+            kErrConnection);
   EXPECT_FALSE(conn.isOpen());
   EXPECT_TRUE(loadInfo(dir_.string() + "/odd.mdb").tables.empty());
 }

@@ -15,6 +15,7 @@
 namespace galvix::db {
 namespace {
 using ::testing::ElementsAre;
+using testing::errorOf;
 namespace fs = std::filesystem;
 
 class Jet : public ::testing::Test {
@@ -137,16 +138,12 @@ TEST_F(Jet, AnAliasThatNeedsItselfIsACircularReference) {
   for (const char* sql :
        {"SELECT [Price]/100 AS Price FROM Items", "SELECT Sum(Qty) AS Qty FROM Items",
         "SELECT Price + Qty AS C, C * 2 AS D, D - 1 AS Price FROM Items"}) {
-    try {
-      rows(sql);
-      ADD_FAILURE() << sql;
-    } catch (const DbError& err) {
-      EXPECT_EQ(err.number(), kErrSyntax) << sql;
-      EXPECT_THAT(err.description(),
-                  ::testing::MatchesRegex("Circular reference caused by alias '[A-Za-z]+' in "
-                                          "query definition's SELECT list\\."))
-          << sql;
-    }
+    const DbError err = errorOf([&] { rows(sql); });
+    EXPECT_EQ(err.number(), kErrSyntax) << sql;
+    EXPECT_THAT(err.description(),
+                ::testing::MatchesRegex("Circular reference caused by alias '[A-Za-z]+' in "
+                                        "query definition's SELECT list\\."))
+        << sql;
   }
   EXPECT_THAT(rows("SELECT Items.Price/100 AS Price, [Items.Qty] AS Qty FROM Items"),
               ElementsAre("2.5|2"));
@@ -188,13 +185,9 @@ TEST_F(Jet, JoinConditionsOnOneTableMustBelongToTheJoin) {
       "SELECT Parties.PartyID FROM SubEvents INNER JOIN (Parties INNER JOIN Invitees ON "
       "Parties.PartyID = Invitees.PartyID) ON SubEvents.SubEventID = Parties.SubEventID  and "
       "Invitees.Attending=True Order By Parties.PartyID";
-  try {
-    rows(stray);
-    ADD_FAILURE();
-  } catch (const DbError& err) {
-    EXPECT_EQ(err.description(), "JOIN expression not supported.");
-    EXPECT_EQ(err.position(), static_cast<int>(stray.find("Invitees.Attending")) + 18);
-  }
+  const DbError err = errorOf([&] { rows(stray); });
+  EXPECT_EQ(err.description(), "JOIN expression not supported.");
+  EXPECT_EQ(err.position(), static_cast<int>(stray.find("Invitees.Attending")) + 18);
 }
 
 // A RIGHT JOIN goes to SQLite as the LEFT JOIN it equals (the planner serves that far better):
@@ -229,44 +222,27 @@ TEST_F(Jet, RightJoinsKeepEveryRowOfTheirRightSideAndTheirColumnOrder) {
 }
 
 TEST_F(Jet, ErrorsNameThePositionAndWhatIsWrong) {
-  try {
-    rows("SELECT Label FROM GroupIDs WHERE Label = = 'x'");
-    FAIL();
-  } catch (const DbError& e) {
-    EXPECT_EQ(e.number(), kErrSyntax);
-    EXPECT_EQ(e.position(), 41);
-    EXPECT_THAT(e.description(), ::testing::HasSubstr("'='"));
-  }
+  const DbError syntax = errorOf([&] { rows("SELECT Label FROM GroupIDs WHERE Label = = 'x'"); });
+  EXPECT_EQ(syntax.number(), kErrSyntax);
+  EXPECT_EQ(syntax.position(), 41);
+  EXPECT_THAT(syntax.description(), ::testing::HasSubstr("'='"));
   // Unknown names are named, with the statement as written.
   for (auto [sql, number, name] :
        {std::tuple{"SELECT GroupIDs.NoSuch FROM GroupIDs", kErrNoSuchColumn, "GroupIDs.NoSuch"},
         {"SELECT Label FROM GroupIDs WHERE Lable = 'x'", kErrNoSuchColumn, "Lable"},
         {"SELECT Label FROM NoSuchTable", kErrNoSuchObject, "NoSuchTable"}}) {
-    try {
-      rows(sql);
-      ADD_FAILURE() << sql;
-    } catch (const DbError& e) {
-      EXPECT_EQ(e.number(), number) << sql;
-      EXPECT_THAT(e.description(), ::testing::HasSubstr("'" + std::string(name) + "'"));
-      EXPECT_EQ(e.sqlWritten(), sql);
-    }
+    const DbError e = errorOf([&] { rows(sql); });
+    EXPECT_EQ(e.number(), number) << sql;
+    EXPECT_THAT(e.description(), ::testing::HasSubstr("'" + std::string(name) + "'"));
+    EXPECT_EQ(e.sqlWritten(), sql);
   }
   // Dividing by zero is an error whichever operator divides; Null still gives Null.
-  for (const char* sql : {"SELECT 7 / 0", "SELECT 7 \\ 0", "SELECT 7 Mod 0"}) {
-    try {
-      rows(sql);
-      ADD_FAILURE() << sql;
-    } catch (const DbError& e) {
-      EXPECT_THAT(e.description(), ::testing::HasSubstr("division by zero")) << sql;
-    }
-  }
+  for (const char* sql : {"SELECT 7 / 0", "SELECT 7 \\ 0", "SELECT 7 Mod 0"})
+    EXPECT_THAT(errorOf([&] { rows(sql); }).description(), ::testing::HasSubstr("division by zero"))
+        << sql;
   EXPECT_THAT(rows("SELECT 7 / 2 & '|' & (Null / 0)"), ElementsAre("3.5|"));
-  try {
-    rows("SELECT Frob(Label) FROM GroupIDs");
-    ADD_FAILURE();
-  } catch (const DbError& e) {
-    EXPECT_EQ(e.description(), "Undefined function 'Frob' in expression.");
-  }
+  EXPECT_EQ(errorOf([&] { rows("SELECT Frob(Label) FROM GroupIDs"); }).description(),
+            "Undefined function 'Frob' in expression.");
   // Long chains are refused before anything recurses through them; sensible ones pass.
   std::string chain = "SELECT 1", joins = "SELECT 1 FROM GroupIDs";
   for (int i = 0; i < 5000; ++i) chain += " + 1";
