@@ -120,19 +120,8 @@ class ReportSql : public ::testing::Test {
     return rowsOf(c_, text, names);
   }
   // The named columns of every row, as "a|b".
-  std::vector<std::string> columns(const std::string& text, std::vector<std::string> cols) {
-    Recordset rs;
-    rs.open(text, c_);
-    std::vector<std::string> out;
-    for (; !rs.EOF_(); rs.moveNext()) {
-      std::string r;
-      for (size_t i = 0; i < cols.size(); ++i) {
-        Variant v = rs.value(cols[i]);
-        r += (i ? "|" : "") + (v.isNull() ? std::string("<null>") : v.toString());
-      }
-      out.push_back(r);
-    }
-    return out;
+  std::vector<std::string> columns(const std::string& text, const std::vector<std::string>& cols) {
+    return rowsOf(c_, text, nullptr, &cols);
   }
   std::vector<std::string> column(const std::string& text, const std::string& col) {
     return columns(text, {col});
