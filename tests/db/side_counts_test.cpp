@@ -1,6 +1,5 @@
 // Counts a run asks once per row, answered from one grouped query: the same answers as each
 // count run on its own, whatever the data, and only for the shapes where that holds.
-#include <unistd.h>
 
 #include <filesystem>
 
@@ -8,6 +7,7 @@
 
 #include "data/fixture.h"
 #include "db/connection.h"
+#include "db/db_test_util.h"
 #include "db/side_counts.h"
 #include "db/sqlite_util.h"
 
@@ -22,9 +22,7 @@ const std::string kGuestCount =
 
 class SideCountsTest : public ::testing::Test {
  protected:
-  SideCountsTest()
-      : dir_(fs::temp_directory_path() / ("galvix_side_" + std::to_string(::getpid()))),
-        f_((fs::create_directories(dir_), dir_ / "e.db").string()) {
+  SideCountsTest() : dir_(testing::scratch("side")), f_((dir_ / "e.db").string()) {
     f_.exec("BEGIN");
     const long e = f_.event();
     parties_ = {f_.party(e), f_.party(e)};
@@ -65,11 +63,16 @@ class SideCountsTest : public ::testing::Test {
     return v;
   }
 
-  // Every statement made by `make(group, party)` for every group (and one that does not exist)
-  // and party, run in a run (grouped where it can be) and outside one (each on its own): the
-  // answers in a run, which must be those outside it.
-  std::vector<std::string> compare(const std::function<std::string(long, long)>& make,
-                                   std::size_t* grouped = nullptr) {
+  // `shape` with {g} and {p} filled in for every group (and one that does not exist) and party,
+  // run in a run (grouped where it can be) and outside one (each on its own): the answers in a
+  // run, which must be those outside it.
+  std::vector<std::string> compare(const std::string& shape, std::size_t* grouped = nullptr) {
+    auto make = [&](long g, long p) {
+      std::string s = shape;
+      s.replace(s.find("{g}"), 3, std::to_string(g));
+      s.replace(s.find("{p}"), 3, std::to_string(p));
+      return s;
+    };
     Connection alone;
     alone.open(f_.connectionString());
     std::vector<std::string> out;
@@ -103,32 +106,25 @@ std::string id(long n) {
 }
 
 TEST_F(SideCountsTest, TheReportsCountsAreGroupedAndAnswerAsEachRunAlone) {
-  const std::function<std::string(long, long)> shapes[] = {
-      [](long g, long p) { return kGuestCount + id(g) + " and PartyID = " + id(p); },
-      [](long g, long p) {
-        return "Select Count(*) as NumRSVPd from GuestNames INNER JOIN Invitees ON "
-               "GuestNames.GuestID = Invitees.GuestID where GroupID = " +
-               id(g) + " and PartyID = " + id(p) + " and Attending = True";
-      },
-      [](long g, long p) {
-        return "SELECT Count(Invitees.Attending) AS CountOfAttending FROM GuestNames INNER JOIN "
-               "Invitees ON GuestNames.GuestID = Invitees.GuestID WHERE "
-               "(((Invitees.Attending)=True) AND ((Invitees.PartyID)= " +
-               id(p) + ") AND ((GuestNames.GroupID)= " + id(g) + "))";
-      },
+  const std::string join =
+      " from GuestNames INNER JOIN Invitees ON GuestNames.GuestID = "
+      "Invitees.GuestID where GroupID = {g} and PartyID = {p}";
+  const std::string shapes[] = {
+      kGuestCount + "{g} and PartyID = {p}",
+      "Select Count(*) as NumRSVPd" + join + " and Attending = True",
+      "SELECT Count(Invitees.Attending) AS CountOfAttending FROM GuestNames INNER JOIN Invitees "
+      "ON GuestNames.GuestID = Invitees.GuestID WHERE (((Invitees.Attending)=True) AND "
+      "((Invitees.PartyID)= {p}) AND ((GuestNames.GroupID)= {g}))",
       // A term with a literal of its own, and the key written first.
-      [](long g, long p) {
-        return "SELECT DISTINCTROW Count(Invitees.Attending) AS NumAdults FROM GuestNames INNER "
-               "JOIN Invitees ON GuestNames.GuestID = Invitees.GuestID WHERE " +
-               id(p) +
-               " = Invitees.PartyID AND GuestNames.Type < 2 AND GuestNames.GroupID = " + id(g);
-      },
+      "SELECT DISTINCTROW Count(Invitees.Attending) AS NumAdults FROM GuestNames INNER JOIN "
+      "Invitees ON GuestNames.GuestID = Invitees.GuestID WHERE {p} = Invitees.PartyID AND "
+      "GuestNames.Type < 2 AND GuestNames.GroupID = {g}",
   };
-  for (const auto& make : shapes) {
+  for (const auto& shape : shapes) {
     std::size_t grouped = 0;
-    std::vector<std::string> counts = compare(make, &grouped);
+    std::vector<std::string> counts = compare(shape, &grouped);
     // All but the first counts of a shape come from the grouped query.
-    EXPECT_GE(grouped, counts.size() - 3) << make(1, 2);
+    EXPECT_GE(grouped, counts.size() - 3) << shape;
     EXPECT_EQ(counts.back(), "0");
   }
   // The stray rows count where their group is not asked for: nowhere.
@@ -138,43 +134,26 @@ TEST_F(SideCountsTest, TheReportsCountsAreGroupedAndAnswerAsEachRunAlone) {
 }
 
 TEST_F(SideCountsTest, OtherShapesRunOnTheirOwn) {
-  const std::function<std::string(long, long)> shapes[] = {
-      [](long g, long p) {
-        return "Select Count(1) as N from GuestNames LEFT JOIN Invitees ON GuestNames.GuestID = "
-               "Invitees.GuestID where GroupID = " +
-               id(g) + " and PartyID = " + id(p);
-      },
-      [](long g, long p) { return kGuestCount + id(g) + " or PartyID = " + id(p); },
-      [](long g, long p) {
-        return kGuestCount + id(g) + " and PartyID = " + id(p) + " and Len(GLName) > 0";
-      },
-      [](long g, long p) { return kGuestCount + id(g) + " and PartyID = " + id(p) + " / 1"; },
-      [](long g, long p) {
-        return "Select Sum(Invitees.PartyID) as N from Invitees INNER JOIN GuestNames ON "
-               "GuestNames.GuestID = Invitees.GuestID where GroupID = " +
-               id(g) + " and PartyID = " + id(p);
-      },
-      [](long g, long p) {
-        return "Select TOP 1 Count(1) as N from Invitees INNER JOIN GuestNames ON "
-               "GuestNames.GuestID = Invitees.GuestID where GroupID = " +
-               id(g) + " and PartyID = " + id(p);
-      },
-      [](long g, long p) {
-        return "Select Count(1) as N from Invitees INNER JOIN GuestNames ON GuestNames.GuestID = "
-               "Invitees.GuestID where GroupID = " +
-               id(g) + " and PartyID = " + id(p) + " GROUP BY GuestNames.Type";
-      },
+  const std::string join =
+      " from Invitees INNER JOIN GuestNames ON GuestNames.GuestID = "
+      "Invitees.GuestID where GroupID = {g} and PartyID = {p}";
+  const std::string shapes[] = {
+      "Select Count(1) as N from GuestNames LEFT JOIN Invitees ON GuestNames.GuestID = "
+      "Invitees.GuestID where GroupID = {g} and PartyID = {p}",
+      kGuestCount + "{g} or PartyID = {p}",
+      kGuestCount + "{g} and PartyID = {p} and Len(GLName) > 0",
+      kGuestCount + "{g} and PartyID = {p} / 1",
+      "Select Sum(Invitees.PartyID) as N" + join,
+      "Select TOP 1 Count(1) as N" + join,
+      "Select Count(1) as N" + join + " GROUP BY GuestNames.Type",
       // A text column compared with a number is not a key.
-      [](long g, long p) {
-        return "Select Count(1) as N from Invitees INNER JOIN GuestNames ON GuestNames.GuestID = "
-               "Invitees.GuestID where GLName = " +
-               id(g) + " and PartyID = " + id(p) + ".5";
-      },
+      "Select Count(1) as N from Invitees INNER JOIN GuestNames ON GuestNames.GuestID = "
+      "Invitees.GuestID where GLName = {g} and PartyID = {p}.5",
   };
-  for (const auto& make : shapes) {
+  for (const auto& shape : shapes) {
     std::size_t grouped = 1;
-    compare(make, &grouped);
-    EXPECT_EQ(grouped, 0u) << make(1, 2);
+    compare(shape, &grouped);
+    EXPECT_EQ(grouped, 0u) << shape;
   }
 }
 

@@ -1,14 +1,12 @@
 // galvix import, run as a user runs it. Skipped when the command or the samples are absent.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 
 #include "db/access/samples.h"
 #include "db/connection.h"
+#include "db/db_test_util.h"
 
 namespace galvix::db {
 namespace {
@@ -22,20 +20,16 @@ class CliImport : public ::testing::Test {
     if (!fs::exists(exe_)) GTEST_SKIP() << "galvix is not built";
     sample_ = galvix::testing::accessSamples() / "Northwind_jet4.mdb";
     if (!fs::exists(sample_)) GALVIX_MISSING_ACCESS_SAMPLE(sample_.string());
-    dir_ = fs::temp_directory_path() / ("galvix_import_" + std::to_string(::getpid()));
-    fs::create_directories(dir_);
+    dir_ = testing::scratch("import");
   }
   void TearDown() override {
     if (!dir_.empty()) fs::remove_all(dir_);
   }
   int run(const fs::path& source, const fs::path& target, std::string& out) {
-    std::string cmd =
-        exe_.string() + " import --force '" + source.string() + "' '" + target.string() + "' 2>&1";
-    FILE* p = popen(cmd.c_str(), "r");
-    char buf[4096];
-    for (std::size_t n; (n = fread(buf, 1, sizeof buf, p)) > 0;) out.append(buf, n);
-    int st = pclose(p);
-    return WIFEXITED(st) ? WEXITSTATUS(st) : -1;
+    auto r = testing::runCommand(exe_.string() + " import --force '" + source.string() + "' '" +
+                                 target.string() + "' 2>&1");
+    out += r.out;
+    return r.status;
   }
   fs::path exe_, sample_, dir_;
 };

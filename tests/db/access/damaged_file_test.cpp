@@ -1,6 +1,5 @@
 // Damaged files: every one ends in an error that names the file, never a crash or a hang.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdint>
@@ -13,6 +12,7 @@
 #include "db/access/access_backend.h"
 #include "db/access/samples.h"
 #include "db/connection.h"
+#include "db/db_test_util.h"
 
 namespace galvix::db::access {
 namespace {
@@ -22,8 +22,7 @@ namespace fs = std::filesystem;
 class Damaged : public ::testing::Test {
  protected:
   void SetUp() override {
-    dir_ = fs::temp_directory_path() / ("galvix_access_" + std::to_string(::getpid()));
-    fs::create_directories(dir_);
+    dir_ = testing::scratch("access");
     ::setenv("GALVIX_ACCESS_TIMEOUT", "10", 1);
   }
   void TearDown() override {
@@ -83,12 +82,8 @@ TEST_F(Damaged, HeaderChecksNameWhatIsWrong) {
 
   // Through a connection the error is the same, and no copy is cached.
   Connection conn;
-  try {
-    conn.open(dir_.string() + "/odd.mdb");
-    FAIL() << "a damaged file opened";
-  } catch (const DbError& e) {
-    EXPECT_EQ(e.number(), kErrConnection);
-  }
+  EXPECT_EQ(testing::errorOf([&] { conn.open(dir_.string() + "/odd.mdb"); }).number(),
+            kErrConnection);
   EXPECT_FALSE(conn.isOpen());
   EXPECT_TRUE(loadInfo(dir_.string() + "/odd.mdb").tables.empty());
 }

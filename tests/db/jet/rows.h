@@ -8,9 +8,11 @@
 
 namespace galvix::db {
 
-// Every row of `sql` on `c` as "a|b|c" (Null as "<null>"); the column names into `names`.
+// Every row of `sql` on `c` as "a|b|c" (Null as "<null>"): every column, or those named in
+// `only`; the column names into `names`.
 inline std::vector<std::string> rowsOf(Connection& c, const std::string& sql,
-                                       std::vector<std::string>* names = nullptr) {
+                                       std::vector<std::string>* names = nullptr,
+                                       const std::vector<std::string>* only = nullptr) {
   Recordset rs;
   rs.open(sql, c);
   if (names) {
@@ -20,8 +22,9 @@ inline std::vector<std::string> rowsOf(Connection& c, const std::string& sql,
   std::vector<std::string> out;
   for (; !rs.EOF_(); rs.moveNext()) {
     std::string r;
-    for (int i = 0; i < rs.fieldCount(); ++i) {
-      Variant v = rs.fields(i).value();
+    const int n = only ? static_cast<int>(only->size()) : rs.fieldCount();
+    for (int i = 0; i < n; ++i) {
+      const Variant v = only ? rs.value((*only)[i]) : rs.fields(i).value();
       r += (i ? "|" : "") + (v.isNull() ? std::string("<null>") : v.toString());
     }
     out.push_back(r);
