@@ -86,14 +86,17 @@ class ReportTest : public ::testing::Test {
     return run(*r);
   }
 
-  // The message of the ReportRunError the run fails with; "no error" when it runs.
-  std::string runError(ReportObject& r) {
+  // The message of the ReportRunError `f` fails with; "no error" when it does not.
+  static std::string runError(const std::function<void()>& f) {
     try {
-      run(r);
+      f();
     } catch (const ReportRunError& e) {
       return e.what();
     }
     return "no error";
+  }
+  std::string runError(ReportObject& r) {
+    return runError([&] { run(r); });
   }
 
   std::shared_ptr<frame::RecordingHost> host_;
