@@ -3,13 +3,11 @@
 #include <gdk-pixbuf/gdk-pixbuf.h>
 #include <gmock/gmock.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
 #include "db/connection.h"
-#include "render/render.h"
 #include "report_test_util.h"
 #include "runtime/format.h"
 
@@ -31,20 +29,6 @@ Bytes encode(const char* type, int w = 360, int h = 120) {
   g_object_unref(pb);
   Bytes out(reinterpret_cast<std::uint8_t*>(buf), reinterpret_cast<std::uint8_t*>(buf) + len);
   g_free(buf);
-  return out;
-}
-
-// 4x2 pixels of one colour (gdk-pixbuf cannot write GIF).
-const Bytes kGif = {'G', 'I', 'F', '8', '9', 'a', 4, 0, 2, 0, 0x80, 0, 0, 0x20, 0x40, 0xC0, 0, 0,
-                    0,   ',', 0,   0,   0,   0,   4, 0, 2, 0, 0,    2, 3, 0x84, 0x8F, 0x05, 0, ';'};
-
-std::string shell(const std::string& cmd) {
-  std::string out;
-  if (std::FILE* p = popen((cmd + " 2>&1").c_str(), "r")) {
-    char buf[512];
-    while (std::fgets(buf, sizeof buf, p)) out += buf;
-    pclose(p);
-  }
   return out;
 }
 
@@ -172,31 +156,6 @@ TEST_F(Invoice, CompanyBlockAndLogoOnEveryPageThroughAFileThatIsGoneAfterwards) 
   }
   EXPECT_FALSE(fs::exists(folder_ / "TempPic.jpg"));
   EXPECT_TRUE(fs::is_empty(folder_));
-}
-
-TEST_F(Invoice, EachPictureFormatPrintsAndTheJpegIsEmbeddedUnresampled) {
-  const long img = db().image(own_, encode("jpeg"));
-  for (auto [name, bytes] : {std::pair{"jpeg", encode("jpeg")}, std::pair{"png", encode("png")},
-                             std::pair{"bmp", encode("bmp")}, std::pair{"gif", kGif}}) {
-    SCOPED_TRACE(name);
-    db().set("ImageLibrary", img, "ImageBLOB", Variant::binary(bytes));
-    const auto d = runInvoice();
-    const auto pics = pictures(d, "imgLogo");
-    ASSERT_EQ(pics.size(), 1u);
-    EXPECT_EQ(*pics[0]->data, bytes);
-    const fs::path pdf = folder_.parent_path() / (std::string(name) + ".pdf");
-    render::writePdf(d, pdf.string());
-    // The image in the file has the picture's own pixels (a JPEG stays a JPEG).
-    const std::string list = shell("pdfimages -list '" + pdf.string() + "'");
-    if (std::string(name) == "gif") {
-      EXPECT_THAT(list, HasSubstr("     4     2 "));
-    } else {
-      EXPECT_THAT(list, HasSubstr("   360   120 "));
-    }
-    if (std::string(name) == "jpeg") {
-      EXPECT_THAT(list, HasSubstr("jpeg"));
-    }
-  }
 }
 
 TEST_F(Invoice, APictureThatCannotBeDecodedFailsNamingTheReportAndColumn) {
