@@ -78,10 +78,7 @@ class EventSummary : public ReportTest {
 
   doc::Document runSummary(const std::string& name, const std::string& orderBy,
                            const std::string& timeFormat = "h:mm AP") {
-    auto r = report(name);
-    r->set("SQLOrderBy", Variant(orderBy));
-    r->set("TimeFormat", Variant(timeFormat));
-    return run(*r);
+    return run(name, {{"SQLOrderBy", Variant(orderBy)}, {"TimeFormat", Variant(timeFormat)}});
   }
 
   Bytes picture_ = bitmapOf(2500, 0x5A);

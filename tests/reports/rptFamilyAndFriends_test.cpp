@@ -22,10 +22,8 @@ class MasterGuestList : public ReportTest {
     return g;
   }
   doc::Document list(const std::string& where = "") {
-    auto r = report("Master Guest List");
-    r->set("EventID", Variant(static_cast<std::int32_t>(event_)));
-    r->set("SQLWhere", Variant(where));
-    return run(*r);
+    return run("Master Guest List", {{"EventID", Variant(static_cast<std::int32_t>(event_))},
+                                     {"SQLWhere", Variant(where)}});
   }
   long event_ = 0;
 };

@@ -24,11 +24,9 @@ class ArrivalsDepartures : public PartyReportTest {
     return g;
   }
   doc::Document runMode(const char* name, const std::string& where) {
-    auto r = report(name);
-    r->set("SQLWhere", Variant(where));
-    r->set("SQLOrderBy", Variant("ORDER BY PartyDetails.FormalLabel"));
-    r->set("TimeFormat", Variant("h:mm AP"));
-    return run(*r);
+    return run(name, {{"SQLWhere", Variant(where)},
+                      {"SQLOrderBy", Variant("ORDER BY PartyDetails.FormalLabel")},
+                      {"TimeFormat", Variant("h:mm AP")}});
   }
   std::string where() const { return "WHERE Parties.PartyID = " + std::to_string(party_); }
 };

@@ -11,11 +11,9 @@ using ::testing::HasSubstr;
 class GuestHotel : public PartyReportTest {
  protected:
   doc::Document runHotel(const std::string& where, const std::string& orderBy = "") {
-    auto r = report("Guest Hotel Information");
-    r->set("SQLWhere", Variant(where));
-    r->set("SQLOrderBy", Variant(orderBy));
-    r->set("DateFormat", Variant("yyyy-mm-dd"));
-    return run(*r);
+    return run("Guest Hotel Information", {{"SQLWhere", Variant(where)},
+                                           {"SQLOrderBy", Variant(orderBy)},
+                                           {"DateFormat", Variant("yyyy-mm-dd")}});
   }
   std::string partyClause() const { return "WHERE Parties.PartyID = " + std::to_string(party_); }
   // A group of `n` guests invited to `party`, the first `attending` of them attending; returns

@@ -32,10 +32,8 @@ class GuestList : public ReportTest {
   }
 
   doc::Document runList(const std::string& entry, const std::string& where) {
-    auto r = report(entry);
-    r->set("SQLWhere", Variant(where));
-    r->set("SQLOrderBy", Variant("ORDER BY PartyDetails.FormalLabel"));
-    return run(*r);
+    return run(entry, {{"SQLWhere", Variant(where)},
+                       {"SQLOrderBy", Variant("ORDER BY PartyDetails.FormalLabel")}});
   }
 
   long event_ = 0, party_ = 0, other_ = 0;

@@ -79,10 +79,8 @@ class Invoice : public ReportTest {
   }
 
   doc::Document runInvoice(long invoice = 0) {
-    auto r = report("Invoice");
-    r->set("EventID", Variant(static_cast<int>(event_)));
-    r->set("InvoiceID", Variant(static_cast<int>(invoice ? invoice : invoice_)));
-    return run(*r);
+    return run("Invoice", {{"EventID", Variant(static_cast<int>(event_))},
+                           {"InvoiceID", Variant(static_cast<int>(invoice ? invoice : invoice_))}});
   }
 
   fs::path folder_;

@@ -12,9 +12,8 @@ using ::testing::IsEmpty;
 class MenuSelections : public PartyReportTest {
  protected:
   doc::Document runMenu() {
-    auto r = report("Guest Menu Selections");
-    r->set("SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_)));
-    return run(*r);
+    return run("Guest Menu Selections",
+               {{"SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_))}});
   }
   long guest(const std::string& first, int type = 0) {
     return db().guest(group_, {.first = first, .last = "Lee", .type = type});

@@ -40,11 +40,10 @@ class RSVPDetail : public PartyReportTest {
     }
   }
   doc::Document runDetail(const std::string& orderBy) {
-    auto r = report("RSVPs - Detailed");
-    r->set("SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_) + " "));
-    r->set("SQLOrderBy", Variant(orderBy));
-    r->set("TimeFormat", Variant("h:nn AP"));
-    return run(*r);
+    return run("RSVPs - Detailed",
+               {{"SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_) + " ")},
+                {"SQLOrderBy", Variant(orderBy)},
+                {"TimeFormat", Variant("h:nn AP")}});
   }
 };
 

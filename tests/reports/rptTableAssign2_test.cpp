@@ -34,10 +34,9 @@ class TableAssign2 : public PartyReportTest {
     db().chair(object, chair, g);
   }
   doc::Document runPlan(const std::string& orderBy) {
-    auto r = report("TableAssign2");
-    r->set("SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_) + " "));
-    r->set("SQLOrderBy", Variant(orderBy));
-    return run(*r);
+    return run("TableAssign2",
+               {{"SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_) + " ")},
+                {"SQLOrderBy", Variant(orderBy)}});
   }
   long zeta_ = 0, alpha_ = 0, bar_ = 0;
 };

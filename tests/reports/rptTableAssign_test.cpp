@@ -11,9 +11,7 @@ class TableAssign : public PartyReportTest {
  protected:
   std::string where() const { return "WHERE Parties.PartyID = " + std::to_string(party_) + " "; }
   doc::Document runTables() {
-    auto r = report("Table Assignments By Table");
-    r->set("SQLWhere", Variant(where()));
-    return run(*r);
+    return run("Table Assignments By Table", {{"SQLWhere", Variant(where())}});
   }
   void seat(const std::string& first, long table, int seat, bool attending = true) {
     db().invite(db().guest(group_, {.first = first, .last = "Lee", .title = "Dr."}), party_,

@@ -26,12 +26,10 @@ class VendorOneLine : public ReportTest {
       db().exec(std::string("UPDATE VendorContacts SET ") + c + " = '' WHERE " + c + " IS NULL");
   }
   doc::Document runReport(const std::string& where = "", const std::string& order = "") {
-    auto r = report("Event Pros - One Line Report");
-    r->set("EventID", Variant(static_cast<int>(event_)));
-    r->set("TimeFormat", Variant("h:mm AP"));
-    r->set("SQLWhere", Variant(where));
-    r->set("SQLOrderBy", Variant(order));
-    return run(*r);
+    return run("Event Pros - One Line Report", {{"EventID", Variant(static_cast<int>(event_))},
+                                                {"TimeFormat", Variant("h:mm AP")},
+                                                {"SQLWhere", Variant(where)},
+                                                {"SQLOrderBy", Variant(order)}});
   }
   long event_ = 0;
 };
