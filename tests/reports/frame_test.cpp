@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include "frame/catalogue.h"
 #include "report_test_util.h"
 
 namespace galvix::testing {
@@ -23,13 +22,6 @@ TEST(Catalogue, EachCallMakesANewObjectWithItsPresets) {
   auto b = factory.GetNewReport("Guest List - without notes");
   ASSERT_TRUE(a && b);
   EXPECT_NE(&a->designerObject(), &b->designerObject());  // the same designer, not shared
-}
-
-TEST(Catalogue, SuggestsCloseNames) {
-  auto close = frame::closeNames("Guest List - with note");
-  ASSERT_FALSE(close.empty());
-  EXPECT_EQ(close.front(), "Guest List - with notes");
-  EXPECT_THAT(frame::closeNames("xyzzy plugh quux"), ::testing::IsEmpty());
 }
 
 TEST(Properties, UnknownNameListsTheReportsProperties) {

@@ -84,6 +84,7 @@ TEST_F(TableAssign2, SeatArithmeticBeyondSixteenBitsIsAnOverflow) {
               AllOf(HasSubstr("TableAssign2"), HasSubstr("overflow")));
 }
 
+// The party read from the clause, as "Table Assignments By Table" reads it too.
 TEST_F(TableAssign2, ThePartyNumberMustBeFollowedByABlank) {
   auto r = report("TableAssign2");
   EXPECT_THROW(r->set("SQLWhere", Variant("WHERE Parties.PartyID = 1 AND 1=1")), std::exception);

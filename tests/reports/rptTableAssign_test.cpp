@@ -5,7 +5,6 @@
 namespace galvix::testing {
 namespace {
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 class TableAssign : public PartyReportTest {
  protected:
@@ -59,15 +58,6 @@ TEST_F(TableAssign, BlankTableNameShowsUnseatedAndNoTablesShowZeroSeats) {
   EXPECT_THAT(texts(none, "txtSeatsTotal"), ElementsAre("0"));
   EXPECT_THAT(texts(none, "txtSeatsAvailTotal"), ElementsAre("0"));
   EXPECT_THAT(texts(none, "txtTableName"), ElementsAre(" Not Seated"));
-}
-
-TEST_F(TableAssign, ThePartyComesFromTheWhereClauseText) {
-  // Anything but blanks after the number fails when the property is set...
-  auto r = report("Table Assignments By Table");
-  EXPECT_THROW(r->set("SQLWhere", Variant("WHERE Parties.PartyID = 1 AND 1=1")), std::exception);
-  // ...and a number not followed by a blank fails when the report starts.
-  r->set("SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_)));
-  EXPECT_THAT(runError(*r), HasSubstr("Table Assignments By Table"));
 }
 
 }  // namespace
