@@ -122,7 +122,7 @@ TEST_F(Stationery, ATemplateWithoutPlaceholdersPrintsUnchangedPerRow) {
   EXPECT_THAT(rtfs(runCards(st, plain)), ElementsAre(plain, plain));
 }
 
-// Counts what the merge asks the database.
+// Answers the merge's lookups, recording what it asks.
 class Recorder : public st::GuestLookup {
  public:
   std::optional<TableSeat> tableAndSeat(const std::string& g) override {
@@ -140,31 +140,6 @@ class Recorder : public st::GuestLookup {
   }
   std::vector<std::string> asked;
 };
-
-TEST(StationeryMerge, SideQueriesOnlyForThePlaceholdersTheTemplateHolds) {
-  Recorder none;
-  const auto nameOnly = st::Placeholders::in("{\\rtf1 <Guest's Name Here> <guest's name here>}");
-  EXPECT_TRUE(nameOnly.guestName);
-  EXPECT_FALSE(nameOnly.table || nameOnly.seat || nameOnly.menu);
-  auto t = st::gatherGuestTexts("1;2", nameOnly, none);
-  EXPECT_TRUE(none.asked.empty());
-  EXPECT_EQ(t.table + t.seat + t.menu, "");
-
-  Recorder seats;
-  t = st::gatherGuestTexts("1;2", st::Placeholders::in("<Seat#>"), seats);
-  EXPECT_THAT(seats.asked, ElementsAre("table 1", "table 2"));
-  EXPECT_EQ(t.seat, "1, 2");
-
-  Recorder menus;
-  t = st::gatherGuestTexts("1;2", st::Placeholders::in("<Menu Selection>"), menus);
-  EXPECT_THAT(menus.asked, ElementsAre("menu 1", "menu 2"));
-  EXPECT_EQ(t.menu, "M1, M2");
-  EXPECT_EQ(t.table, "");
-
-  Recorder empty;
-  t = st::gatherGuestTexts("", st::Placeholders::in(kAll), empty);
-  EXPECT_TRUE(empty.asked.empty());
-}
 
 TEST(StationeryMerge, AFailingStepIsSkippedAndTheNextOneRuns) {
   Recorder r;
