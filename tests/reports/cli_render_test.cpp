@@ -66,23 +66,6 @@ class CliRender : public ::testing::Test {
   std::string out_, err_;
 };
 
-TEST_F(CliRender, WritesThePdfWithTheEventAsTitle) {
-  const fs::path out = dir_ / "rsvp.pdf";
-  ASSERT_EQ(run("render \"RSVPs - One-line\" " + db() + " --set \"SQLWhere=WHERE " +
-                "Parties.PartyID = " + std::to_string(party_) + "\" -o '" + out.string() + "'"),
-            0)
-      << err_;
-  ASSERT_TRUE(fs::exists(out));
-  ASSERT_EQ(
-      std::system(("pdftotext '" + out.string() + "' '" + (dir_ / "t.txt").string() + "'").c_str()),
-      0);
-  std::ifstream in(dir_ / "t.txt");
-  std::stringstream text;
-  text << in.rdbuf();
-  EXPECT_THAT(text.str(), HasSubstr("Lee - Park Wedding"));
-  EXPECT_THAT(text.str(), HasSubstr("The Lee Family"));
-}
-
 TEST_F(CliRender, UnknownNameSuggestsAndAFailedRunLeavesNoFile) {
   EXPECT_EQ(run("render \"RSVPs - one-line\" " + db()), 2);
   EXPECT_THAT(err_, HasSubstr("did you mean \"RSVPs - One-line\""));
@@ -123,12 +106,6 @@ TEST_F(CliRender, OutputsNeverReplaceTheirInputsOrExistingFilesUnasked) {
   EXPECT_EQ(run("demo-db --force '" + events.string() + "'"), 0) << err_;
   EXPECT_NE(fs::file_size(events), size);
 }
-
-}  // namespace
-}  // namespace galvix
-
-namespace galvix {
-namespace {
 
 class CliChoose : public CliRender {
  protected:

@@ -401,12 +401,6 @@ TEST_F(LongValues, NoTextPrintsOverAnotherAndNoneIsCutShort) {
   EXPECT_GE(checked, 8);
 }
 
-}  // namespace
-}  // namespace galvix::testing
-
-namespace galvix::testing {
-namespace {
-
 // Values far beyond any page: a title of 100,000 characters without a space and a group label
 // of 20,000. Each is cut to its page (a header to a third of it), the report keeps its few
 // pages, and nothing is drawn outside the page body or over the footer.

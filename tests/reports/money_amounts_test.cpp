@@ -8,11 +8,9 @@
 #include <cfenv>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <map>
 #include <optional>
 
-#include "data/demo.h"
 #include "db/connection.h"
 #include "galvix/report.h"
 #include "report_test_util.h"
@@ -189,17 +187,12 @@ struct Printed {
 
 class MoneyAmounts : public ::testing::TestWithParam<const char*> {
  protected:
-  static void SetUpTestSuite() {
-    dir_ = std::filesystem::temp_directory_path() / ("galvix_money_" + std::to_string(::getpid()));
-    std::filesystem::create_directories(dir_);
-    path_ = (dir_ / "demo.sqlite").string();
-    summary_ = data::writeDemoDatabase(path_);
-  }
-  static void TearDownTestSuite() { std::filesystem::remove_all(dir_); }
+  static void SetUpTestSuite() { demo_ = std::make_unique<DemoDatabase>("money"); }
+  static void TearDownTestSuite() { demo_.reset(); }
   void SetUp() override {
     setRegional(GetParam());
     german = std::string(GetParam()) == "de-DE";
-    rows_ = readRows(path_);
+    rows_ = readRows(demo_->db);
   }
   void TearDown() override {
     setRegional("en-US");
@@ -209,7 +202,7 @@ class MoneyAmounts : public ::testing::TestWithParam<const char*> {
   Printed print(const std::string& name, long event, const std::string& where = "\x01") {
     Report factory;
     auto r = factory.GetNewReport(name);
-    r->set("ConnectionString", path_);
+    r->set("ConnectionString", demo_->db);
     r->set("EventID", Variant(static_cast<int>(event)));
     if (where != "\x01") r->set("SQLWhere", Variant(where));
     bool cancelled = false;
@@ -255,42 +248,47 @@ class MoneyAmounts : public ::testing::TestWithParam<const char*> {
     return out;
   }
 
-  struct Totals {
-    double sub = 0;
-    Units tax = 0, tip = 0;
-    std::vector<std::string> prices, amounts;
-    std::string taxCaption, tipCaption;
-  };
-  Totals totals(const Group& g) {
-    const auto& first = rows_.assignments.at(g.firstAssignment);
-    const float taxRate = static_cast<float>(first.tax / 100),
-                tipRate = static_cast<float>(first.tip / 100);
-    Totals t;
-    t.taxCaption = "Tax (" + percentText(taxRate) + "%):";
-    t.tipCaption = "Tip (" + percentText(tipRate) + "%):";
-    for (auto* i : g.lines) {
-      const double amount = static_cast<double>(i->price) / 10000 * i->qty;
-      t.sub += amount;
-      t.prices.push_back(show(i->price));
-      t.amounts.push_back(show(amount));
-      // Tax and tip on the line as displayed, tip before tax.
-      const double shown = std::round(amount * 100) / 100;
-      if (i->tax)
-        t.tax = toUnits(static_cast<double>(t.tax) / 10000 + shown * static_cast<double>(taxRate));
-      if (i->tip)
-        t.tip = toUnits(static_cast<double>(t.tip) / 10000 + shown * static_cast<double>(tipRate));
+  // Each control of the worksheets and the estimates, text by text, for `groups`: line prices
+  // and amounts, then per group its sub total, tax and tip (on each line as displayed, the
+  // first row's rates), grand total and the rates' captions.
+  using Columns = std::map<std::string, std::vector<std::string>>;
+  Columns sheets(const std::vector<Group>& groups, const std::string& linePrefix,
+                 bool* taxAndTip = nullptr) {
+    Columns out;
+    for (const auto& g : groups) {
+      const auto& first = rows_.assignments.at(g.firstAssignment);
+      const float taxRate = static_cast<float>(first.tax / 100),
+                  tipRate = static_cast<float>(first.tip / 100);
+      double sub = 0;
+      Units tax = 0, tip = 0;
+      for (auto* i : g.lines) {
+        const double amount = static_cast<double>(i->price) / 10000 * i->qty;
+        sub += amount;
+        out[linePrefix + "Price"].push_back(show(i->price));
+        out[linePrefix + "Amount"].push_back(show(amount));
+        const double shown = std::round(amount * 100) / 100;
+        if (i->tax)
+          tax = toUnits(static_cast<double>(tax) / 10000 + shown * static_cast<double>(taxRate));
+        if (i->tip)
+          tip = toUnits(static_cast<double>(tip) / 10000 + shown * static_cast<double>(tipRate));
+      }
+      if (taxAndTip) *taxAndTip |= tax > 0 && tip > 0;
+      out["txtSubTtl"].push_back(show(sub));
+      out["txtTaxTtl"].push_back(show(tax));
+      out["txtTipTtl"].push_back(show(tip));
+      out["txtGrandTtl"].push_back(show(sub + static_cast<double>(tax + tip) / 10000));
+      out["lblTaxTtl"].push_back("Tax (" + percentText(taxRate) + "%):");
+      out["lblTipTtl"].push_back("Tip (" + percentText(tipRate) + "%):");
     }
-    return t;
+    return out;
   }
 
-  static inline std::filesystem::path dir_;
-  static inline std::string path_;
-  static inline data::DemoSummary summary_;
+  static inline std::unique_ptr<DemoDatabase> demo_;
   Rows rows_;
 };
 
 TEST_P(MoneyAmounts, MasterBudget) {
-  const long e = summary_.weddingEventId;
+  const long e = demo_->demo.weddingEventId;
   std::vector<const Rows::Sp*> lines;
   for (const auto& s : rows_.sp)
     if (s.event == e) lines.push_back(&s);
@@ -334,7 +332,7 @@ TEST_P(MoneyAmounts, MasterBudget) {
 }
 
 TEST_P(MoneyAmounts, PaymentSchedule) {
-  const long e = summary_.weddingEventId;
+  const long e = demo_->demo.weddingEventId;
   std::vector<std::pair<double, std::vector<std::string>>> expected;
   Units total = 0;
   for (const auto& p : rows_.payments) {
@@ -365,71 +363,33 @@ TEST_P(MoneyAmounts, PaymentSchedule) {
   EXPECT_EQ(printed["txtTotal"], std::vector{show(total)});
 }
 
-TEST_P(MoneyAmounts, BudgetWorksheets) {
-  const long e = summary_.weddingEventId;
-  std::vector<std::string> names, prices, amounts, subs, taxes, tips, grands;
-  for (const auto& g : groups(e, 0, false)) {
-    const Totals t = totals(g);
-    names.push_back(g.key);
-    prices.insert(prices.end(), t.prices.begin(), t.prices.end());
-    amounts.insert(amounts.end(), t.amounts.begin(), t.amounts.end());
-    subs.push_back(show(t.sub));
-    taxes.push_back(show(t.tax));
-    tips.push_back(show(t.tip));
-    grands.push_back(show(t.sub + static_cast<double>(t.tax + t.tip) / 10000));
-  }
-  ASSERT_FALSE(names.empty());
-  const Printed p = print("Budget Worksheets", e, "");
-  EXPECT_EQ(p["txtCategory"], names);
-  EXPECT_EQ(p["txtPrice"], prices);
-  EXPECT_EQ(p["txtAmount"], amounts);
-  EXPECT_EQ(p["txtSubTtl"], subs);
-  EXPECT_EQ(p["txtTaxTtl"], taxes);
-  EXPECT_EQ(p["txtTipTtl"], tips);
-  EXPECT_EQ(p["txtGrandTtl"], grands);
-}
-
-TEST_P(MoneyAmounts, EstimatesAndContactInformation) {
-  const long e = summary_.weddingEventId;
-  std::vector<std::string> names, prices, amounts, subs, taxes, tips, grands, taxCaps, tipCaps,
-      payTotals;
+// The worksheets by category, the estimates by company: the same arithmetic.
+TEST_P(MoneyAmounts, WorksheetsEstimatesAndContactInformation) {
+  const long e = demo_->demo.weddingEventId;
+  const auto worksheets = groups(e, 0, false), estimates = groups(e, 2, true);
+  ASSERT_FALSE(worksheets.empty());
   bool taxAndTip = false;
-  for (const auto& g : groups(e, 2, true)) {
-    const Totals t = totals(g);
-    names.push_back(g.key);
-    prices.insert(prices.end(), t.prices.begin(), t.prices.end());
-    amounts.insert(amounts.end(), t.amounts.begin(), t.amounts.end());
-    subs.push_back(show(t.sub));
-    taxes.push_back(show(t.tax));
-    tips.push_back(show(t.tip));
-    grands.push_back(show(t.sub + static_cast<double>(t.tax + t.tip) / 10000));
-    taxCaps.push_back(t.taxCaption);
-    tipCaps.push_back(t.tipCaption);
-    taxAndTip |= t.tax > 0 && t.tip > 0;
+  Columns sheet = sheets(worksheets, "txt"), estimate = sheets(estimates, "txtA", &taxAndTip);
+  EXPECT_TRUE(taxAndTip);
+  for (const auto& g : worksheets) sheet["txtCategory"].push_back(g.key);
+  for (const auto& g : estimates) {
+    estimate["txtProf"].push_back(g.key);
     Units paid = 0;
     for (const auto& pay : rows_.payments)
       if (pay.assignment == g.firstAssignment && pay.amount > 0) paid += pay.amount;
-    payTotals.push_back(show(paid));
+    estimate["txtPayTtl"].push_back(show(paid));
   }
-  EXPECT_TRUE(taxAndTip);
-  const Printed p = print("Event Pros - Estimates", e, "");
-  EXPECT_EQ(p["txtProf"], names);
-  EXPECT_EQ(p["txtAPrice"], prices);
-  EXPECT_EQ(p["txtAAmount"], amounts);
-  EXPECT_EQ(p["txtSubTtl"], subs);
-  EXPECT_EQ(p["txtTaxTtl"], taxes);
-  EXPECT_EQ(p["txtTipTtl"], tips);
-  EXPECT_EQ(p["txtGrandTtl"], grands);
-  EXPECT_EQ(p["lblTaxTtl"], taxCaps);
-  EXPECT_EQ(p["lblTipTtl"], tipCaps);
-  EXPECT_EQ(p["txtPayTtl"], payTotals);
-  const Printed c = print("Event Pros - Contact Information", e, "");
-  EXPECT_EQ(c["txtProf"], names);
-  EXPECT_EQ(c["txtPayTtl"], payTotals);
+  const Columns contacts{{"txtProf", estimate["txtProf"]}, {"txtPayTtl", estimate["txtPayTtl"]}};
+  for (const auto& [name, want] : {std::pair{"Budget Worksheets", sheet},
+                                   {"Event Pros - Estimates", estimate},
+                                   {"Event Pros - Contact Information", contacts}}) {
+    const Printed p = print(name, e, "");
+    for (const auto& [control, texts] : want) EXPECT_EQ(p[control], texts) << name << control;
+  }
 }
 
 TEST_P(MoneyAmounts, QuoteComparison) {
-  const long e = summary_.galaEventId;
+  const long e = demo_->demo.galaEventId;
   std::map<std::string, std::map<std::string, double>> cells;  // column -> item -> amount
   std::map<std::string, std::string> heads;
   for (const auto& i : rows_.items) {

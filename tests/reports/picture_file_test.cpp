@@ -1,4 +1,5 @@
-// Pictures read from a binary column through a temporary file.
+// Pictures read from a binary column through a temporary file (the chunks, the stale file and
+// the empty column as the reports meet them: rptEvents_test.cpp, rptInvoice_test.cpp).
 #include "reports/common/picture_file.h"
 
 #include <gtest/gtest.h>
@@ -22,41 +23,16 @@ using reports::readPictureThroughFile;
 class PictureFileTest : public ReportTest {
  protected:
   // The image of the one ImageLibrary row, read as the invoice reads it.
-  Bytes read(const std::string& path, long chunk, std::vector<std::size_t>* chunks = nullptr) {
+  Bytes read(const std::string& path, long chunk) {
     db::Connection c;
     c.open(db().connectionString());
     db::Recordset rs;
     rs.open("SELECT ImageBLOB FROM ImageLibrary", c);
     EXPECT_FALSE(rs.EOF_());
-    return readPictureThroughFile(rs.fields("ImageBLOB"), path, chunk, [&](std::size_t n) {
-      EXPECT_TRUE(fs::exists(path));
-      if (chunks) chunks->push_back(n);
-    });
+    return readPictureThroughFile(rs.fields("ImageBLOB"), path, chunk);
   }
   std::string path() { return (fs::path(db().path()).parent_path() / "TempPic.jpg").string(); }
 };
-
-TEST_F(PictureFileTest, WrittenInChunksReadBackAndRemoved) {
-  Bytes image(250);
-  for (std::size_t i = 0; i < image.size(); ++i) image[i] = static_cast<std::uint8_t>(i * 7);
-  db().image(db().vendor(), image);
-  // A file left by an earlier run is replaced, not appended to.
-  std::ofstream(path()) << "stale picture from an earlier run";
-  std::vector<std::size_t> chunks;
-  EXPECT_EQ(read(path(), 100, &chunks), image);
-  EXPECT_EQ(chunks, (std::vector<std::size_t>{100, 100, 50}));
-  EXPECT_FALSE(fs::exists(path()));
-}
-
-TEST_F(PictureFileTest, NullOrEmptyColumnGivesNoPictureAndNoFile) {
-  long v = db().vendor();
-  db().insert("ImageLibrary", {{"VendorID", Variant(static_cast<int>(v))}});
-  std::vector<std::size_t> chunks;
-  EXPECT_TRUE(read(path(), 100, &chunks).empty());
-  EXPECT_TRUE(chunks.empty());
-  EXPECT_FALSE(fs::exists(path()));
-  EXPECT_EQ(loadPicture({}, "ImageBLOB"), nullptr);
-}
 
 TEST_F(PictureFileTest, AFolderThatCannotBeWrittenNamesTheFile) {
   db().image(db().vendor(), Bytes(10, 1));

@@ -4,23 +4,20 @@
 // the same rows in the same order in both forms.
 #include <gtest/gtest.h>
 #include <sqlite3.h>
-#include <unistd.h>
 
 #include <cstdio>
-#include <filesystem>
 #include <set>
 
 #include "catalogue_runs.h"
-#include "data/demo.h"
 #include "db/connection.h"
 #include "db/connection_impl.h"
 #include "db/jet/translator.h"
 #include "db/side_counts.h"
 #include "db/sqlite_util.h"
+#include "report_test_util.h"
 
 namespace galvix::testing {
 namespace {
-namespace fs = std::filesystem;
 
 // Every row of a translation, each value with its storage class, in the order SQLite gives them.
 std::vector<std::string> rowsOf(sqlite3* db, const db::jet::Translation& t) {
@@ -45,16 +42,11 @@ std::vector<std::string> rowsOf(sqlite3* db, const db::jet::Translation& t) {
   return rows;
 }
 
-struct Event {
-  std::string path;
-  data::DemoSummary demo;
-};
-
 // The Jet statements every built report sends with its catalogue settings (and its other example
 // settings).
-std::set<std::string> reportStatements(const Event& ev) {
+std::set<std::string> reportStatements(const DemoDatabase& ev) {
   std::set<std::string> statements;
-  runCatalogue(ev.path, ev.demo, [&](const frame::CatalogueEntry&, const db::SideQueryLog& log) {
+  runCatalogue(ev.db, ev.demo, [&](const frame::CatalogueEntry&, const db::SideQueryLog& log) {
     statements.insert(log.statements.begin(), log.statements.end());
   });
   return statements;
@@ -88,32 +80,14 @@ int compareForms(const std::string& path, const std::set<std::string>& statement
   return differing;
 }
 
-class PlanForms : public ::testing::Test {
- protected:
-  void SetUp() override {
-    dir_ = fs::temp_directory_path() / ("galvix_plan_forms_" + std::to_string(::getpid()));
-    fs::create_directories(dir_);
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-  Event make(int guests) {
-    Event ev;
-    ev.path = (dir_ / ("demo" + std::to_string(guests) + ".sqlite")).string();
-    data::DemoOptions opt;
-    opt.guests = guests;
-    ev.demo = data::writeDemoDatabase(ev.path, opt);
-    return ev;
-  }
-  fs::path dir_;
-};
-
-TEST_F(PlanForms, EveryReportStatementGivesTheSameRowsInTheSameOrderBothWays) {
+TEST(PlanForms, EveryReportStatementGivesTheSameRowsInTheSameOrderBothWays) {
   for (int guests : {150, 2000}) {
     SCOPED_TRACE(guests);
-    const Event ev = make(guests);
+    const DemoDatabase ev("plan_forms", {.guests = guests});
     const auto statements = reportStatements(ev);
     EXPECT_GT(statements.size(), 100u);
     // The seating reports' unions, the RSVP and party-header counts at least.
-    const int differing = compareForms(ev.path, statements);
+    const int differing = compareForms(ev.db, statements);
     EXPECT_GE(differing, 8);
     std::printf("%d guests: %zu statements, %d written differently\n", guests, statements.size(),
                 differing);

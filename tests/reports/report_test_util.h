@@ -3,17 +3,45 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "data/demo.h"
 #include "data/fixture.h"
 #include "frame/host.h"
 #include "galvix/document.h"
 #include "galvix/report.h"
 
 namespace galvix::testing {
+
+using Props = std::vector<std::pair<std::string, Variant>>;
+
+// A folder of its own under the temporary directory, removed with the object.
+struct TempDir {
+  explicit TempDir(const std::string& tag)
+      : path(std::filesystem::temp_directory_path() /
+             ("galvix_" + tag + "_" + std::to_string(::getpid()))) {
+    std::filesystem::create_directories(path);
+  }
+  ~TempDir() { std::filesystem::remove_all(path); }
+  std::string file(const std::string& name) const { return (path / name).string(); }
+  std::filesystem::path path;
+};
+
+// A demo database written into a folder of its own.
+struct DemoDatabase : TempDir {
+  explicit DemoDatabase(const std::string& tag, const data::DemoOptions& options = {})
+      : TempDir(tag), db(file("demo.sqlite")), demo(data::writeDemoDatabase(db, options)) {}
+  std::string db;
+  data::DemoSummary demo;
+};
 
 // A fresh database file per test, removed afterwards.
 class ReportTest : public ::testing::Test {
@@ -51,6 +79,26 @@ class ReportTest : public ::testing::Test {
     return d;
   }
 
+  // The report made by `name` with `props` set in order, run.
+  doc::Document run(const std::string& name, const Props& props) {
+    auto r = report(name);
+    for (const auto& [k, v] : props) r->set(k, v);
+    return run(*r);
+  }
+
+  // The message of the ReportRunError `f` fails with; "no error" when it does not.
+  static std::string runError(const std::function<void()>& f) {
+    try {
+      f();
+    } catch (const ReportRunError& e) {
+      return e.what();
+    }
+    return "no error";
+  }
+  std::string runError(ReportObject& r) {
+    return runError([&] { run(r); });
+  }
+
   std::shared_ptr<frame::RecordingHost> host_;
 
  private:
@@ -78,6 +126,60 @@ inline std::vector<std::string> texts(const doc::Document& d, const std::string&
       if (it.control == control)
         if (auto* t = std::get_if<doc::Text>(&it.content)) out.push_back(t->text);
   return out;
+}
+
+// Check boxes printed by one control, in page order: ticked or not.
+inline std::vector<bool> ticks(const doc::Document& d, const std::string& control) {
+  std::vector<bool> out;
+  for (const auto& p : d.pages)
+    for (const auto& it : p.items)
+      if (auto* c = std::get_if<doc::CheckBox>(&it.content); c && it.control == control)
+        out.push_back(c->checked);
+  return out;
+}
+
+// Pictures printed by one control, in page order.
+inline std::vector<const doc::Picture*> pictures(const doc::Document& d,
+                                                 const std::string& control) {
+  std::vector<const doc::Picture*> out;
+  for (const auto& p : d.pages)
+    for (const auto& it : p.items)
+      if (auto* pic = std::get_if<doc::Picture>(&it.content); pic && it.control == control)
+        out.push_back(pic);
+  return out;
+}
+
+// Calls `ok` `runs` times in a child process, which exits 0 when every call answered true.
+inline pid_t inChild(int runs, const std::function<bool()>& ok) {
+  const pid_t pid = ::fork();
+  if (pid != 0) return pid;
+  int bad = 0;
+  for (int i = 0; i < runs; ++i) {
+    try {
+      bad += !ok();
+    } catch (...) {
+      ++bad;
+    }
+  }
+  ::_exit(bad == 0 ? 0 : 1);
+}
+
+inline bool exitedCleanly(pid_t child) {
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// Kills runs of `run` in a child process at ten different moments; `check` after each kill.
+inline void killRunsMidway(const std::function<bool()>& run,
+                           const std::function<void(int)>& check) {
+  for (int k = 0; k < 10; ++k) {
+    const pid_t p = inChild(1000, run);
+    ::usleep(static_cast<useconds_t>(2000 + 7919 * k % 40000));
+    ::kill(p, SIGKILL);
+    ::waitpid(p, nullptr, 0);
+    check(k);
+  }
 }
 
 inline const doc::Text* firstText(const doc::Document& d, const std::string& control) {

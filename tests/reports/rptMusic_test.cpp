@@ -27,12 +27,10 @@ class Timelines : public ReportTest {
     db().party(e, {.name = "Brunch"});  // no stages: not listed
   }
   doc::Document runTimelines(const std::string& where, const std::string& orderBy) {
-    auto r = report("Sub-Event Timelines");
-    r->set("SQLWhere", Variant(where));
-    r->set("SQLOrderBy", Variant(orderBy));
-    r->set("TimeFormat", Variant("h:mm AP"));
-    r->set("DateFormat", Variant("mmmm d, yyyy"));
-    return run(*r);
+    return run("Sub-Event Timelines", {{"SQLWhere", Variant(where)},
+                                       {"SQLOrderBy", Variant(orderBy)},
+                                       {"TimeFormat", Variant("h:mm AP")},
+                                       {"DateFormat", Variant("mmmm d, yyyy")}});
   }
   long ceremony_ = 0, reception_ = 0;
 };

@@ -21,10 +21,8 @@ class PartyAttendance : public ReportTest {
     }
     if (unnamed) db().invite(ann, db().party(e, {.name = ""}));
     db().party(e, {.name = "Nobody comes"});
-    auto r = report("Guest Party Attendance");
-    r->set("EventID", Variant(static_cast<int>(e)));
-    r->set("SQLWhere", Variant(""));
-    return run(*r);
+    return run("Guest Party Attendance",
+               {{"EventID", Variant(static_cast<int>(e))}, {"SQLWhere", Variant("")}});
   }
   static std::vector<int> labelLefts(const doc::Document& d) {
     std::vector<int> out;

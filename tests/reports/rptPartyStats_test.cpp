@@ -15,9 +15,8 @@ class PartyStats : public ReportTest {
     party_ = db().party(event_, {.name = "Dinner", .menuSelectionRequired = true});
   }
   doc::Document runStats() {
-    auto r = report("Party Statistics");
-    r->set("SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_)));
-    return run(*r);
+    return run("Party Statistics",
+               {{"SQLWhere", Variant("WHERE Parties.PartyID = " + std::to_string(party_))}});
   }
   // A group of the given guest types, all invited; the first `attending` of them attend.
   long group(const std::string& category, std::vector<int> types, size_t attending, long menu = 0) {

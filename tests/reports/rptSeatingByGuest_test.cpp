@@ -19,9 +19,7 @@ class SeatingByGuest : public PartyReportTest {
         group_, {.first = first, .last = last, .title = "Dr.", .suffix = suffix, .type = type});
   }
   doc::Document runWith(const std::string& name, const std::string& where) {
-    auto r = report(name);
-    r->set("SQLWhere", Variant(where));
-    return run(*r);
+    return run(name, {{"SQLWhere", Variant(where)}});
   }
   std::string partyClause() const { return "WHERE Parties.PartyID = " + std::to_string(party_); }
 };

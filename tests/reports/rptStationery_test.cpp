@@ -45,24 +45,26 @@ class Stationery : public PartyReportTest {
                                    {"Label", label},
                                    {"Print", Variant(print)}});
   }
-  doc::Document runCards(long st, const std::string& tmpl, bool multiple = true) {
-    auto r = report("Stationery");
-    r->set("Text", Variant(tmpl));
-    r->set("StationeryID", Variant(static_cast<int>(st)));
-    r->set("MultiplePerPage", Variant(multiple));
-    for (auto [k, v] : std::vector<std::pair<const char*, int>>{{"PaperWidth", 12240},
-                                                                {"PaperHeight", 15840},
-                                                                {"TopMargin", 720},
-                                                                {"LeftMargin", 540},
-                                                                {"BottomMargin", 360},
-                                                                {"RightMargin", 300},
-                                                                {"LabelWidth", 3600},
-                                                                {"LabelHeight", 2000},
-                                                                {"HPitch", 3800},
-                                                                {"VPitch", 2200},
-                                                                {"NumberAcross", 3}})
-      r->set(k, Variant(v));
-    return run(*r);
+  // Letter paper, copies 3600 x 2000 three across; `more` set after these.
+  doc::Document runCards(long st, const std::string& tmpl, bool multiple = true,
+                         const std::vector<std::pair<const char*, int>>& more = {}) {
+    Props p{{"Text", Variant(tmpl)},
+            {"StationeryID", Variant(static_cast<int>(st))},
+            {"MultiplePerPage", Variant(multiple)}};
+    for (auto [k, v] : {std::pair{"PaperWidth", 12240},
+                        {"PaperHeight", 15840},
+                        {"TopMargin", 720},
+                        {"LeftMargin", 540},
+                        {"BottomMargin", 360},
+                        {"RightMargin", 300},
+                        {"LabelWidth", 3600},
+                        {"LabelHeight", 2000},
+                        {"HPitch", 3800},
+                        {"VPitch", 2200},
+                        {"NumberAcross", 3}})
+      p.emplace_back(k, Variant(v));
+    for (auto [k, v] : more) p.emplace_back(k, Variant(v));
+    return run("Stationery", p);
   }
 };
 
@@ -120,7 +122,7 @@ TEST_F(Stationery, ATemplateWithoutPlaceholdersPrintsUnchangedPerRow) {
   EXPECT_THAT(rtfs(runCards(st, plain)), ElementsAre(plain, plain));
 }
 
-// Counts what the merge asks the database.
+// Answers the merge's lookups, recording what it asks.
 class Recorder : public st::GuestLookup {
  public:
   std::optional<TableSeat> tableAndSeat(const std::string& g) override {
@@ -138,31 +140,6 @@ class Recorder : public st::GuestLookup {
   }
   std::vector<std::string> asked;
 };
-
-TEST(StationeryMerge, SideQueriesOnlyForThePlaceholdersTheTemplateHolds) {
-  Recorder none;
-  const auto nameOnly = st::Placeholders::in("{\\rtf1 <Guest's Name Here> <guest's name here>}");
-  EXPECT_TRUE(nameOnly.guestName);
-  EXPECT_FALSE(nameOnly.table || nameOnly.seat || nameOnly.menu);
-  auto t = st::gatherGuestTexts("1;2", nameOnly, none);
-  EXPECT_TRUE(none.asked.empty());
-  EXPECT_EQ(t.table + t.seat + t.menu, "");
-
-  Recorder seats;
-  t = st::gatherGuestTexts("1;2", st::Placeholders::in("<Seat#>"), seats);
-  EXPECT_THAT(seats.asked, ElementsAre("table 1", "table 2"));
-  EXPECT_EQ(t.seat, "1, 2");
-
-  Recorder menus;
-  t = st::gatherGuestTexts("1;2", st::Placeholders::in("<Menu Selection>"), menus);
-  EXPECT_THAT(menus.asked, ElementsAre("menu 1", "menu 2"));
-  EXPECT_EQ(t.menu, "M1, M2");
-  EXPECT_EQ(t.table, "");
-
-  Recorder empty;
-  t = st::gatherGuestTexts("", st::Placeholders::in(kAll), empty);
-  EXPECT_TRUE(empty.asked.empty());
-}
 
 TEST(StationeryMerge, AFailingStepIsSkippedAndTheNextOneRuns) {
   Recorder r;
@@ -203,35 +180,15 @@ TEST_F(Stationery, NullsAndFailedQueriesLeaveTheirTextEmptyAndTheCopyPrints) {
 }
 
 TEST_F(Stationery, ASelectionWithoutItsSetupRowIsAnError) {
-  auto r = report("Stationery");
-  r->set("Text", Variant(kAll));
-  r->set("StationeryID", Variant(99));
-  r->set("PaperWidth", Variant(12240));
-  r->set("PaperHeight", Variant(15840));
-  EXPECT_THROW(run(*r), ReportRunError);
+  EXPECT_THROW(runCards(99, kAll), ReportRunError);
 }
 
 TEST_F(Stationery, CopiesInAGridOnePitchApart) {
   const long st = selection(party_);
   for (int i = 0; i < 8; ++i) card(st, Variant(""), Variant("Card " + std::to_string(i)));
-  auto r = report("Stationery");
-  r->set("Text", Variant(kAll));
-  r->set("StationeryID", Variant(static_cast<int>(st)));
-  r->set("MultiplePerPage", Variant(true));
-  for (auto [k, v] : std::vector<std::pair<const char*, int>>{{"PaperWidth", 12240},
-                                                              {"PaperHeight", 7000},
-                                                              {"TopMargin", 720},
-                                                              {"LeftMargin", 540},
-                                                              {"BottomMargin", 0},
-                                                              {"RightMargin", 0},
-                                                              {"LabelWidth", 3600},
-                                                              {"LabelHeight", 2000},
-                                                              {"HPitch", 3800},
-                                                              {"VPitch", 2200},
-                                                              {"NumberAcross", 3},
-                                                              {"NumberDown", 7}})
-    r->set(k, Variant(v));
-  const doc::Document d = run(*r);
+  const doc::Document d =
+      runCards(st, kAll, true,
+               {{"PaperHeight", 7000}, {"BottomMargin", 0}, {"RightMargin", 0}, {"NumberDown", 7}});
   // Rows 2200 apart from 720: two rows (the second ends at 5120 + 2000 plus its gap) fit.
   ASSERT_EQ(d.pages.size(), 2u);
   EXPECT_THAT(boxes(d, 0),

@@ -11,11 +11,9 @@ using ::testing::ElementsAre;
 class PhoneBook : public ReportTest {
  protected:
   doc::Document runBook(const std::string& groupBy) {
-    auto r = report("VendorPhoneBook");
-    r->set("SQLGroupBy", Variant(groupBy));
-    r->set("Title", Variant("replaced"));
-    r->set("Criteria", Variant("replaced"));
-    return run(*r);
+    return run("VendorPhoneBook", {{"SQLGroupBy", Variant(groupBy)},
+                                   {"Title", Variant("replaced")},
+                                   {"Criteria", Variant("replaced")}});
   }
   // Texts of `control` on page `p` in the order they were placed.
   static std::vector<std::string> onPage(const doc::Document& d, std::size_t p,

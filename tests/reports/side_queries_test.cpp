@@ -2,50 +2,34 @@
 // layer answers from a grouped query is also run on its own and must answer the same, and each
 // statement translates the same from the cache of statement shapes as from scratch.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <set>
 
 #include "catalogue_runs.h"
-#include "data/demo.h"
 #include "db/connection.h"
 #include "db/jet/both_ways.h"
 #include "db/side_counts.h"
 #include "db/sqlite_util.h"
+#include "report_test_util.h"
 
 namespace galvix::testing {
 namespace {
-namespace fs = std::filesystem;
 
-class SideQueries : public ::testing::Test {
- protected:
-  void SetUp() override {
-    dir_ = fs::temp_directory_path() / ("galvix_side_queries_" + std::to_string(::getpid()));
-    fs::create_directories(dir_);
-    path_ = (dir_ / "demo.sqlite").string();
-    demo_ = data::writeDemoDatabase(path_);
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-
-  fs::path dir_;
-  std::string path_;
-  data::DemoSummary demo_;
-};
-
-TEST_F(SideQueries, EveryReportsSideQueriesAnswerAlikeGroupedOrAloneAndTranslateAlikeBothWays) {
+TEST(SideQueries, EveryReportsSideQueriesAnswerAlikeGroupedOrAloneAndTranslateAlikeBothWays) {
+  const DemoDatabase demo("side_queries");
   std::size_t reports = 0, grouped = 0;
   std::set<std::string> statements, groupedReports;
-  runCatalogue(path_, demo_, [&](const frame::CatalogueEntry& e, const db::SideQueryLog& log) {
-    ++reports;
-    for (const auto& a : log.answers) {
-      EXPECT_EQ(a.grouped.type(), a.alone.type()) << e.name << ": " << a.sql;
-      EXPECT_EQ(a.grouped.toString(), a.alone.toString()) << e.name << ": " << a.sql;
-    }
-    grouped += log.answers.size();
-    if (!log.answers.empty()) groupedReports.insert(e.designer);
-    statements.insert(log.statements.begin(), log.statements.end());
-  });
+  runCatalogue(demo.db, demo.demo,
+               [&](const frame::CatalogueEntry& e, const db::SideQueryLog& log) {
+                 ++reports;
+                 for (const auto& a : log.answers) {
+                   EXPECT_EQ(a.grouped.type(), a.alone.type()) << e.name << ": " << a.sql;
+                   EXPECT_EQ(a.grouped.toString(), a.alone.toString()) << e.name << ": " << a.sql;
+                 }
+                 grouped += log.answers.size();
+                 if (!log.answers.empty()) groupedReports.insert(e.designer);
+                 statements.insert(log.statements.begin(), log.statements.end());
+               });
   EXPECT_GE(reports, 30u);
   // The designers that count once per row.
   for (const char* d :
@@ -53,7 +37,7 @@ TEST_F(SideQueries, EveryReportsSideQueriesAnswerAlikeGroupedOrAloneAndTranslate
     EXPECT_TRUE(groupedReports.count(d)) << d;
   EXPECT_GT(grouped, 100u);
 
-  auto db = db::openSqliteFile(path_);
+  auto db = db::openSqliteFile(demo.db);
   db::jet::registerJetFunctions(db.get());
   db::jet::Translator shared(db.get());
   for (const auto& s : statements) EXPECT_EQ(db::testing::compareBothWays(db.get(), shared, s), "");

@@ -2,20 +2,16 @@
 // document written afterwards prints: the same pages, the same text where it stands, page
 // totals included.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdio>
-#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "catalogue_runs.h"
-#include "data/demo.h"
+#include "report_test_util.h"
 
 namespace galvix::testing {
 namespace {
-
-namespace fs = std::filesystem;
 
 std::string textOf(const std::string& pdf) {
   std::string out;
@@ -28,15 +24,12 @@ std::string textOf(const std::string& pdf) {
 }
 
 TEST(StreamedPdf, EveryReportPrintsAsItsDocumentWrittenAfterwards) {
-  const fs::path dir =
-      fs::temp_directory_path() / ("galvix_streamed_" + std::to_string(::getpid()));
-  fs::create_directories(dir);
-  const std::string db = (dir / "demo.sqlite").string();
-  const data::DemoSummary demo = data::writeDemoDatabase(db);
+  const DemoDatabase demo("streamed");
+  const std::string& db = demo.db;
   // Each report made twice (a run changes its report object): written afterwards, then as it runs.
   std::vector<std::string> names, after;
-  const std::string pdf = (dir / "out.pdf").string();
-  forEachCatalogueReport(db, demo, [&](const frame::CatalogueEntry& e, ReportObject& r) {
+  const std::string pdf = demo.file("out.pdf");
+  forEachCatalogueReport(db, demo.demo, [&](const frame::CatalogueEntry& e, ReportObject& r) {
     names.push_back(e.name);
     try {
       bool cancelled = false;
@@ -50,7 +43,7 @@ TEST(StreamedPdf, EveryReportPrintsAsItsDocumentWrittenAfterwards) {
   });
   std::size_t k = 0;
   int reports = 0, withTotals = 0;
-  forEachCatalogueReport(db, demo, [&](const frame::CatalogueEntry& e, ReportObject& r) {
+  forEachCatalogueReport(db, demo.demo, [&](const frame::CatalogueEntry& e, ReportObject& r) {
     ASSERT_LT(k, names.size());
     ASSERT_EQ(names[k], e.name);
     const std::string& text = after[k++];
@@ -75,7 +68,6 @@ TEST(StreamedPdf, EveryReportPrintsAsItsDocumentWrittenAfterwards) {
   });
   EXPECT_GE(reports, 30);
   EXPECT_GE(withTotals, 10);  // "Page N of M" footers among them
-  fs::remove_all(dir);
 }
 
 }  // namespace
