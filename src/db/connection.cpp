@@ -185,10 +185,27 @@ void StatementCache::clear() {
 
 namespace {
 thread_local std::vector<LoggedStatement>* t_statementLog = nullptr;
+thread_local LoggedStatement::Kind t_logKind = LoggedStatement::Kind::Run;
 }  // namespace
 
 void setStatementLog(std::vector<LoggedStatement>* log) {
   t_statementLog = log;
+}
+
+bool statementLogOn() {
+  return t_statementLog != nullptr;
+}
+
+void logUnrun(LoggedStatement s) {
+  if (t_statementLog) t_statementLog->push_back(std::move(s));
+}
+
+LogAs::LogAs(LoggedStatement::Kind kind) : previous_(t_logKind) {
+  t_logKind = kind;
+}
+
+LogAs::~LogAs() {
+  t_logKind = previous_;
 }
 
 int bindParams(sqlite3_stmt* stmt, const std::vector<Variant>& params, int first) {
@@ -198,7 +215,8 @@ int bindParams(sqlite3_stmt* stmt, const std::vector<Variant>& params, int first
     const auto to = std::min(params.size(), from + static_cast<std::size_t>(n));
     t_statementLog->push_back(
         {sqlite3_sql(stmt),
-         {params.begin() + static_cast<long>(from), params.begin() + static_cast<long>(to)}});
+         {params.begin() + static_cast<long>(from), params.begin() + static_cast<long>(to)},
+         t_logKind});
   }
   int i = first;
   for (int slot = 1; slot <= n; ++slot, ++i) {

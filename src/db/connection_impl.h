@@ -31,6 +31,7 @@ struct Plan {
   std::vector<std::string> columnNames;  // empty: SQLite's names
   std::vector<VarType> columnTypes;      // empty or Empty entries: from the declared types
   std::shared_ptr<const jet::GroupedCount> grouped;  // a count a grouped query can answer
+  bool answer = false;  // a count read from a grouped query (only for the statement log)
 };
 
 // Hash for maps keyed by std::string that are looked up by string_view without a copy.
@@ -121,10 +122,29 @@ int bindParams(sqlite3_stmt* stmt, const std::vector<Variant>& params, int first
 
 // The statements SQLite was given on this thread, as run (SQLite text and bound values): for
 // benchmarks that replay a report's SQL on SQLite alone. Off (nullptr) unless a tool sets one.
+// Counts answered from a grouped query are logged three ways, so a replay can run either what
+// SQLite was given or what the report wrote: the grouped query (`Grouped`), each count read from
+// it (`Answer`), and each such count as it would have run on its own (`Alone`, not run).
 struct LoggedStatement {
+  enum class Kind { Run, Grouped, Answer, Alone };
   std::string sql;
   std::vector<Variant> params;
+  Kind kind = Kind::Run;
 };
 void setStatementLog(std::vector<LoggedStatement>* log);
+bool statementLogOn();
+// Adds a statement that was not run to the log (when there is one).
+void logUnrun(LoggedStatement s);
+// While one lives, statements bound on this thread are logged as `kind`.
+class LogAs {
+ public:
+  explicit LogAs(LoggedStatement::Kind kind);
+  ~LogAs();
+  LogAs(const LogAs&) = delete;
+  LogAs& operator=(const LogAs&) = delete;
+
+ private:
+  LoggedStatement::Kind previous_;
+};
 
 }  // namespace galvix::db

@@ -232,7 +232,10 @@ void Recordset::openPlan(std::shared_ptr<const Plan> plan, std::string_view jetS
   m.jetSql = written;
   m.stmt = st;
   m.cursor = cursor;
-  bindParams(st, plan->params);
+  {
+    LogAs as(plan->answer ? LoggedStatement::Kind::Answer : LoggedStatement::Kind::Run);
+    bindParams(st, plan->params);
+  }
 
   int n = sqlite3_column_count(st);
   m.names.resize(static_cast<std::size_t>(n));

@@ -160,7 +160,10 @@ const SideCounts::Table* SideCounts::build(Shape& s, const Plan& plan, std::stri
   }
   std::vector<Variant> values;
   for (int p : s.fixedParams) values.push_back(plan.params[static_cast<std::size_t>(p)]);
-  bindParams(st, values);
+  {
+    LogAs as(LoggedStatement::Kind::Grouped);
+    bindParams(st, values);
+  }
   Table table;
   table.fixed = std::move(fixed);
   const int n = static_cast<int>(s.keyParams.size());
@@ -235,7 +238,9 @@ std::shared_ptr<const Plan> SideCounts::answer(const Plan& plan, StatementCache&
   const std::int64_t n = found == table->counts.end() ? 0 : found->second;
   ++s.lookups;
 
+  if (statementLogOn()) logUnrun({plan.sql, plan.params, LoggedStatement::Kind::Alone});
   auto a = std::make_shared<Plan>();
+  a->answer = true;
   a->sql = "SELECT ?";
   a->kind = PlanKind::Select;
   a->params.push_back(n >= INT32_MIN && n <= INT32_MAX
