@@ -675,9 +675,12 @@ class PdfCanvas final : public Canvas {
       const double startX = glyphs_[i].x;
       double pen = 0;  // thousandths of an em from startX, where the next glyph would go
       for (; i < glyphs_.size() && glyphs_[i].y == lineY; ++i) {
+        // Advances in pango units round differently from widths in thousandths of an em: a
+        // correction for each glyph would move it by millionths of a point. One is written once
+        // the pen is half a thousandth of an em off, so no glyph is further off than that.
         const double want = (glyphs_[i].x - startX) * 1000 / size;
         const double adjust = static_cast<double>(nearest((pen - want) * 1000)) / 1000;
-        if (std::abs(adjust) >= 0.001) {
+        if (std::abs(adjust) >= 0.5) {
           content_ += "> ";
           num(content_, adjust);
           content_ += " <";

@@ -48,6 +48,10 @@ struct FontCache {
   // every page), and whether they were plain at all. Emptied when full.
   static constexpr std::size_t kShapedTexts = 8192, kShapedLength = 128;
   std::unordered_map<std::string, std::optional<SimpleLine>> shaped;
+  // Most texts (names, addresses) come once: a text is kept only when it comes a second time,
+  // as told by this table of the keys' hashes seen (a slot forgets when another key takes it).
+  static constexpr std::size_t kSeenSlots = 16384;
+  std::vector<std::size_t> seen = std::vector<std::size_t>(kSeenSlots);
   std::string key;
   // Where measuring broke wrapped texts into lines, per font and width, for drawing them: one
   // per text, until emptied when full (a text is measured when its page is made and drawn when
@@ -466,9 +470,14 @@ const SimpleLine* simpleLine(std::string_view text, const doc::Font& font, Simpl
   c.key.append(reinterpret_cast<const char*>(&wrap), sizeof wrap);
   c.key += linesOnly ? 'l' : 'g';
   c.key.append(text);
+  const std::size_t hash = c.shaped.hash_function()(c.key);
   if (auto it = c.shaped.find(c.key); it != c.shaped.end())
     return it->second ? &*it->second : nullptr;
   const bool plain = shapeText(c, f, text, scratch, wrap, linesOnly);
+  if (std::size_t& slot = c.seen[hash % FontCache::kSeenSlots]; slot != hash) {
+    slot = hash;
+    return plain ? &scratch : nullptr;
+  }
   if (c.shaped.size() >= FontCache::kShapedTexts) c.shaped.clear();
   auto& kept = c.shaped.emplace(c.key, std::nullopt).first->second;
   if (!plain) return nullptr;
