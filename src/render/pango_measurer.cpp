@@ -36,16 +36,11 @@ class PangoMeasurer : public engine::TextMeasurer {
   // advances is well inside the width (the margin covers kerning and ligatures); anything else
   // (other characters, letters the font lacks, blank lines, lines near the width) is laid out in
   // full.
-  // Other plain lines are shaped and wrapped as pango would (`shapeSimpleLine`), unless the
-  // answer is at hand.
+  // Other plain lines are shaped and wrapped as pango would (`shapeSimpleLine`, which keeps
+  // texts it sees again); the rest are laid out (`measure`, which keeps its answers).
   std::int32_t measureHeight(std::string_view text, const doc::Font& font,
                              std::int32_t wrapWidth) override {
     if (auto h = quickHeight(text, font, wrapWidth)) return *h;
-    std::string key = keyFor(text, font, wrapWidth);
-    if (auto it = cache_.find(key); it != cache_.end()) {
-      order_.splice(order_.begin(), order_, it->second.pos);
-      return it->second.extent.height;
-    }
     const int wrap = wrapWidth > 0 ? std::max(1, twipsToPango(wrapWidth)) : 0;
     if (const SimpleLine* sl = simpleLine(text, font, line_, wrap, true))
       return pangoToTwipsCeil(sl->totalHeight);
@@ -148,13 +143,17 @@ class PangoMeasurer : public engine::TextMeasurer {
     return linesHeight(m, lines);
   }
 
+  // The size and width as their bytes: formatting a double (std::to_string) cost more than the
+  // lookup.
   static std::string keyFor(std::string_view text, const doc::Font& f, std::int32_t wrap) {
-    std::string k = f.name;
+    std::string k;
+    k.reserve(f.name.size() + sizeof f.size + sizeof wrap + text.size() + 2);
+    k += f.name;
     k += '\x1f';
-    k += std::to_string(f.size);
+    k.append(reinterpret_cast<const char*>(&f.size), sizeof f.size);
     k += static_cast<char>('0' + (f.bold | f.italic << 1 | f.underline << 2 | f.strikeout << 3));
-    k += std::to_string(std::max(0, wrap));
-    k += '\x1f';
+    wrap = std::max(0, wrap);
+    k.append(reinterpret_cast<const char*>(&wrap), sizeof wrap);
     k += text;
     return k;
   }

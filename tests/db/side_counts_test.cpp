@@ -219,5 +219,37 @@ TEST_F(SideCountsTest, OutsideARunEachCountRunsAlone) {
   EXPECT_EQ(log.statements.size(), groups_.size());
 }
 
+// Benchmarks replay a run's statements two ways: as SQLite got them, and as the report wrote
+// them. Every answered count must be in the log both ways, the count as written with its values.
+TEST_F(SideCountsTest, TheStatementLogHoldsEachAnsweredCountAsWritten) {
+  using Kind = LoggedStatement::Kind;
+  std::vector<LoggedStatement> logged;
+  setStatementLog(&logged);
+  {
+    RunScope run;
+    Connection c;
+    c.open(f_.connectionString());
+    for (long g : groups_) first(c, kGuestCount + id(g) + " and PartyID = " + id(parties_[0]));
+  }
+  setStatementLog(nullptr);
+  std::string alone;  // the count as run on its own while the shape was learnt
+  std::vector<std::int64_t> groupsAlone;
+  int grouped = 0, answers = 0;
+  for (const auto& l : logged) {
+    if (l.kind == Kind::Run && l.sql.find("count") != std::string::npos) alone = l.sql;
+    grouped += l.kind == Kind::Grouped;
+    answers += l.kind == Kind::Answer;
+    if (l.kind == Kind::Alone) {
+      EXPECT_EQ(l.sql, alone);
+      ASSERT_EQ(l.params.size(), 2u);
+      groupsAlone.push_back(l.params[0].rawInt());
+    }
+  }
+  EXPECT_EQ(grouped, 1);
+  EXPECT_GE(answers, static_cast<int>(groups_.size()) - 3);
+  ASSERT_EQ(groupsAlone.size(), static_cast<std::size_t>(answers));
+  EXPECT_EQ(groupsAlone.back(), groups_.back());
+}
+
 }  // namespace
 }  // namespace galvix::db
