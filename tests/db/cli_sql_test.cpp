@@ -6,6 +6,7 @@
 
 #include "data/fixture.h"
 #include "db/db_test_util.h"
+#include "runtime/dates.h"
 
 namespace galvix {
 namespace {
@@ -27,9 +28,9 @@ class CliSql : public ::testing::Test {
     f_.reset();
     if (!dir_.empty()) fs::remove_all(dir_);
   }
-  CommandResult run(const std::string& args) {
-    return db::testing::runCommand(exe_.string() + " sql --db '" + f_->path() + "' " + args,
-                                   dir_ / "err.txt");
+  CommandResult run(const std::string& args, const std::string& env = "") {
+    return db::testing::runCommand(
+        env + " '" + exe_.string() + "' sql --db '" + f_->path() + "' " + args, dir_ / "err.txt");
   }
   fs::path exe_, dir_;
   std::unique_ptr<data::Fixture> f_;
@@ -65,6 +66,31 @@ TEST_F(CliSql, BadInputFailsWithTheMessageAndExplainShowsTheSql) {
   CommandResult e = run("--explain \"SELECT EventName FROM Events\"");
   ASSERT_EQ(e.status, 0) << e.err;
   EXPECT_NE(e.out.find("Events"), std::string::npos);
+}
+
+TEST_F(CliSql, ForOtherProgramsIsIso8601WhateverTheLocale) {
+  const long p =
+      f_->party(f_->event({.name = "Dated"}), {.name = "Dance",
+                                               .date = Variant::date(dateSerial(2027, 6, 11)),
+                                               .time = Variant::date(timeSerial(19, 5, 0)),
+                                               .menuSelectionRequired = true});
+  const std::string q =
+      " \"SELECT Parties.[Date], Parties.[Time], Parties.MenuSelectionRequired, "
+      "1.5 AS X FROM Parties WHERE Parties.PartyID = " +
+      std::to_string(p) + "\"";
+  CommandResult r = run("--csv" + q, "GALVIX_LOCALE=de-DE");
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("2027-06-11,19:05:00,true,1.5\n"), std::string::npos) << r.out;
+  r = run("--json" + q, "GALVIX_LOCALE=de-DE");
+  ASSERT_EQ(r.status, 0) << r.err;
+  auto j = nlohmann::json::parse(r.out);
+  EXPECT_EQ(j[0]["Date"], "2027-06-11");
+  EXPECT_EQ(j[0]["Time"], "19:05:00");
+  EXPECT_EQ(j[0]["MenuSelectionRequired"], true);
+  // The table people read keeps the locale's forms.
+  r = run(q, "GALVIX_LOCALE=de-DE");
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("11.06.2027"), std::string::npos) << r.out;
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -17,11 +18,25 @@
 
 namespace galvix::db::testing {
 
+// The scratch folders this process made, removed when it ends (not by a child it forked, which
+// ends while its parent still uses them).
+struct ScratchFolders {
+  pid_t owner = ::getpid();
+  std::set<std::filesystem::path> dirs;
+  ~ScratchFolders() {
+    if (::getpid() != owner) return;
+    std::error_code ec;
+    for (const auto& d : dirs) std::filesystem::remove_all(d, ec);
+  }
+};
+
 // This process's folder "galvix_<tag>_<pid>" (made if need be), or `name` in it.
 inline std::filesystem::path scratch(const std::string& tag, const std::string& name = {}) {
+  static ScratchFolders made;
   auto dir =
       std::filesystem::temp_directory_path() / ("galvix_" + tag + "_" + std::to_string(::getpid()));
   std::filesystem::create_directories(dir);
+  made.dirs.insert(dir);
   return name.empty() ? dir : dir / name;
 }
 

@@ -11,7 +11,6 @@
 
 #include "data/fixture.h"
 #include "frame/catalogue.h"
-#include "runtime/dates.h"
 
 namespace galvix {
 namespace {
@@ -286,28 +285,6 @@ TEST_F(CliRender, DescribeExplainsEveryPropertyOfEveryCatalogueName) {
   }
   EXPECT_EQ(names, 36);
   EXPECT_EQ(run("describe \"Guest List\""), 2);
-}
-
-TEST_F(CliRender, SqlForOtherProgramsIsIso8601WhateverTheLocale) {
-  data::Fixture f((dir_ / "events.db").string());
-  const long e = f.event({.name = "Dated"});
-  const long p = f.party(e, {.name = "Dance",
-                             .date = Variant::date(dateSerial(2027, 6, 11)),
-                             .time = Variant::date(timeSerial(19, 5, 0)),
-                             .menuSelectionRequired = true});
-  const std::string q =
-      " \"SELECT Parties.[Date], Parties.[Time], Parties.MenuSelectionRequired, "
-      "1.5 AS X FROM Parties WHERE Parties.PartyID = " +
-      std::to_string(p) + "\"";
-  ASSERT_EQ(run("sql " + db() + " --csv" + q, "GALVIX_LOCALE=de-DE"), 0) << err_;
-  EXPECT_THAT(out_, HasSubstr("2027-06-11,19:05:00,true,1.5\n"));
-  ASSERT_EQ(run("sql " + db() + " --json" + q, "GALVIX_LOCALE=de-DE"), 0) << err_;
-  EXPECT_THAT(out_, HasSubstr("\"Date\": \"2027-06-11\""));
-  EXPECT_THAT(out_, HasSubstr("\"Time\": \"19:05:00\""));
-  EXPECT_THAT(out_, HasSubstr("\"MenuSelectionRequired\": true"));
-  // The table people read keeps the locale's forms.
-  ASSERT_EQ(run("sql " + db() + q, "GALVIX_LOCALE=de-DE"), 0) << err_;
-  EXPECT_THAT(out_, HasSubstr("11.06.2027"));
 }
 
 }  // namespace
