@@ -67,6 +67,7 @@ struct Result {
   int pages = 0;
   double galvixMs = 0, floorMs = 0, galvixCpu = 0, floorCpu = 0, peakMb = 0;
   double ownMs = 0, ownCpu = 0;  // the floor of the report's own statements
+  // The floors and statements come from a logged run, the times and peak from a timed one.
   long statements = 0, replayFailures = 0;
   char error[240] = {};
 };
@@ -353,10 +354,10 @@ void runSize(int guests, int runs, int timeoutS, const std::vector<std::string>&
     const frame::CatalogueEntry& e = *entry;
     const std::string label = allParties ? e.name + ", all parties" : e.name;
     std::vector<double> g, f, gc, fc, m, o;
-    Result last;
+    Result last, lastFloors;
     std::string failure;
     for (int i = 0; i < runs && failure.empty(); ++i) {
-      Result r, floors;
+      Result r, floors;  // the timed run; the logged one
       auto run = [&](Result& into, bool logged) {
         if (!inChild(into, timeoutS, [&] {
               return runReport(e, db, ids, dir, logged, allParties ? parties : decltype(parties){});
@@ -367,19 +368,14 @@ void runSize(int guests, int runs, int timeoutS, const std::vector<std::string>&
         return failure.empty();
       };
       if (run(r, false) && run(floors, true)) {
-        r.floorMs = floors.floorMs;
-        r.floorCpu = floors.floorCpu;
-        r.ownMs = floors.ownMs;
-        r.ownCpu = floors.ownCpu;
-        r.statements = floors.statements;
-        r.replayFailures = floors.replayFailures;
         g.push_back(r.galvixMs);
-        f.push_back(r.floorMs);
         gc.push_back(r.galvixCpu);
-        fc.push_back(r.floorCpu);
-        o.push_back(r.ownMs);
         m.push_back(r.peakMb);
+        f.push_back(floors.floorMs);
+        fc.push_back(floors.floorCpu);
+        o.push_back(floors.ownMs);
         last = r;
+        lastFloors = floors;
       }
     }
     if (!failure.empty()) {
@@ -389,8 +385,9 @@ void runSize(int guests, int runs, int timeoutS, const std::vector<std::string>&
                    om = median(o);
       std::printf("%-40s %6d %9.0f %8.0f %5.1fx %10.0f %9.0f %5.1fx %7.0f %5.1fx %7.0f %7ld%s\n",
                   label.c_str(), last.pages, gm, fm, fm > 0 ? gm / fm : 0.0, gcm, fcm,
-                  fcm > 0 ? gcm / fcm : 0.0, om, om > 0 ? gm / om : 0.0, median(m), last.statements,
-                  last.replayFailures ? " (some statements failed on replay)" : "");
+                  fcm > 0 ? gcm / fcm : 0.0, om, om > 0 ? gm / om : 0.0, median(m),
+                  lastFloors.statements,
+                  lastFloors.replayFailures ? " (some statements failed on replay)" : "");
     }
     std::fflush(stdout);
   }

@@ -470,10 +470,10 @@ const SimpleLine* simpleLine(std::string_view text, const doc::Font& font, Simpl
   c.key.append(reinterpret_cast<const char*>(&wrap), sizeof wrap);
   c.key += linesOnly ? 'l' : 'g';
   c.key.append(text);
-  const std::size_t hash = c.shaped.hash_function()(c.key);
   if (auto it = c.shaped.find(c.key); it != c.shaped.end())
     return it->second ? &*it->second : nullptr;
   const bool plain = shapeText(c, f, text, scratch, wrap, linesOnly);
+  const std::size_t hash = c.shaped.hash_function()(c.key);
   if (std::size_t& slot = c.seen[hash % FontCache::kSeenSlots]; slot != hash) {
     slot = hash;
     return plain ? &scratch : nullptr;
