@@ -36,19 +36,12 @@ class CliSql : public ::testing::Test {
   std::unique_ptr<data::Fixture> f_;
 };
 
-TEST_F(CliSql, CsvQuotesWhereNeededAndLeavesNullEmpty) {
+TEST_F(CliSql, CsvQuotesWhereNeededJsonKeepsColumnOrderAndNullIsEmpty) {
   CommandResult r =
       run("--csv \"SELECT EventName, EventEndDate, EventID FROM Events ORDER BY EventID\"");
   ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.out,
-            "EventName,EventEndDate,EventID\n"
-            "\"Smith, \"\"Jr\"\" Wedding\",,1\n"
-            "Plain,,2\n");
-}
-
-TEST_F(CliSql, JsonHasOneObjectPerRowInColumnOrder) {
-  CommandResult r =
-      run("--json \"SELECT EventID, EventName, EventEndDate FROM Events ORDER BY EventID\"");
+  EXPECT_EQ(r.out, "EventName,EventEndDate,EventID\n\"Smith, \"\"Jr\"\" Wedding\",,1\nPlain,,2\n");
+  r = run("--json \"SELECT EventID, EventName, EventEndDate FROM Events ORDER BY EventID\"");
   ASSERT_EQ(r.status, 0) << r.err;
   auto j = nlohmann::ordered_json::parse(r.out);
   ASSERT_EQ(j.size(), 2u);

@@ -18,13 +18,9 @@ using data::Fixture;
 
 using testing::errorOf;
 
-fs::path tempDb(const char* name) {
-  return testing::scratch("db", name);
-}
-
 class Db : public ::testing::Test {
  protected:
-  Db() : f(tempDb("t.db").string()) {}
+  Db() : f(testing::scratch("db", "t.db").string()) {}
   ~Db() override { fs::remove_all(fs::path(f.path()).parent_path()); }
   void open() { conn.open(f.connectionString()); }
   Fixture f;
@@ -42,7 +38,7 @@ TEST(ConnectionString, DataSourceForms) {
 }
 
 TEST(ConnectionString, WindowsPathsFindLocalFiles) {
-  Fixture f(tempDb("win.db").string());
+  Fixture f(testing::scratch("db", "win.db").string());
   std::string p = f.path();  // absolute: /tmp/...
   std::string windows = "C:" + p;
   for (auto& c : windows)
@@ -86,20 +82,33 @@ TEST_F(Db, ValuesAreTypedByDeclaredColumnTypes) {
   EXPECT_TRUE(rs.value("EventEndDate").isNull());
   EXPECT_EQ(rs.value("Type").type(), VarType::Integer);
   EXPECT_EQ(rs.value("ContactPic").bytes(), (Bytes{1, 2, 3}));
-}
 
-TEST_F(Db, TruthIsStoredAsMinusOneAndUntypedExpressionsFollowTheirValues) {
-  long e = f.event({.printJournal = true});
-  f.exec("UPDATE Events SET EventStartDate = '2024-06-01 12:00:00'");  // a date written as text
-  open();
-  Recordset rs;
-  rs.openNative("SELECT PrintJournal + 0 AS raw, 2.5 AS half, 'x' AS t, EventStartDate FROM Events",
-                conn);
+  // Truth is stored as -1; untyped expressions follow their values; out of range and text
+  // values keep their meaning.
+  rs.close();  // a reading statement would lock out the writes
+  long guest = f.guest(f.group(e));
+  f.set("GuestNames", guest, "Age", 40000);                          // too big for a SMALLINT
+  f.set("Events", e, "EventTypeID", Variant::dbl(1099511627776.0));  // too big for 32 bits
+  f.set("Events", e, "EventEndDate", "14:30");                       // a time written as text
+  rs.open("SELECT Age FROM GuestNames WHERE GuestID = " + std::to_string(guest), conn);
+  EXPECT_EQ(rs.value("Age").type(), VarType::Long);
+  EXPECT_EQ(rs.value("Age").rawInt(), 40000);
+  rs.openNative("SELECT PrintJournal + 0 AS raw, 2.5 AS half, 'x' AS t FROM Events", conn);
   EXPECT_EQ(rs.value("raw").rawInt(), -1);
   EXPECT_EQ(rs.value("half").type(), VarType::Double);
   EXPECT_EQ(rs.value("t").type(), VarType::String);
+  rs.open("SELECT EventTypeID, EventEndDate FROM Events", conn);
+  EXPECT_EQ(rs.value("EventTypeID").type(), VarType::Double);
+  EXPECT_EQ(rs.value("EventEndDate").type(), VarType::Date);
+  EXPECT_DOUBLE_EQ(rs.value("EventEndDate").rawDouble(), 14.5 / 24);
+  rs.close();
+  f.exec("UPDATE Events SET EventStartDate = '2024-06-01 12:00:00'");  // a date written as text
+  rs.openNative("SELECT EventStartDate FROM Events", conn);
   EXPECT_DOUBLE_EQ(rs.value("EventStartDate").rawDouble(), 45444.5);
-  (void)e;
+  rs.close();
+  f.set("Events", e, "EventStartDate", "next week");  // not a date at all
+  rs.open("SELECT EventStartDate FROM Events", conn);
+  EXPECT_EQ(rs.value("EventStartDate").type(), VarType::String);
 }
 
 TEST_F(Db, CursorsAndNavigation) {
@@ -190,7 +199,7 @@ TEST_F(Db, ErrorsNameWhatIsWrong) {
   EXPECT_EQ(errorOf([&] { cmd.execute(); }).number(), kErrState);
 }
 
-TEST_F(Db, WorkTablesAreMadeDroppedAndRefusedWhenPresent) {
+TEST_F(Db, WorkTablesAndStatementsThatRunTogetherOrNotAtAll) {
   long e = f.event();
   long v = f.vendor({.company = "Blooms"});
   f.assignment(e, f.expenseCategory("Flowers"), v);
@@ -211,6 +220,24 @@ TEST_F(Db, WorkTablesAreMadeDroppedAndRefusedWhenPresent) {
   conn.executeNative("CREATE TABLE VENDOR_SUMMARY (Other TEXT)");
   rs.open("SELECT * FROM VENDOR_SUMMARY", conn);
   EXPECT_EQ(rs.fields(0).name(), "Other");
+
+  // Statements run together or not at all; an action opens nothing.
+  Recordset action;
+  action.openNative("UPDATE Events SET EventName = 'Renamed'", conn);
+  EXPECT_FALSE(action.isOpen());
+  EXPECT_EQ(conn.executeNative("UPDATE Events SET EventName = 'Renamed'"), 1);
+  DbError e2 = errorOf([&] {
+    conn.executeNative("CREATE TABLE BUDGET_REPORT (Item TEXT); INSERT INTO Nowhere VALUES (1)");
+  });
+  EXPECT_EQ(e2.number(), kErrNoSuchObject);
+  // The create was undone with the failed insert, so the work table can be made again.
+  EXPECT_EQ(errorOf([&] { rs.open("SELECT * FROM BUDGET_REPORT", conn); }).number(),
+            kErrNoSuchObject);
+  EXPECT_EQ(conn.executeNative("CREATE TABLE BUDGET_REPORT (Item TEXT); "
+                               "INSERT INTO BUDGET_REPORT SELECT EventName FROM Events"),
+            1);
+  rs.open("SELECT Item FROM BUDGET_REPORT", conn);
+  EXPECT_EQ(rs.value("Item").rawString(), "Renamed");
 }
 
 TEST_F(Db, StatementsAreReusedAndNeverSharedBetweenOpenRecordsets) {
@@ -240,70 +267,18 @@ TEST_F(Db, StatementsAreReusedAndNeverSharedBetweenOpenRecordsets) {
   conn.close();
   a.moveNext();
   EXPECT_EQ(a.value("SubEventName").rawString(), "B");
-}
-
-TEST_F(Db, OutOfRangeAndTextValuesKeepTheirMeaning) {
-  long e = f.event();
-  long g = f.group(e);
-  long guest = f.guest(g);
-  f.set("GuestNames", guest, "Age", 40000);                          // too big for a SMALLINT
-  f.set("Events", e, "EventTypeID", Variant::dbl(1099511627776.0));  // too big for 32 bits
-  f.set("Events", e, "EventEndDate", "14:30");                       // a time written as text
-  f.set("Events", e, "EventStartDate", "next week");                 // not a date at all
+  // Reopening (without a close) replaces the fields; a closed connection opens again.
   open();
-  Recordset rs;
-  rs.open("SELECT Age FROM GuestNames", conn);
-  EXPECT_EQ(rs.value("Age").type(), VarType::Long);
-  EXPECT_EQ(rs.value("Age").rawInt(), 40000);
-  rs.open("SELECT EventTypeID, EventEndDate, EventStartDate FROM Events", conn);
-  EXPECT_EQ(rs.value("EventTypeID").type(), VarType::Double);
-  EXPECT_EQ(rs.value("EventEndDate").type(), VarType::Date);
-  EXPECT_DOUBLE_EQ(rs.value("EventEndDate").rawDouble(), 14.5 / 24);
-  EXPECT_EQ(rs.value("EventStartDate").type(), VarType::String);
-}
-
-TEST_F(Db, StatementsRunTogetherOrNotAtAll) {
-  f.event();
-  open();
-  Recordset action;
-  action.openNative("UPDATE Events SET EventName = 'Renamed'", conn);  // runs once, opens nothing
-  EXPECT_FALSE(action.isOpen());
-  EXPECT_EQ(conn.executeNative("UPDATE Events SET EventName = 'Renamed'"), 1);
-  DbError e = errorOf([&] {
-    conn.executeNative("CREATE TABLE BUDGET_REPORT (Item TEXT); INSERT INTO Nowhere VALUES (1)");
-  });
-  EXPECT_EQ(e.number(), kErrNoSuchObject);
-  Recordset rs;
-  // The create was undone with the failed insert, so the work table can be made again.
-  EXPECT_EQ(errorOf([&] { rs.open("SELECT * FROM BUDGET_REPORT", conn); }).number(),
-            kErrNoSuchObject);
-  EXPECT_EQ(conn.executeNative("CREATE TABLE BUDGET_REPORT (Item TEXT); "
-                               "INSERT INTO BUDGET_REPORT SELECT EventName FROM Events"),
-            1);
-  rs.open("SELECT Item FROM BUDGET_REPORT", conn);
-  EXPECT_EQ(rs.value("Item").rawString(), "Renamed");
-}
-
-TEST_F(Db, ReopeningReplacesFieldsAndConnectionsReopen) {
-  f.event({.name = "One"});
-  open();
-  Recordset rs;
-  rs.open("SELECT EventName, EventID FROM Events", conn);
-  EXPECT_EQ(rs.fieldCount(), 2);
-  rs.open("SELECT EventID AS Id FROM Events", conn);  // no close in between
-  EXPECT_EQ(rs.fieldCount(), 1);
-  EXPECT_EQ(errorOf([&] { rs.fields("EventName"); }).number(), kErrItemNotFound);
-  EXPECT_EQ(rs.value("ID").rawInt(), 1);
-  conn.close();
-  open();
-  rs.open("SELECT EventName FROM Events", conn);
-  EXPECT_EQ(rs.value("EventName").rawString(), "One");
+  a.open("SELECT SubEventID AS Id FROM SubEvents ORDER BY SubEventID", conn);
+  EXPECT_EQ(a.fieldCount(), 1);
+  EXPECT_EQ(errorOf([&] { a.fields("SubEventName"); }).number(), kErrItemNotFound);
+  EXPECT_EQ(a.value("ID").rawInt(), 1);
 }
 
 // Each run makes its work table as its own: two threads making and reading the same table name
 // over one database file never see each other's rows, and nothing is left in the file.
 TEST(RunScope, WorkTablesBelongToTheirRunAndLeaveNothingBehind) {
-  const fs::path file = tempDb("scope.db");
+  const fs::path file = testing::scratch("db", "scope.db");
   {
     Fixture f(file.string());
     f.expenseCategory("Flowers");
@@ -362,7 +337,7 @@ TEST(RunScope, WorkTablesBelongToTheirRunAndLeaveNothingBehind) {
 // A work table the user keeps: copied from the run into the file, with its column types,
 // replacing the file's table of that name; a table the run did not make is not touched.
 TEST(RunScope, AKeptWorkTableIsCopiedIntoTheFile) {
-  const fs::path file = tempDb("keep.db");
+  const fs::path file = testing::scratch("db", "keep.db");
   {
     Fixture f(file.string());
     f.budgetLine(f.event(), f.expenseCategory("Flowers"), {.budget = data::money(12.5)});
@@ -389,18 +364,18 @@ TEST(RunScope, AKeptWorkTableIsCopiedIntoTheFile) {
 
 // Mistakes people make, told in their terms.
 TEST(Messages, EmptyFilesFoldersAndOverwideResultsSayWhatIsWrong) {
-  const fs::path empty = tempDb("empty.sqlite");
+  const fs::path empty = testing::scratch("db", "empty.sqlite");
   { std::ofstream touch(empty); }
   Connection c;
   DbError e = errorOf([&] { c.open(empty.string()); });
   EXPECT_NE(e.description().find("the file is empty"), std::string::npos) << e.description();
 
-  const fs::path folder = tempDb("folder.mdb");
+  const fs::path folder = testing::scratch("db", "folder.mdb");
   fs::create_directories(folder);
   e = errorOf([&] { c.open(folder.string()); });
   EXPECT_NE(e.description().find("it is a folder"), std::string::npos) << e.description();
 
-  const fs::path good = tempDb("wide.sqlite");
+  const fs::path good = testing::scratch("db", "wide.sqlite");
   { Fixture f(good.string()); }
   c.open(good.string());
   std::string wide = "SELECT 1 AS c0";
