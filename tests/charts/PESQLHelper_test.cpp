@@ -2,11 +2,9 @@
 #include "charts/PESQLHelper.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
 
 #include "data/fixture.h"
+#include "db/db_test_util.h"
 
 namespace galvix::charts {
 namespace {
@@ -20,16 +18,7 @@ constexpr const char* kSql =
 
 class ChartData : public ::testing::Test {
  protected:
-  ChartData()
-      : db_((std::filesystem::temp_directory_path() /
-             ("galvix_pesql_" + std::to_string(::getpid()) + ".db"))
-                .string()),
-        event_(db_.event()) {}
-  ~ChartData() override {
-    if (rs_.isOpen()) rs_.close();
-    conn_.close();
-    std::filesystem::remove(db_.path());
-  }
+  ChartData() : db_(db::testing::testDb("pesql")), event_(db_.event()) {}
   void line(const char* category, Variant suggested, Variant budget, Variant actual) {
     db_.budgetLine(event_, db_.expenseCategory(category),
                    {.suggested = suggested, .budget = budget, .actual = actual});

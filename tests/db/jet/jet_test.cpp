@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
 #include "data/fixture.h"
 #include "db/connection.h"
 #include "db/connection_impl.h"
@@ -16,28 +14,17 @@ namespace galvix::db {
 namespace {
 using ::testing::ElementsAre;
 using testing::errorOf;
-namespace fs = std::filesystem;
 
 class Jet : public ::testing::Test {
  protected:
-  void SetUp() override {
-    path_ = testing::testDb("jet");
-    f_ = std::make_unique<data::Fixture>(path_);
-  }
-  void TearDown() override {
-    f_.reset();
-    fs::remove_all(fs::path(path_).parent_path());
-  }
-  data::Fixture& f() { return *f_; }
-
+  data::Fixture& f() { return f_; }
   // Every row as "a|b|c" (Null as "<null>"), and the column names.
   std::vector<std::string> rows(const std::string& sql, std::vector<std::string>* names = nullptr) {
     Connection c;
-    c.open(f_->connectionString());
+    c.open(f_.connectionString());
     return rowsOf(c, sql, names);
   }
-  std::string path_;
-  std::unique_ptr<data::Fixture> f_;
+  data::Fixture f_{testing::testDb("jet")};
 };
 
 TEST_F(Jet, ConcatJoinsNullSafelyPlusPropagatesAndTruthIsMinusOne) {
@@ -109,16 +96,13 @@ TEST_F(Jet, LeftRightAndAscAreFunctionsWhenCalled) {
 }
 
 // "#6/11/2027#" is June 11 in every locale: Jet's date literals are month/day/year.
-TEST_F(Jet, DateLiteralsAreMonthFirstInEveryLocale) {
+TEST_F(Jet, DateLiteralsAreMonthFirstAndFormatTakesWeekArgumentsAndKeepsNull) {
   for (const char* locale : {"en-US", "en-GB", "de-DE"}) {
     const RegionalScope scope(locale);
     EXPECT_THAT(rows("SELECT Month(#6/11/2027#), Day(#6/11/2027#)"), ElementsAre("6|11")) << locale;
   }
-}
-
-// Format(expr, format, firstdayofweek, firstweekofyear) as in the language; Null stays Null
-// unless the format has a section for it.
-TEST_F(Jet, FormatTakesWeekArgumentsAndKeepsNull) {
+  // Format(expr, format, firstdayofweek, firstweekofyear) as in the language; Null stays Null
+  // unless the format has a section for it.
   EXPECT_THAT(rows("SELECT Format(#1/1/2010#, 'ww', 2, 2), Format(#1/1/2010#, 'ww'), "
                    "DatePart('ww', #1/1/2010#, 2, 2), DatePart('w', #12/30/1899#, 7)"),
               ElementsAre("53|1|53|1"));

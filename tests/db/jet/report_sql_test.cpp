@@ -32,15 +32,8 @@ std::string statement(const std::string& name) {
 class ReportSql : public ::testing::Test {
  protected:
   void SetUp() override {
-    path_ = testing::testDb("jetsql");
-    f_ = std::make_unique<data::Fixture>(path_);
     build();
     c_.open(f_->connectionString());
-  }
-  void TearDown() override {
-    c_.close();
-    f_.reset();
-    fs::remove_all(fs::path(path_).parent_path());
   }
 
   // Two parties, two guest groups (one with three people), tables, a room plan, vendors with
@@ -127,8 +120,7 @@ class ReportSql : public ::testing::Test {
     return columns(text, {col});
   }
 
-  std::string path_;
-  std::unique_ptr<data::Fixture> f_;
+  std::unique_ptr<data::Fixture> f_ = std::make_unique<data::Fixture>(testing::testDb("jetsql"));
   Connection c_;
   long e_ = 0, rec_ = 0, cer_ = 0, ann_ = 0, bob_ = 0, cid_ = 0, dee_ = 0;
 };
