@@ -1,24 +1,17 @@
 // The event schema read back through the data access layer.
-#include <unistd.h>
-
-#include <filesystem>
-
 #include <gtest/gtest.h>
 
 #include "data/fixture.h"
 #include "data/schema.h"
 #include "db/connection.h"
+#include "db/db_test_util.h"
 
 namespace galvix::data {
 namespace {
 
-namespace fs = std::filesystem;
-
 class Schema : public ::testing::Test {
  protected:
-  Schema()
-      : f((fs::temp_directory_path() / ("galvix_schema_" + std::to_string(::getpid()))).string()) {}
-  ~Schema() override { fs::remove(f.path()); }
+  Schema() : f(db::testing::testDb("schema")) {}
   db::Recordset& query(const std::string& sql) {
     if (!conn.isOpen()) conn.open(f.connectionString());
     rs.openNative(sql, conn, db::CursorType::Static);
