@@ -38,17 +38,16 @@ class SideCountsTest : public ::testing::Test {
     }
     // Rows whose group is not a number that any `GroupID = n` could match: Null, text and a
     // fraction.
-    const long stray = f_.guest(groups_[1]);
-    f_.invite(stray, parties_[0]);
-    f_.exec("UPDATE GuestNames SET GroupID = NULL WHERE GuestID = " + std::to_string(stray));
-    const long text = f_.guest(groups_[2]);
-    f_.invite(text, parties_[0]);
-    f_.exec("UPDATE GuestNames SET GroupID = 'x" + std::to_string(groups_[2]) +
-            "' WHERE GuestID = " + std::to_string(text));
-    const long half = f_.guest(groups_[3]);
-    f_.invite(half, parties_[0]);
-    f_.exec("UPDATE GuestNames SET GroupID = " + std::to_string(groups_[3]) +
-            ".5 WHERE GuestID = " + std::to_string(half));
+    for (int g : {1, 2, 3}) {
+      const long stray = f_.guest(groups_[g]);
+      f_.invite(stray, parties_[0]);
+      const std::string n = std::to_string(groups_[g]);
+      f_.exec("UPDATE GuestNames SET GroupID = " +
+              (g == 1   ? "NULL"
+               : g == 2 ? "'x" + n + "'"
+                        : n + ".5") +
+              " WHERE GuestID = " + std::to_string(stray));
+    }
     f_.exec("COMMIT");
   }
   ~SideCountsTest() override { fs::remove_all(dir_); }

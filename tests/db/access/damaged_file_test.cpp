@@ -59,6 +59,16 @@ class Damaged : public ::testing::Test {
     }
   }
 
+  // The little-endian number of `n` bytes at `at`.
+  static std::uint32_t get(const std::string& f, std::size_t at, int n = 4) {
+    std::uint32_t v = 0;
+    for (int i = n - 1; i >= 0; --i) v = v << 8 | static_cast<unsigned char>(f[at + i]);
+    return v;
+  }
+  static void put(std::string& f, std::size_t at, std::uint32_t v, int n = 4) {
+    for (int i = 0; i < n; ++i) f[at + i] = static_cast<char>(v >> (8 * i) & 0xff);
+  }
+
   fs::path dir_;
 };
 
@@ -124,20 +134,12 @@ TEST_F(Damaged, CatalogPropertiesThatWouldLoopAreRefused) {
   const std::string good = sample("fixedNumericTestV2000.mdb");
   if (good.empty()) GALVIX_MISSING_ACCESS_SAMPLE(galvix::testing::accessSamples().string());
   constexpr std::size_t kPage = 4096, kRows = 12;  // Jet 4: row count at 12, slots from 14
-  auto u32 = [](const std::string& f, std::size_t at) {
-    std::uint32_t v = 0;
-    for (int i = 3; i >= 0; --i) v = v << 8 | static_cast<unsigned char>(f[at + i]);
-    return v;
-  };
-  auto put32 = [](std::string& f, std::size_t at, std::uint32_t v) {
-    for (int i = 0; i < 4; ++i) f[at + i] = static_cast<char>(v >> (8 * i) & 0xff);
-  };
 
   // A property value kept in the object table's row (page 14): its first block's length 0.
   std::string zero = good;
   const std::size_t inlineValue = 14 * kPage + 2326;
   ASSERT_EQ(zero.substr(inlineValue, 4), std::string("MR2\0", 4));
-  put32(zero, inlineValue + 4, 0);
+  put(zero, inlineValue + 4, 0);
   auto start = std::chrono::steady_clock::now();
   std::string msg = loadOrError(write("zero.mdb", zero));
   EXPECT_NE(msg.find("the file is damaged (the properties of catalog object '"), std::string::npos)
@@ -147,11 +149,11 @@ TEST_F(Damaged, CatalogPropertiesThatWouldLoopAreRefused) {
   // A value on its own page (row 2 of page 31) made a chain whose next piece is itself.
   std::string loop = good;
   const std::size_t pointer = 14 * kPage + 2645;
-  ASSERT_EQ(u32(loop, pointer), 0x40000041u);  // single page, 0x41 bytes
-  ASSERT_EQ(u32(loop, pointer + 4), (31u << 8) | 2);
-  put32(loop, pointer, 0x41);  // a chain of pages
-  std::size_t row = 31 * kPage + (u32(loop, 31 * kPage + kRows + 2 + 2 * 2) & 0x1fff);
-  put32(loop, row, (31u << 8) | 2);
+  ASSERT_EQ(get(loop, pointer), 0x40000041u);  // single page, 0x41 bytes
+  ASSERT_EQ(get(loop, pointer + 4), (31u << 8) | 2);
+  put(loop, pointer, 0x41);  // a chain of pages
+  std::size_t row = 31 * kPage + (get(loop, 31 * kPage + kRows + 2 + 2 * 2) & 0x1fff);
+  put(loop, row, (31u << 8) | 2);
   start = std::chrono::steady_clock::now();
   msg = loadOrError(write("loop.mdb", loop));
   EXPECT_NE(msg.find("run in a loop of pages"), std::string::npos) << msg;
@@ -184,27 +186,19 @@ TEST_F(Damaged, AMovedRowIsReadFromItsNewPlace) {
   std::string file = sample("testUnicodeCompV2003.mdb");
   if (file.empty()) GALVIX_MISSING_ACCESS_SAMPLE(galvix::testing::accessSamples().string());
   constexpr std::size_t kPage = 4096, kRows = 12;  // Jet 4: row count at 12, slots from 14
-  auto u16 = [&](std::size_t at) {
-    return static_cast<unsigned>(static_cast<unsigned char>(file[at])) |
-           static_cast<unsigned>(static_cast<unsigned char>(file[at + 1])) << 8;
-  };
-  auto put16 = [&](std::size_t at, unsigned v) {
-    file[at] = static_cast<char>(v & 0xff);
-    file[at + 1] = static_cast<char>(v >> 8);
-  };
   // The table's data page (page 55 in this file) holds rows 0..7; move row 3 to page 71, a
   // spare page of the same table that no scan visits.
   const std::size_t from = 55 * kPage, to = 71 * kPage;
-  ASSERT_EQ(u16(from + kRows), 8u);
-  unsigned start = u16(from + kRows + 2 + 3 * 2) & 0x1fff;
-  unsigned end = u16(from + kRows + 2 + 2 * 2) & 0x1fff;
+  ASSERT_EQ(get(file, from + kRows, 2), 8u);
+  unsigned start = get(file, from + kRows + 2 + 3 * 2, 2) & 0x1fff;
+  unsigned end = get(file, from + kRows + 2 + 2 * 2, 2) & 0x1fff;
   std::string row = file.substr(from + start, end - start);
   file.replace(to + kPage - row.size(), row.size(), row);
-  put16(to + kRows, 1);
-  put16(to + kRows + 2, static_cast<unsigned>(kPage - row.size()) | 0x8000);
+  put(file, to + kRows, 1, 2);
+  put(file, to + kRows + 2, static_cast<unsigned>(kPage - row.size()) | 0x8000, 2);
   const char pointer[4] = {0, 71, 0, 0};  // row 0 of page 71
   file.replace(from + start, 4, pointer, 4);
-  put16(from + kRows + 2 + 3 * 2, start | 0x4000);
+  put(file, from + kRows + 2 + 3 * 2, start | 0x4000, 2);
 
   std::string greek;
   {

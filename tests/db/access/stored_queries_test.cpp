@@ -3,6 +3,7 @@
 #include "db/access/access_import.h"
 #include "db/access/access_reader.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -109,12 +110,9 @@ TEST(StoredQueries, UnionPartsAndKind) {
 TEST(StoredQueries, ActionQueriesAndParametersAreReported) {
   std::vector<QueryRow> rows = {type(2), row(5, {}, "T"), row(6, "T.a")};
   EXPECT_EQ(queryKind(rows), QueryKind::MakeTable);
-  try {
-    storedQuerySql(rows);
-    FAIL() << "a make-table query has no select to show";
-  } catch (const std::runtime_error& e) {
-    EXPECT_NE(std::string(e.what()).find("make-table"), std::string::npos);
-  }
+  // A make-table query has no select to show.
+  EXPECT_THAT([&] { storedQuerySql(rows); },
+              ::testing::ThrowsMessage<std::runtime_error>(::testing::HasSubstr("make-table")));
   rows = {type(1), row(2, {}, "[Start Date]", {}, 8), row(2, {}, "Forms!Dlg!End", {}, 8)};
   EXPECT_EQ(queryParameters(rows), (std::vector<std::string>{"[Start Date]", "Forms!Dlg!End"}));
   EXPECT_EQ(queryKind({}), QueryKind::Unknown);
