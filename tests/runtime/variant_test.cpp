@@ -1,4 +1,5 @@
 #include <glib.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <random>
@@ -28,12 +29,9 @@ TEST(Variant, WholeNumbersRoundHalfToEvenAndOverflowAt16Bits) {
   EXPECT_EQ(Variant(3.5).toInteger(), 4);
   EXPECT_EQ(Variant(-2.5).toLong(), -2);
   EXPECT_EQ(Variant("  42 ").toInteger(), 42);
-  try {
-    Variant(40000).toInteger();
-    FAIL();
-  } catch (const RuntimeError& e) {
-    EXPECT_EQ(e.number(), kErrOverflow);
-  }
+  EXPECT_THAT(
+      [] { Variant(40000).toInteger(); },
+      ::testing::Throws<RuntimeError>(::testing::Property(&RuntimeError::number, kErrOverflow)));
   EXPECT_THROW(checkedInteger(32767 + 1), RuntimeError);
   // Variant arithmetic widens instead of overflowing.
   Variant sum = opAdd(Variant::integer(32767), Variant::integer(1));
