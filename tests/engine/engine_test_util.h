@@ -28,6 +28,17 @@ inline std::vector<RowValues> rows(std::initializer_list<std::vector<Variant>> r
   return {r.begin(), r.end()};
 }
 
+using Strings = std::vector<std::string>;
+
+// A report on layoutJson("rptTest", sections) holding `data` under `columns`.
+inline std::unique_ptr<Report> report(const std::string& sections,
+                                      std::vector<std::string> columns = {},
+                                      std::vector<RowValues> data = {}) {
+  auto r = std::make_unique<Report>(layoutOf(layoutJson("rptTest", sections)));
+  if (!columns.empty()) r->data().setRows(std::move(columns), std::move(data));
+  return r;
+}
+
 // A report that logs every event it receives: "Format ghA row=2", "PageStart p1 row=0".
 class LoggingReport : public Report {
  public:

@@ -112,8 +112,7 @@ TEST(Subreports, BandTallerThanAPageWithNoCleanCutIsClippedOnce) {
                                "width": 1000, "height": 3600})J");
   fixed->data().setRows({"Note"}, {{"one"}});
   res = test::run(*fixed);
-  EXPECT_EQ(host->warnings,
-            (std::vector<std::string>{"band 'Detail' is taller than the page; clipped"}));
+  EXPECT_EQ(host->warnings, (test::Strings{"band 'Detail' is taller than the page; clipped"}));
   const auto* label = texts(res.document, 1, "lblTall").at(0);
   EXPECT_EQ(label->box.top + label->box.height, 4000 - 500);
 
@@ -208,9 +207,9 @@ TEST(HandlerState, BandGrownInBeforePrintMovesWithItsState) {
   ASSERT_EQ(notes.size(), 1u);
   EXPECT_EQ(notes[0]->box.top, 500);
   const std::vector<std::string> tail(log.end() - 7, log.end());
-  EXPECT_EQ(tail, (std::vector<std::string>{"BeforePrint Detail row=2", "PageEnd p1",
-                                            "PageStart p2 row=2", "AfterPrint Detail row=2",
-                                            "  text a", "PageEnd p2", "ReportEnd"}));
+  EXPECT_EQ(tail,
+            (test::Strings{"BeforePrint Detail row=2", "PageEnd p1", "PageStart p2 row=2",
+                           "AfterPrint Detail row=2", "  text a", "PageEnd p2", "ReportEnd"}));
 }
 
 TEST(HandlerState, TextMeasuredOncePerBandUnlessBeforePrintChangesIt) {
@@ -277,7 +276,7 @@ TEST(RunTimeControls, ColumnsAddedPerValueAndWalkedByPosition) {
   EXPECT_EQ(r.data().name(), "datRpt");
   EXPECT_EQ(r.control("datRpt").kind(), ControlKind::DataControl);
   auto res = test::run(r);
-  EXPECT_EQ(allTexts(res.document, "txtQuoteV2"), (std::vector<std::string>{"", "70"}));
+  EXPECT_EQ(allTexts(res.document, "txtQuoteV2"), (test::Strings{"", "70"}));
   EXPECT_EQ(r.total, 100 + 50 + 70);
   for (const auto& it : res.document.pages[0].items) EXPECT_NE(it.control, "datRpt");
 }
@@ -302,10 +301,9 @@ TEST(HandlerState, HoldsUntilSetAgainAndEachInstanceKeepsItsOwn) {
   r.onBeforePrint("gfG",
                   [&r] { r.label("lblTotal").setCaption(r.label("lblTotal").caption() + "+"); });
   auto res = test::run(r);
-  EXPECT_EQ(allTexts(res.document, "lblFlag"),
-            (std::vector<std::string>{"one", "one", "three", "three"}));
-  EXPECT_EQ(allTexts(res.document, "txtN"), (std::vector<std::string>{"1", "2", "3", "4", "5"}));
-  EXPECT_EQ(allTexts(res.document, "lblTotal"), (std::vector<std::string>{"+", "++"}));
+  EXPECT_EQ(allTexts(res.document, "lblFlag"), (test::Strings{"one", "one", "three", "three"}));
+  EXPECT_EQ(allTexts(res.document, "txtN"), (test::Strings{"1", "2", "3", "4", "5"}));
+  EXPECT_EQ(allTexts(res.document, "lblTotal"), (test::Strings{"+", "++"}));
 }
 
 TEST(Columns, GroupHeadersFlowInTheColumnsWithRunningHeads) {
@@ -353,8 +351,8 @@ TEST(Columns, GroupHeadersFlowInTheColumnsWithRunningHeads) {
   EXPECT_EQ(companies[4]->box.left, 3000);
   EXPECT_EQ(companies[4]->box.top, 1300);
   // The first page starts with a letter header: its PageStart still sees the first entry.
-  EXPECT_EQ(allTexts(res.document, "lblFrom"), (std::vector<std::string>{"Acme", "Cute"}));
-  EXPECT_EQ(allTexts(res.document, "lblTo"), (std::vector<std::string>{"Core", "Echo"}));
+  EXPECT_EQ(allTexts(res.document, "lblFrom"), (test::Strings{"Acme", "Cute"}));
+  EXPECT_EQ(allTexts(res.document, "lblTo"), (test::Strings{"Core", "Echo"}));
 }
 
 TEST(Expressions, EvaluateAgainstTheRow) {

@@ -36,11 +36,10 @@ TEST(Frame, MergesItsSectionsAroundTheLayoutsOwn) {
   ASSERT_EQ(l->sections.size(), 3u);
   EXPECT_EQ(l->sections[0].state.kind, SectionKind::PageHeader);
   EXPECT_EQ(l->sections[0].state.height, 800);  // the frame's, as the layout gives none
-  EXPECT_EQ(controlNames(l->sections[0]),
-            (std::vector<std::string>{"lblTitle", "Line1", "lblColumn"}));
+  EXPECT_EQ(controlNames(l->sections[0]), (test::Strings{"lblTitle", "Line1", "lblColumn"}));
   EXPECT_EQ(l->sections[1].state.kind, SectionKind::Detail);
   EXPECT_EQ(l->sections[2].state.kind, SectionKind::PageFooter);
-  EXPECT_EQ(controlNames(l->sections[2]), (std::vector<std::string>{"Field3", "txtCompanyFooter"}));
+  EXPECT_EQ(controlNames(l->sections[2]), (test::Strings{"Field3", "txtCompanyFooter"}));
 }
 
 TEST(Frame, LayoutStatesOnlyHowItDiffers) {
@@ -51,12 +50,12 @@ TEST(Frame, LayoutStatesOnlyHowItDiffers) {
   ASSERT_EQ(l->sections.size(), 4u);
   EXPECT_EQ(l->sections[0].state.kind, SectionKind::ReportHeader);
   EXPECT_EQ(l->sections[0].state.height, 800);
-  EXPECT_EQ(controlNames(l->sections[0]), (std::vector<std::string>{"lblTitle"}));
+  EXPECT_EQ(controlNames(l->sections[0]), (test::Strings{"lblTitle"}));
   EXPECT_EQ(l->sections[0].controls[0].caption, "");  // null removes a key: back to its default
   EXPECT_EQ(l->sections[1].state.kind, SectionKind::PageHeader);
   EXPECT_EQ(l->sections[1].state.height, 300);
   EXPECT_TRUE(l->sections[1].controls.empty());
-  EXPECT_EQ(controlNames(l->sections[3]), (std::vector<std::string>{"Field4", "txtCompanyFooter"}));
+  EXPECT_EQ(controlNames(l->sections[3]), (test::Strings{"Field4", "txtCompanyFooter"}));
   const auto& footer = l->sections[3].controls[1];
   EXPECT_EQ(footer.left, 4000);
   EXPECT_EQ(footer.width, 1000);

@@ -10,14 +10,8 @@
 namespace galvix::engine {
 namespace {
 
-using test::allTexts;
-using test::layoutJson;
-using test::layoutOf;
-using test::LoggingReport;
-using test::rows;
-using test::texts;
+using namespace test;
 
-// ---------------------------------------------------------------------------------------------
 // The whole event order: two group levels, a subreport in the outer header, three pages.
 
 constexpr const char* kChild = R"({"version": 1, "name": "srptChild", "sections": [
@@ -74,14 +68,13 @@ TEST(EventOrder, TwoGroupsSubreportThreePages) {
   expected << in.rdbuf();
   EXPECT_EQ(test::join(log), expected.str()) << "actual log:\n" << test::join(log);
   // The child's rows print inside the outer header, which grew to hold them.
-  EXPECT_EQ(allTexts(res.document, "txtItem"), (std::vector<std::string>{"A1", "A2", "B1", "B2"}));
+  EXPECT_EQ(allTexts(res.document, "txtItem"), (Strings{"A1", "A2", "B1", "B2"}));
   auto a1 = texts(res.document, 1, "txtItem");
   ASSERT_EQ(a1.size(), 2u);
   EXPECT_EQ(a1[0]->box.top, 500 + 300 + 100);
   EXPECT_EQ(a1[1]->box.top, 500 + 300 + 100 + 150);
 }
 
-// ---------------------------------------------------------------------------------------------
 // A group header's BeforePrint sees what its details' Formats accumulated; every band
 // instance gets back its own values for its BeforePrint.
 
@@ -106,10 +99,10 @@ TEST(GroupHeader, BeforePrintReadsCountOfItsDetails) {
   });
   r.onBeforePrint("Detail", [&] { seenAtDetail.push_back(r.field("txtName").text()); });
   auto res = test::run(r);
-  EXPECT_EQ(allTexts(res.document, "txtCount"), (std::vector<std::string>{"2", "3"}));
+  EXPECT_EQ(allTexts(res.document, "txtCount"), (Strings{"2", "3"}));
   // The header's own row (the group's first), not the cursor's, at its BeforePrint.
-  EXPECT_EQ(seenAtHeader, (std::vector<std::string>{"P1/a", "P2/c"}));
-  EXPECT_EQ(seenAtDetail, (std::vector<std::string>{"a", "b", "c", "d", "e"}));
+  EXPECT_EQ(seenAtHeader, (Strings{"P1/a", "P2/c"}));
+  EXPECT_EQ(seenAtDetail, (Strings{"a", "b", "c", "d", "e"}));
 }
 
 // A designer whose headers read nothing their details leave lets the details go out as they are
@@ -144,16 +137,15 @@ TEST(GroupHeader, IndependentHeadersLetDetailsGoOutAsFormatted) {
   auto res = test::run(*r);
   EXPECT_LT(at(log, "BeforePrint Detail row=0"), at(log, "Format Detail row=1"));
   EXPECT_LT(at(log, "BeforePrint ghParty row=0"), at(log, "Format Detail row=1"));
-  EXPECT_EQ(allTexts(res.document, "txtN"), (std::vector<std::string>{"1", "2", "3", "4"}));
+  EXPECT_EQ(allTexts(res.document, "txtN"), (Strings{"1", "2", "3", "4"}));
 
   std::vector<std::string> held;
   auto withTotal = make(true, &held);
   res = test::run(*withTotal);
   EXPECT_GT(at(held, "BeforePrint ghParty row=0"), at(held, "Format Detail row=2"));
-  EXPECT_EQ(allTexts(res.document, "txtTotal"), (std::vector<std::string>{"6", "4"}));
+  EXPECT_EQ(allTexts(res.document, "txtTotal"), (Strings{"6", "4"}));
 }
 
-// ---------------------------------------------------------------------------------------------
 // Running heads: PageStart captions from the page's first row. Page N of M on every page.
 
 TEST(Pages, RunningHeadsAndPageNofM) {
@@ -182,9 +174,9 @@ TEST(Pages, RunningHeadsAndPageNofM) {
   auto res = test::run(r);
   // Body: 3000 - 300 - 300 = 2400, four 600-twip rows a page: 11 rows on 3 pages.
   ASSERT_EQ(res.document.pages.size(), 3u);
-  EXPECT_EQ(allTexts(res.document, "lblFrom"), (std::vector<std::string>{"a", "e", "i"}));
-  EXPECT_EQ(allTexts(res.document, "Field3"), (std::vector<std::string>{"1", "2", "3"}));
-  EXPECT_EQ(allTexts(res.document, "txtPageTtl"), (std::vector<std::string>{"3", "3", "3"}));
+  EXPECT_EQ(allTexts(res.document, "lblFrom"), (Strings{"a", "e", "i"}));
+  EXPECT_EQ(allTexts(res.document, "Field3"), (Strings{"1", "2", "3"}));
+  EXPECT_EQ(allTexts(res.document, "txtPageTtl"), (Strings{"3", "3", "3"}));
   // The page count keeps its box and alignment.
   auto ttl = texts(res.document, 2, "txtPageTtl");
   EXPECT_EQ(ttl[0]->box, (doc::Rect{500 + 810, 4000 - 500 - 300, 450, 270}));
@@ -192,30 +184,24 @@ TEST(Pages, RunningHeadsAndPageNofM) {
 }
 
 TEST(Pages, PageCountReadInCodeNeedsTheCountingRun) {
-  class R : public Report {
-   public:
-    R()
-        : Report(layoutOf(layoutJson("rptCount", R"(
-        {"kind": "detail", "name": "Detail", "height": 1000},
-        {"kind": "pageFooter", "name": "PageFooter", "height": 300,
-         "controls": [{"kind": "label", "name": "lblPage", "width": 1000, "height": 300}]})"))) {
-      data().setRows({"N"}, rows({{1}, {2}, {3}, {4}, {5}, {6}}));
-      onFormat("PageFooter", [this] {
-        label("lblPage").setCaption(std::to_string(pageNumber()) + "/" +
-                                    std::to_string(totalPages()));
-      });
-    }
-  };
   int made = 0;
   auto res = runReportCountingPages([&] {
     ++made;
-    return std::make_unique<R>();
+    auto r = report(R"(
+        {"kind": "detail", "name": "Detail", "height": 1000},
+        {"kind": "pageFooter", "name": "PageFooter", "height": 300,
+         "controls": [{"kind": "label", "name": "lblPage", "width": 1000, "height": 300}]})",
+                    {"N"}, rows({{1}, {2}, {3}, {4}, {5}, {6}}));
+    r->onFormat("PageFooter", [p = r.get()] {
+      p->label("lblPage").setCaption(std::to_string(p->pageNumber()) + "/" +
+                                     std::to_string(p->totalPages()));
+    });
+    return r;
   });
   EXPECT_EQ(made, 2);
-  EXPECT_EQ(allTexts(res.document, "lblPage"), (std::vector<std::string>{"1/3", "2/3", "3/3"}));
+  EXPECT_EQ(allTexts(res.document, "lblPage"), (Strings{"1/3", "2/3", "3/3"}));
 }
 
-// ---------------------------------------------------------------------------------------------
 // Labels across then down, a spacing band between label rows: the columns share the print width
 // unless given their own; a label count beyond reason, negative spacing and a negative gap band
 // do not break the run.
@@ -278,23 +264,15 @@ TEST(Columns, LabelsAcrossWithSpacingBand) {
 // Handlers that place text by its size measure with the run's measurer, the one the pages are
 // laid out with; outside a run there is none.
 TEST(Run, HandlersReachTheRunsMeasurer) {
-  class R : public Report {
-   public:
-    R()
-        : Report(layoutOf(layoutJson("rptMeasure", R"({"kind": "detail", "name": "Detail",
-        "height": 300})"))) {}
-    void onReportStart() override { seen = measurer(); }
-    TextMeasurer* seen = nullptr;
-  } r;
+  auto r = report(R"({"kind": "detail", "name": "Detail", "height": 300})", {"N"}, rows({{1}}));
+  TextMeasurer* seen = nullptr;
+  r->onFormat("Detail", [&] { seen = r->measurer(); });
   FixedMetricMeasurer m;
-  RunOptions o;
-  o.measurer = &m;
-  runReport(r, o);
-  EXPECT_EQ(r.seen, &m);
-  EXPECT_EQ(r.measurer(), nullptr);
+  runReport(*r, {&m});
+  EXPECT_EQ(seen, &m);
+  EXPECT_EQ(r->measurer(), nullptr);
 }
 
-// ---------------------------------------------------------------------------------------------
 // Summaries: a group subtotal, a running sum across groups, a running sum within the group,
 // a grand total and a page total.
 
@@ -326,18 +304,16 @@ TEST(Summaries, GroupRunningGrandAndPage) {
       {"G", "Amt"},
       rows({{"a", 1}, {"a", 2}, {"b", 10}, {"c", 100}, {"c", Variant::null()}, {"c", 200}}));
   auto res = test::run(r);
-  EXPECT_EQ(allTexts(res.document, "txtHeadSum"), (std::vector<std::string>{"3", "10", "300"}));
-  EXPECT_EQ(allTexts(res.document, "txtInGroup"),
-            (std::vector<std::string>{"1", "3", "10", "100", "100", "300"}));
-  EXPECT_EQ(allTexts(res.document, "txtSub"), (std::vector<std::string>{"3", "10", "300"}));
-  EXPECT_EQ(allTexts(res.document, "txtRun"), (std::vector<std::string>{"3", "13", "313"}));
-  EXPECT_EQ(allTexts(res.document, "txtCnt"), (std::vector<std::string>{"2", "1", "2"}));
-  EXPECT_EQ(allTexts(res.document, "txtGrand"), (std::vector<std::string>{"313"}));
-  EXPECT_EQ(allTexts(res.document, "txtLastG"), (std::vector<std::string>{"c"}));
-  EXPECT_EQ(allTexts(res.document, "txtPage"), (std::vector<std::string>{"313"}));
+  EXPECT_EQ(allTexts(res.document, "txtHeadSum"), (Strings{"3", "10", "300"}));
+  EXPECT_EQ(allTexts(res.document, "txtInGroup"), (Strings{"1", "3", "10", "100", "100", "300"}));
+  EXPECT_EQ(allTexts(res.document, "txtSub"), (Strings{"3", "10", "300"}));
+  EXPECT_EQ(allTexts(res.document, "txtRun"), (Strings{"3", "13", "313"}));
+  EXPECT_EQ(allTexts(res.document, "txtCnt"), (Strings{"2", "1", "2"}));
+  EXPECT_EQ(allTexts(res.document, "txtGrand"), (Strings{"313"}));
+  EXPECT_EQ(allTexts(res.document, "txtLastG"), (Strings{"c"}));
+  EXPECT_EQ(allTexts(res.document, "txtPage"), (Strings{"313"}));
 }
 
-// ---------------------------------------------------------------------------------------------
 // Controls added at run time print in every band instance, with the state handlers give them.
 
 TEST(RunTimeControls, AddedControlPrintsInEveryInstance) {
@@ -377,13 +353,12 @@ TEST(RunTimeControls, AddedControlPrintsInEveryInstance) {
   for (const auto& it : res.document.pages[0].items)
     if (auto* c = std::get_if<doc::CheckBox>(&it.content)) checks.push_back(c->checked);
   EXPECT_EQ(checks, (std::vector<bool>{true, false, true}));
-  EXPECT_EQ(allTexts(res.document, "txtName"), (std::vector<std::string>{"a", "b", "c"}));
+  EXPECT_EQ(allTexts(res.document, "txtName"), (Strings{"a", "b", "c"}));
   // Names stay unique across the report.
   EXPECT_THROW(r.section("PageHeader").addField("TXTNAME"), EngineError);
   EXPECT_THROW(r.section("Detail").add("DDActiveReports2.Image", "img"), EngineError);
 }
 
-// ---------------------------------------------------------------------------------------------
 // No rows: NoData fires; cancelling there ends the run without a document.
 
 TEST(NoData, CancelEndsTheRunOtherwiseOnePageOfHeaders) {
@@ -421,19 +396,18 @@ TEST(NoData, CancelEndsTheRunOtherwiseOnePageOfHeaders) {
   auto res = test::run(r);
   EXPECT_TRUE(res.cancelled);
   EXPECT_TRUE(res.document.pages.empty());
-  EXPECT_EQ(log, (std::vector<std::string>{"ReportStart", "DataInitialize", "NoData"}));
-  EXPECT_EQ(host->seen, (std::vector<std::string>{"Checklist: There is no data to print."}));
+  EXPECT_EQ(log, (Strings{"ReportStart", "DataInitialize", "NoData"}));
+  EXPECT_EQ(host->seen, (Strings{"Checklist: There is no data to print."}));
 
   log.clear();
   R printed(&log, false);
   res = test::run(printed);
   EXPECT_FALSE(res.cancelled);
   ASSERT_EQ(res.document.pages.size(), 1u);
-  EXPECT_EQ(log,
-            (std::vector<std::string>{
-                "ReportStart", "DataInitialize", "NoData", "PageStart p1", "Format PageHeader",
-                "BeforePrint PageHeader", "AfterPrint PageHeader", "Format PageFooter",
-                "BeforePrint PageFooter", "AfterPrint PageFooter", "PageEnd p1", "ReportEnd"}));
+  EXPECT_EQ(
+      log, (Strings{"ReportStart", "DataInitialize", "NoData", "PageStart p1", "Format PageHeader",
+                    "BeforePrint PageHeader", "AfterPrint PageHeader", "Format PageFooter",
+                    "BeforePrint PageFooter", "AfterPrint PageFooter", "PageEnd p1", "ReportEnd"}));
 }
 
 TEST(Cancel, FromAnyHandlerStopsTheRunAtOnce) {
@@ -456,7 +430,6 @@ TEST(Cancel, FromAnyHandlerStopsTheRunAtOnce) {
   EXPECT_EQ(log.back(), "BeforePrint Detail row=1");
 }
 
-// ---------------------------------------------------------------------------------------------
 // Group keys: expressions, a key naming no column resolved by the layout's breakOn column.
 
 TEST(GroupKeys, ExpressionAndBreakOnColumn) {
@@ -467,19 +440,15 @@ TEST(GroupKeys, ExpressionAndBreakOnColumn) {
                         "dataField": "=Left(Name, 1) ", "width": 500, "height": 100}]},
         {"kind": "detail", "name": "Detail", "height": 100},
         {"kind": "groupFooter", "name": "gfKey", "height": 0})";
-    auto r = std::make_unique<Report>(layoutOf(layoutJson("rptKeys", gh)));
-    r->data().setRows({"PartyID", "Name"},
-                      rows({{1, "Adams"}, {1, "avery"}, {2, "Baker"}, {2, "Brown"}, {3, "Cole"}}));
-    return r;
+    return report(gh, {"PartyID", "Name"},
+                  rows({{1, "Adams"}, {1, "avery"}, {2, "Baker"}, {2, "Brown"}, {3, "Cole"}}));
   };
   // By first letter, compared as text: "Adams" and "avery" share a group.
   auto byLetter = make("=left(Name, 1)", "");
-  EXPECT_EQ(allTexts(test::run(*byLetter).document, "txtKey"),
-            (std::vector<std::string>{"A", "B", "C"}));
+  EXPECT_EQ(allTexts(test::run(*byLetter).document, "txtKey"), (Strings{"A", "B", "C"}));
   // "PartyName" is no column: the group breaks on PartyID.
   auto byParty = make("PartyName", "PartyID");
-  EXPECT_EQ(allTexts(test::run(*byParty).document, "txtKey"),
-            (std::vector<std::string>{"A", "B", "C"}));
+  EXPECT_EQ(allTexts(test::run(*byParty).document, "txtKey"), (Strings{"A", "B", "C"}));
   auto broken = make("PartyName", "");
   try {
     test::run(*broken);
@@ -491,7 +460,6 @@ TEST(GroupKeys, ExpressionAndBreakOnColumn) {
   }
 }
 
-// ---------------------------------------------------------------------------------------------
 // Layout of bands: can-grow text pushes the next band down; keep-together moves a group;
 // a band taller than any page is split between its subreport rows; landscape.
 
@@ -553,21 +521,19 @@ TEST(Bands, GroupKeptTogetherMovesToNextPage) {
 
 TEST(Bands, HiddenAndPageBreakSections) {
   auto make = [] {
-    auto r = std::make_unique<Report>(layoutOf(layoutJson("rptBreak", R"(
+    return report(R"(
         {"kind": "groupHeader", "name": "ghCompany", "dataField": "C", "height": 300,
          "controls": [{"kind": "field", "name": "txtC", "dataField": "C", "width": 500, "height": 300}]},
         {"kind": "detail", "name": "Detail", "height": 300},
         {"kind": "groupFooter", "name": "gfCompany", "height": 100,
-         "controls": [{"kind": "pageBreak", "name": "brk", "top": 50}]})")));
-    r->data().setRows({"C"}, rows({{"a"}, {"b"}, {"c"}}));
-    return r;
+         "controls": [{"kind": "pageBreak", "name": "brk", "top": 50}]})",
+                  {"C"}, rows({{"a"}, {"b"}, {"c"}}));
   };
   EXPECT_EQ(test::run(*make()).document.pages.size(), 3u);
-  auto hiddenPtr = make();
-  Report& hidden = *hiddenPtr;
-  hidden.section("Detail").setVisible(false);
-  hidden.section("gfCompany").setVisible(false);
-  auto res = test::run(hidden);
+  auto hidden = make();
+  hidden->section("Detail").setVisible(false);
+  hidden->section("gfCompany").setVisible(false);
+  auto res = test::run(*hidden);
   ASSERT_EQ(res.document.pages.size(), 1u);
   auto c = texts(res.document, 1, "txtC");
   ASSERT_EQ(c.size(), 3u);

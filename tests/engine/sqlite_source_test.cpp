@@ -76,8 +76,8 @@ TEST_F(SqliteSource, ParentRowsAndPerRowSubreports) {
   auto res = test::run(r);
   EXPECT_EQ(r.columns, 2);
   EXPECT_EQ(r.first, "Dinner");
-  EXPECT_EQ(allTexts(res.document, "txtParty"), (std::vector<std::string>{"Dinner", "Brunch"}));
-  EXPECT_EQ(allTexts(res.document, "txtGuest"), (std::vector<std::string>{"Ann", "Bob", "Cy"}));
+  EXPECT_EQ(allTexts(res.document, "txtParty"), (test::Strings{"Dinner", "Brunch"}));
+  EXPECT_EQ(allTexts(res.document, "txtGuest"), (test::Strings{"Ann", "Bob", "Cy"}));
 }
 
 TEST_F(SqliteSource, BadSqlFailsTheRunWithTheDatabaseError) {
