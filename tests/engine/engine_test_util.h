@@ -1,6 +1,7 @@
 // Helpers for engine tests: layouts from JSON text, an event-logging report, document queries.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,13 @@ inline std::vector<RowValues> rows(std::initializer_list<std::vector<Variant>> r
 }
 
 using Strings = std::vector<std::string>;
+
+// How much a 240-twip field in the default font grows to hold three lines.
+inline std::int32_t threeLineGrowth() {
+  const std::int32_t g = 3 * FixedMetricMeasurer::lineHeight(doc::Font{}) - 240;
+  EXPECT_GT(g, 0);
+  return g;
+}
 
 // A report on layoutJson("rptTest", sections) holding `data` under `columns`.
 inline std::unique_ptr<Report> report(const std::string& sections,

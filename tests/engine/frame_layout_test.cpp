@@ -126,8 +126,7 @@ TEST(Growth, GrownBandKeepsItsBottomSpaceAndMovesLinesBelow) {
       {"kind": "line", "name": "lnUnder", "x1": 0, "y1": 300, "x2": 1000, "y2": 300}]}]})J"));
   r.data().setRows({"Name"}, {{Variant::string("a\nb\nc")}, {"d"}});
   auto res = test::run(r);
-  const std::int32_t line = FixedMetricMeasurer::lineHeight(doc::Font{});
-  const std::int32_t growth = 3 * line - 240;
+  const std::int32_t growth = test::threeLineGrowth();
   auto names = texts(res.document, 1, "txtName");
   ASSERT_EQ(names.size(), 2u);
   // 30 + grown text + the line, then the 100 twips the design leaves under the line.
