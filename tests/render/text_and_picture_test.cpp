@@ -58,12 +58,13 @@ std::string randomLines(std::mt19937& rng, const std::string& letters,
 // Names in any case and spacing map to the metric-compatible families; installed ones are kept,
 // anything else is the sans.
 TEST(Fonts, NamesResolveToInstalledFamilies) {
-  EXPECT_EQ(resolveFamily("ARIAL "), "Liberation Sans");
-  EXPECT_EQ(resolveFamily("Times New Roman"), "Liberation Serif");
-  EXPECT_EQ(resolveFamily("Courier New"), "Liberation Mono");
-  EXPECT_EQ(resolveFamily("DejaVu Sans Mono"), "DejaVu Sans Mono");
-  EXPECT_EQ(resolveFamily("Zapfino Extra LT"), "Liberation Sans");
-  EXPECT_EQ(resolveFamily(""), "Liberation Sans");
+  for (auto [name, family] : {std::pair{"ARIAL ", "Liberation Sans"},
+                              {"Times New Roman", "Liberation Serif"},
+                              {"Courier New", "Liberation Mono"},
+                              {"DejaVu Sans Mono", "DejaVu Sans Mono"},
+                              {"Zapfino Extra LT", "Liberation Sans"},
+                              {"", "Liberation Sans"}})
+    EXPECT_EQ(resolveFamily(name), family) << name;
 }
 
 TEST(Measurer, LinesBreaksAndWrapping) {
@@ -259,16 +260,15 @@ TEST(Renderer, PlainLinesDrawnFromGlyphsMatchPango) {
       text.foreColor = doc::rgb(rng() % 256, 0, 0);
       p.items.push_back(testing::item(text));
       // A captioned check box beside every fifth text: its caption is drawn the same way.
-      if (i % 5 == 0) {
-        doc::CheckBox box;
-        box.box = {200 + (i % 4) * 2800, 12000 + (i / 20) * 400,
-                   600 + static_cast<int>(rng() % 2000), 250 + static_cast<int>(rng() % 300)};
-        box.caption = t;
-        box.font = text.font;
-        box.checked = rng() % 2 == 0;
-        box.align = static_cast<doc::HAlign>(rng() % 3);
-        p.items.push_back(testing::item(box));
-      }
+      if (i % 5 == 0)  // (a braced list is evaluated in order: the same draws as ever)
+        p.items.push_back(testing::item(doc::CheckBox{
+            {200 + (i % 4) * 2800, 12000 + (i / 20) * 400, 600 + static_cast<int>(rng() % 2000),
+             250 + static_cast<int>(rng() % 300)},
+            rng() % 2 == 0,
+            t,
+            text.font,
+            doc::kBlack,
+            static_cast<doc::HAlign>(rng() % 3)}));
     }
     d.pages.push_back(p);
   }
@@ -328,16 +328,16 @@ TEST(Measurer, MeasuredHeightHoldsTheDrawnText) {
   EXPECT_GT(full.inkBox()[3], clipped.inkBox()[3] + 5);
 }
 
-std::shared_ptr<std::vector<std::uint8_t>> encode(const char* type) {
-  return solidPicture(4, 2, 0x2040C0FF, type);
-}
-
 std::shared_ptr<std::vector<std::uint8_t>> tinyGif() {
   // 4x2 pixels of one colour (the only format gdk-pixbuf cannot write).
   const std::uint8_t gif[] = {'G', 'I',  'F',  '8',  '9', 'a', 4, 0,    2,    0,    0x80, 0,
                               0,   0x20, 0x40, 0xC0, 0,   0,   0, ',',  0,    0,    0,    0,
                               4,   0,    2,    0,    0,   2,   3, 0x84, 0x8F, 0x05, 0,    ';'};
   return std::make_shared<std::vector<std::uint8_t>>(std::begin(gif), std::end(gif));
+}
+
+auto encode(const char* type) {
+  return solidPicture(4, 2, 0x2040C0FF, type);
 }
 
 TEST(Pictures, EachFormatLoads) {
@@ -365,13 +365,9 @@ TEST(Pictures, EachFormatLoads) {
 
 TEST(Pictures, FittedIntoTheirBoxAndJpegKeptInThePdf) {
   TempDir dir;
-  doc::Picture zoom;
-  zoom.box = {200, 200, 800, 800};  // a 4x2 picture zoomed: 800 wide, 400 high, centred
-  zoom.data = encode("jpeg");
-  doc::Picture stretch = zoom;
-  stretch.box.left = 1400;
-  stretch.sizeMode = doc::SizeMode::Stretch;
-  stretch.data = encode("png");
+  // A 4x2 picture zoomed: 800 wide, 400 high, centred.
+  const doc::Picture zoom{{200, 200, 800, 800}, encode("jpeg")};
+  const doc::Picture stretch{{1400, 200, 800, 800}, encode("png"), doc::SizeMode::Stretch};
   doc::Document d = onePage({item(zoom), item(stretch), item(zoom)}, 2880, 1440);
   d.pages.push_back(d.pages[0]);
   PngImage img(renderPng(dir, d));
