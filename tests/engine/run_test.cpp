@@ -77,7 +77,6 @@ TEST(EventOrder, TwoGroupsSubreportThreePages) {
 
 // A group header's BeforePrint sees what its details' Formats accumulated; every band
 // instance gets back its own values for its BeforePrint.
-
 TEST(GroupHeader, BeforePrintReadsCountOfItsDetails) {
   Report r(layoutOf(layoutJson("rptCount", R"(
       {"kind": "groupHeader", "name": "ghParty", "dataField": "Party", "height": 300,
@@ -147,7 +146,6 @@ TEST(GroupHeader, IndependentHeadersLetDetailsGoOutAsFormatted) {
 }
 
 // Running heads: PageStart captions from the page's first row. Page N of M on every page.
-
 TEST(Pages, RunningHeadsAndPageNofM) {
   class R : public Report {
    public:
@@ -205,29 +203,25 @@ TEST(Pages, PageCountReadInCodeNeedsTheCountingRun) {
 // Labels across then down, a spacing band between label rows: the columns share the print width
 // unless given their own; a label count beyond reason, negative spacing and a negative gap band
 // do not break the run.
-
 TEST(Columns, LabelsAcrossWithSpacingBand) {
-  class R : public Report {
-   public:
-    R(int labels, int columns, double width, double spacing, double gap)
-        : Report(layoutOf(layoutJson("rptLabels", R"(
+  auto sheet = [](std::size_t labels, int columns, double width, double spacing, double gap) {
+    auto r = report(R"(
         {"kind": "groupHeader", "name": "ghSpace", "everyRow": true, "height": 0},
         {"kind": "detail", "name": "Detail", "height": 800,
          "controls": [{"kind": "label", "name": "txtLabel", "width": 1000, "height": 800}]},
-        {"kind": "groupFooter", "name": "gfSpace", "height": 0})"))) {
-      data().setRows({"Label"}, std::vector<RowValues>(static_cast<std::size_t>(labels),
-                                                       RowValues{Variant::string("L")}));
-      auto& d = section("Detail");
-      d.setColumnCount(columns);
-      d.setColumnWidth(width);
-      d.setColumnSpacing(spacing);
-      d.setColumnDirection(ColumnDirection::AcrossDown);
-      section("gfSpace").setHeight(gap);
-    }
+        {"kind": "groupFooter", "name": "gfSpace", "height": 0})",
+                    {"Label"}, std::vector<RowValues>(labels, RowValues{Variant::string("L")}));
+    auto& d = r->section("Detail");
+    d.setColumnCount(columns);
+    d.setColumnWidth(width);
+    d.setColumnSpacing(spacing);
+    d.setColumnDirection(ColumnDirection::AcrossDown);
+    r->section("gfSpace").setHeight(gap);
+    return r;
   };
-  auto positions = [](R& r, std::size_t* pages = nullptr) {
+  auto positions = [](const std::unique_ptr<Report>& r, std::size_t* pages = nullptr) {
     std::vector<std::pair<int, int>> at;
-    const auto res = test::run(r);
+    const auto res = test::run(*r);
     if (pages) *pages = res.document.pages.size();
     for (std::size_t p = 1; p <= res.document.pages.size(); ++p)
       for (auto* t : texts(res.document, static_cast<int>(p), "txtLabel"))
@@ -236,9 +230,8 @@ TEST(Columns, LabelsAcrossWithSpacingBand) {
   };
   // Print width 5000: columns (5000 - 2 * 100) / 3 = 1600 wide, 1700 apart. Rows 1000 apart
   // (label 800 + gap 200); a 3000 body holds three rows: 9 labels, then 2 on page 2.
-  R derived(11, 3, 0, 100, 200);
   std::size_t pages = 0;
-  const auto at = positions(derived, &pages);
+  const auto at = positions(sheet(11, 3, 0, 100, 200), &pages);
   EXPECT_EQ(pages, 2u);
   ASSERT_EQ(at.size(), 11u);
   for (int i = 0; i < 11; ++i)
@@ -246,18 +239,18 @@ TEST(Columns, LabelsAcrossWithSpacingBand) {
               (std::pair{500 + (i % 3) * 1700, 500 + i % 9 / 3 * 1000}))
         << i;
   // Given 1200, the labels are 1300 apart and the last 1300 twips stay empty.
-  R given(5, 3, 1200, 100, 200);
-  EXPECT_THAT(positions(given), ::testing::ElementsAre(std::pair{500, 500}, std::pair{1800, 500},
-                                                       std::pair{3100, 500}, std::pair{500, 1500},
-                                                       std::pair{1800, 1500}));
+  EXPECT_THAT(
+      positions(sheet(5, 3, 1200, 100, 200)),
+      ::testing::ElementsAre(std::pair{500, 500}, std::pair{1800, 500}, std::pair{3100, 500},
+                             std::pair{500, 1500}, std::pair{1800, 1500}));
   // Negative spacing and gap count as none: labels touch across and down.
-  R tight(5, 2, 1200, -300, -1000);
-  EXPECT_THAT(positions(tight), ::testing::ElementsAre(std::pair{500, 500}, std::pair{1700, 500},
-                                                       std::pair{500, 1300}, std::pair{1700, 1300},
-                                                       std::pair{500, 2100}));
+  EXPECT_THAT(
+      positions(sheet(5, 2, 1200, -300, -1000)),
+      ::testing::ElementsAre(std::pair{500, 500}, std::pair{1700, 500}, std::pair{500, 1300},
+                             std::pair{1700, 1300}, std::pair{500, 2100}));
   // Far more columns than exist: the count stops at the limit and the five share one row.
-  R many(5, 2000000000, 1200, 100, 0);
-  EXPECT_EQ(many.section("Detail").columnCount(), kMaxColumns);
+  auto many = sheet(5, 2000000000, 1200, 100, 0);
+  EXPECT_EQ(many->section("Detail").columnCount(), kMaxColumns);
   EXPECT_EQ(positions(many).back(), (std::pair{500 + 4 * 1300, 500}));
 }
 
@@ -275,7 +268,6 @@ TEST(Run, HandlersReachTheRunsMeasurer) {
 
 // Summaries: a group subtotal, a running sum across groups, a running sum within the group,
 // a grand total and a page total.
-
 TEST(Summaries, GroupRunningGrandAndPage) {
   Report r(layoutOf(layoutJson("rptSums", R"(
       {"kind": "groupHeader", "name": "ghG", "dataField": "G", "height": 100,
@@ -315,7 +307,6 @@ TEST(Summaries, GroupRunningGrandAndPage) {
 }
 
 // Controls added at run time print in every band instance, with the state handlers give them.
-
 TEST(RunTimeControls, AddedControlPrintsInEveryInstance) {
   class R : public Report {
    public:
@@ -359,9 +350,8 @@ TEST(RunTimeControls, AddedControlPrintsInEveryInstance) {
   EXPECT_THROW(r.section("Detail").add("DDActiveReports2.Image", "img"), EngineError);
 }
 
-// No rows: NoData fires; cancelling there ends the run without a document.
-
-TEST(NoData, CancelEndsTheRunOtherwiseOnePageOfHeaders) {
+// No rows: NoData fires; cancelling there, or in any handler, ends the run without a document.
+TEST(Cancel, InNoDataOrAnyHandlerEndsTheRunOtherwiseOnePageOfHeaders) {
   struct Host : HostServices {
     std::vector<std::string> seen;
     void message(const std::string& t, const std::string& c, MessageIcon) override {
@@ -408,30 +398,23 @@ TEST(NoData, CancelEndsTheRunOtherwiseOnePageOfHeaders) {
       log, (Strings{"ReportStart", "DataInitialize", "NoData", "PageStart p1", "Format PageHeader",
                     "BeforePrint PageHeader", "AfterPrint PageHeader", "Format PageFooter",
                     "BeforePrint PageFooter", "AfterPrint PageFooter", "PageEnd p1", "ReportEnd"}));
-}
 
-TEST(Cancel, FromAnyHandlerStopsTheRunAtOnce) {
-  std::vector<std::string> log;
-  class R : public LoggingReport {
-   public:
-    explicit R(std::vector<std::string>* log)
-        : LoggingReport(layoutOf(layoutJson("rptStop", R"(
-          {"kind": "detail", "name": "Detail", "height": 300})")),
-                        log) {
-      data().setRows({"N"}, rows({{1}, {2}, {3}}));
-      onBeforePrint("Detail", [this] {
-        if (data().recordset().value("N").toLong() == 2) cancel();
-      });
-    }
-  } r(&log);
-  auto res = test::run(r);
+  // Cancelled from any handler, the run stops at once.
+  log.clear();
+  LoggingReport stop(layoutOf(layoutJson("rptStop", R"({"kind": "detail", "name": "Detail",
+      "height": 300})")),
+                     &log);
+  stop.data().setRows({"N"}, rows({{1}, {2}, {3}}));
+  stop.onBeforePrint("Detail", [&stop] {
+    if (stop.data().recordset().value("N").toLong() == 2) stop.cancel();
+  });
+  res = test::run(stop);
   EXPECT_TRUE(res.cancelled);
   EXPECT_TRUE(res.document.pages.empty());
   EXPECT_EQ(log.back(), "BeforePrint Detail row=1");
 }
 
 // Group keys: expressions, a key naming no column resolved by the layout's breakOn column.
-
 TEST(GroupKeys, ExpressionAndBreakOnColumn) {
   auto make = [](const std::string& key, const std::string& breakOn) {
     std::string gh = R"({"kind": "groupHeader", "name": "ghKey", "dataField": ")" + key + "\"" +
@@ -462,7 +445,6 @@ TEST(GroupKeys, ExpressionAndBreakOnColumn) {
 
 // Layout of bands: can-grow text pushes the next band down; keep-together moves a group;
 // a band taller than any page is split between its subreport rows; landscape.
-
 TEST(Bands, CanGrowPushesTheNextBandsAndLandscape) {
   Report r(layoutOf(layoutJson("rptGrow", R"(
       {"kind": "groupHeader", "name": "ghG", "dataField": "G", "height": 100},
