@@ -29,7 +29,7 @@ using ::testing::HasSubstr;
 
 constexpr auto kNoLine = doc::LineStyle::Transparent;
 
-TEST(Sinks, OneFilePerPageForPngAndSvg) {
+TEST(Sinks, OneFilePerPageForPngAndSvgAndABlankOneForNoPages) {
   TempDir dir;
   doc::Document d = denseDocument(2);
   auto png = writePng(d, dir / "r", 150);
@@ -45,6 +45,11 @@ TEST(Sinks, OneFilePerPageForPngAndSvg) {
   EXPECT_THAT(slurp(svg[0]), HasSubstr("width=\"612pt\""));
   // No temporary files are left behind.
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 4);
+
+  // An empty document gives one blank page.
+  writePdf(doc::Document{}, dir / "e.pdf");
+  EXPECT_EQ(run("qpdf --check '" + (dir / "e.pdf") + "'").status, 0);
+  EXPECT_EQ(writePng(doc::Document{}, dir / "e").size(), 1u);
 }
 
 TEST(Sinks, FailedWriteLeavesNoFileAndKeepsTheOldOne) {
@@ -139,14 +144,6 @@ TEST(Sinks, NoTemporaryOutlivesItsRun) {
   EXPECT_EQ(temporaries(), 0);
   EXPECT_TRUE(fs::exists(out));
   EXPECT_GE(fs::file_size(out), before);
-}
-
-TEST(Sinks, EmptyDocumentGivesOneBlankPage) {
-  TempDir dir;
-  doc::Document d;
-  writePdf(d, dir / "e.pdf");
-  EXPECT_EQ(run("qpdf --check '" + (dir / "e.pdf") + "'").status, 0);
-  EXPECT_EQ(writePng(d, dir / "e").size(), 1u);
 }
 
 // Colours as the platform packs them (red in the low byte), and rich text's colour table.

@@ -338,7 +338,7 @@ TEST(PdfStream, RunsFollowOneAnotherWithTheirTotalsFilledIn) {
             run("pdftotext -layout '" + (dir / "whole.pdf") + "' -").out);
 }
 
-TEST(PdfStream, LeavesNothingUnlessCommitted) {
+TEST(PdfStream, LeavesNothingUnlessCommittedAndAFailedWriteStopsTheRun) {
   TempDir dir;
   const std::string path = dir / "kept.pdf";
   { std::ofstream(path) << "the old file"; }
@@ -356,16 +356,14 @@ TEST(PdfStream, LeavesNothingUnlessCommitted) {
   EXPECT_FALSE(std::filesystem::exists(dir / "cancelled.pdf"));
   // No temporary file either.
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1);
-}
 
-// Writing stops the run: a full disk fails its next page, not only the end.
-TEST(PdfStream, AFailedWriteStopsTheRun) {
+  // Writing stops the run: a full disk fails its next page, not only the end.
   if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
-  PdfStream pdf("/dev/full");
+  PdfStream full("/dev/full");
   EXPECT_THROW(
       {
-        for (int n = 1; n <= 2000; ++n) pdf.page(densePage(n, 2000), {});
-        pdf.commit("x");
+        for (int n = 1; n <= 2000; ++n) full.page(densePage(n, 2000), {});
+        full.commit("x");
       },
       RenderError);
 }

@@ -55,19 +55,8 @@ TEST(Rtf, FormattingParagraphsAndAlignment) {
   EXPECT_FALSE(p3.runs[1].underline);
 }
 
-TEST(Rtf, MergedTextWithParBreaksAndRawCharacters) {
-  // The stationery merge splices a label with CR LF replaced by " \par ", raw UTF-8 included.
-  std::string rtf = R"({\rtf1\ansi{\fonttbl{\f0 Arial;}}\f0\fs24 To: <Guest's Name Here>\par})";
-  const std::string label = std::string("Zoë Brontë \\par 12 Rue de l'Église \\par Québec");
-  rtf.replace(rtf.find("<Guest's Name Here>"), 19, label);
-  RtfDocument d = readRtf(rtf);
-  EXPECT_EQ(d.plainText(), "To: Zoë Brontë \n12 Rue de l'Église \nQuébec");
-  // A cp1252 byte (not UTF-8) still reads as its character.
-  EXPECT_EQ(readRtf("{\\rtf1 caf\xe9 \x93ok\x94}").plainText(), "café “ok”");
-}
-
-// Escapes, skipped destinations and unknown words, plain text, and damaged input: read what can
-// be read.
+// Escapes, skipped destinations and unknown words, plain text, merged labels, and damaged input:
+// read what can be read.
 TEST(Rtf, PlainTextOfEscapesDestinationsAndDamagedInput) {
   const std::pair<std::string, std::string> cases[] = {
       {R"({\rtf1\uc1\u-3913?\u946?\uc2\u8364\'80\'80 end})",
@@ -85,7 +74,12 @@ TEST(Rtf, PlainTextOfEscapesDestinationsAndDamagedInput) {
       {R"({\rtf1 {\b bold} tail}}} more)", "bold tail more"},
       {R"({\rtf1 unclosed {\i group)", "unclosed group"},
       {R"({\rtf1 x\'4)", "x\x04"},
-      {R"({\rtf1 \fs99999999999999 big\li-99999999999 \)", "big"}};
+      {R"({\rtf1 \fs99999999999999 big\li-99999999999 \)", "big"},
+      // The stationery merge splices a label with CR LF replaced by " \par ", raw UTF-8 included;
+      // a cp1252 byte (not UTF-8) still reads as its character.
+      {R"({\rtf1\ansi{\fonttbl{\f0 Arial;}}\f0\fs24 To: Zoë Brontë \par 12 Rue de l'Église \par Québec\par})",
+       "To: Zoë Brontë \n12 Rue de l'Église \nQuébec"},
+      {"{\\rtf1 caf\xe9 \x93ok\x94}", "café “ok”"}};
   for (const auto& [rtf, text] : cases) EXPECT_EQ(readRtf(rtf).plainText(), text) << rtf;
   EXPECT_NO_THROW(readRtf(std::string(100000, '{') + "{\\rtf1 deep"));
   EXPECT_NO_THROW(readRtf("{\\rtf1 \\bin999999 ab"));
