@@ -119,8 +119,7 @@ TEST(Measurer, HeightAloneAgreesWithTheFullLayout) {
       "\r\n\r\nTwo blank lines first",
       "\n",
       "   ",
-      "Ana Garc\xc3\xad"
-      "a",
+      "Ana Garc\u00eda",
       "tab\there",
       "x\n",
       "AVAVAVAVAVAVAVAVAVAVAVAVAV",
@@ -340,7 +339,7 @@ auto encode(const char* type) {
   return solidPicture(4, 2, 0x2040C0FF, type);
 }
 
-TEST(Pictures, EachFormatLoads) {
+TEST(Pictures, EachFormatLoadsFitsItsBoxAndJpegIsKeptInThePdf) {
   for (auto [name, data] : {std::pair{"jpeg", encode("jpeg")}, std::pair{"png", encode("png")},
                             std::pair{"bmp", encode("bmp")}, std::pair{"gif", tinyGif()}}) {
     cairo_surface_t* s = decodePicture(data);
@@ -361,9 +360,8 @@ TEST(Pictures, EachFormatLoads) {
   auto png = *encode("png");
   png.resize(png.size() / 2);
   EXPECT_EQ(pictureFormat(png), "");
-}
 
-TEST(Pictures, FittedIntoTheirBoxAndJpegKeptInThePdf) {
+  // Fitted into their box, and a JPEG kept as JPEG in the PDF.
   TempDir dir;
   // A 4x2 picture zoomed: 800 wide, 400 high, centred.
   const doc::Picture zoom{{200, 200, 800, 800}, encode("jpeg")};
