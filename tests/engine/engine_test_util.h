@@ -77,6 +77,15 @@ class LoggingReport : public Report {
   std::string prefix_;
 };
 
+// A host that keeps what it is told: messages as "caption: text", and warnings.
+struct RecordingHost : HostServices {
+  std::vector<std::string> messages, warnings;
+  void message(const std::string& t, const std::string& c, MessageIcon) override {
+    messages.push_back(c + ": " + t);
+  }
+  void warning(const std::string& t) override { warnings.push_back(t); }
+};
+
 inline RunResult run(Report& r) {
   static FixedMetricMeasurer m;
   RunOptions o;

@@ -71,12 +71,7 @@ TEST(Groups, HeaderRepeatsOnPagesItsGroupContinuesOn) {
 }
 
 TEST(Subreports, BandTallerThanAPageWithNoCleanCutIsClippedOnce) {
-  struct Host : HostServices {
-    std::vector<std::string> warnings;
-    void message(const std::string&, const std::string&, MessageIcon) override {}
-    void warning(const std::string& t) override { warnings.push_back(t); }
-  };
-  auto host = std::make_shared<Host>();
+  auto host = std::make_shared<RecordingHost>();
   auto tallReport = [&](const char* band, const char* controls) {
     auto r = std::make_unique<Report>(layoutOf(layoutJson("rptTall", std::string(R"J(
         {"kind": "pageHeader", "name": "PageHeader", "height": 200},

@@ -352,12 +352,6 @@ TEST(RunTimeControls, AddedControlPrintsInEveryInstance) {
 
 // No rows: NoData fires; cancelling there, or in any handler, ends the run without a document.
 TEST(Cancel, InNoDataOrAnyHandlerEndsTheRunOtherwiseOnePageOfHeaders) {
-  struct Host : HostServices {
-    std::vector<std::string> seen;
-    void message(const std::string& t, const std::string& c, MessageIcon) override {
-      seen.push_back(c + ": " + t);
-    }
-  };
   class R : public LoggingReport {
    public:
     R(std::vector<std::string>* log, bool cancelIt)
@@ -379,7 +373,7 @@ TEST(Cancel, InNoDataOrAnyHandlerEndsTheRunOtherwiseOnePageOfHeaders) {
     }
     bool cancel_;
   };
-  auto host = std::make_shared<Host>();
+  auto host = std::make_shared<RecordingHost>();
   std::vector<std::string> log;
   R r(&log, true);
   r.setHost(host);
@@ -387,7 +381,7 @@ TEST(Cancel, InNoDataOrAnyHandlerEndsTheRunOtherwiseOnePageOfHeaders) {
   EXPECT_TRUE(res.cancelled);
   EXPECT_TRUE(res.document.pages.empty());
   EXPECT_EQ(log, (Strings{"ReportStart", "DataInitialize", "NoData"}));
-  EXPECT_EQ(host->seen, (Strings{"Checklist: There is no data to print."}));
+  EXPECT_EQ(host->messages, (Strings{"Checklist: There is no data to print."}));
 
   log.clear();
   R printed(&log, false);
