@@ -30,7 +30,7 @@ std::vector<std::string> controlNames(const LayoutSection& s) {
   return out;
 }
 
-TEST(Frame, MergesItsSectionsAroundTheLayoutsOwn) {
+TEST(Frame, MergesItsSectionsAroundTheLayoutsOwnWithItsDifferences) {
   auto l = layoutOf(framed(R"("tstFrame")", R"({"kind": "pageHeader", "name": "PageHeader",
       "controls": [{"kind": "label", "name": "lblColumn", "top": 800, "width": 900, "height": 240}]})"));
   ASSERT_EQ(l->sections.size(), 3u);
@@ -40,13 +40,12 @@ TEST(Frame, MergesItsSectionsAroundTheLayoutsOwn) {
   EXPECT_EQ(l->sections[1].state.kind, SectionKind::Detail);
   EXPECT_EQ(l->sections[2].state.kind, SectionKind::PageFooter);
   EXPECT_EQ(controlNames(l->sections[2]), (test::Strings{"Field3", "txtCompanyFooter"}));
-}
 
-TEST(Frame, LayoutStatesOnlyHowItDiffers) {
-  auto l = layoutOf(framed(R"({"name": "tstFrame", "header": "reportHeader", "omit": ["Line1"],
+  // The layout states only how it differs.
+  l = layoutOf(framed(R"({"name": "tstFrame", "header": "reportHeader", "omit": ["Line1"],
       "rename": {"Field3": "Field4"},
       "set": {"txtCompanyFooter": {"width": 1000, "left": 4000}, "lblTitle": {"caption": null}}})",
-                           R"({"kind": "pageHeader", "name": "PageHeader", "height": 300})"));
+                      R"({"kind": "pageHeader", "name": "PageHeader", "height": 300})"));
   ASSERT_EQ(l->sections.size(), 4u);
   EXPECT_EQ(l->sections[0].state.kind, SectionKind::ReportHeader);
   EXPECT_EQ(l->sections[0].state.height, 800);
