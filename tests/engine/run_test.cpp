@@ -1,5 +1,5 @@
 #include <fstream>
-#include <sstream>
+#include <iterator>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -61,12 +61,9 @@ TEST(EventOrder, TwoGroupsSubreportThreePages) {
     return test::run(p);
   }();
   ASSERT_EQ(res.document.pages.size(), 3u);
-  const std::string golden =
-      std::string(GALVIX_SOURCE_DIR) + "/tests/engine/golden/event_order.txt";
-  std::ifstream in(golden);
-  std::stringstream expected;
-  expected << in.rdbuf();
-  EXPECT_EQ(test::join(log), expected.str()) << "actual log:\n" << test::join(log);
+  std::ifstream in(std::string(GALVIX_SOURCE_DIR) + "/tests/engine/golden/event_order.txt");
+  const std::string expected(std::istreambuf_iterator<char>(in), {});
+  EXPECT_EQ(test::join(log), expected) << "actual log:\n" << test::join(log);
   // The child's rows print inside the outer header, which grew to hold them.
   EXPECT_EQ(allTexts(res.document, "txtItem"), (Strings{"A1", "A2", "B1", "B2"}));
   auto a1 = texts(res.document, 1, "txtItem");
