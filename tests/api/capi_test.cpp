@@ -44,13 +44,12 @@ TEST_F(CApi, CatalogueListsEveryNameAndWhichAreAvailable) {
 }
 
 struct Seen {
-  std::vector<std::string> texts, captions;
+  std::vector<std::string> texts;
   std::vector<int> icons;
 };
-void record(void* user, const char* text, const char* caption, int icon) {
+void record(void* user, const char* text, const char*, int icon) {
   auto* s = static_cast<Seen*>(user);
   s->texts.emplace_back(text);
-  s->captions.emplace_back(caption);
   s->icons.push_back(icon);
 }
 

@@ -1,6 +1,7 @@
 // Helpers for engine tests: layouts from JSON text, an event-logging report, document queries.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,24 @@ inline std::string layoutJson(const std::string& name, const std::string& sectio
 
 inline std::vector<RowValues> rows(std::initializer_list<std::vector<Variant>> r) {
   return {r.begin(), r.end()};
+}
+
+using Strings = std::vector<std::string>;
+
+// How much a 240-twip field in the default font grows to hold three lines.
+inline std::int32_t threeLineGrowth() {
+  const std::int32_t g = 3 * FixedMetricMeasurer::lineHeight(doc::Font{}) - 240;
+  EXPECT_GT(g, 0);
+  return g;
+}
+
+// A report on layoutJson("rptTest", sections) holding `data` under `columns`.
+inline std::unique_ptr<Report> report(const std::string& sections,
+                                      std::vector<std::string> columns = {},
+                                      std::vector<RowValues> data = {}) {
+  auto r = std::make_unique<Report>(layoutOf(layoutJson("rptTest", sections)));
+  if (!columns.empty()) r->data().setRows(std::move(columns), std::move(data));
+  return r;
 }
 
 // A report that logs every event it receives: "Format ghA row=2", "PageStart p1 row=0".
@@ -56,6 +75,15 @@ class LoggingReport : public Report {
   }
   std::vector<std::string>* log_;
   std::string prefix_;
+};
+
+// A host that keeps what it is told: messages as "caption: text", and warnings.
+struct RecordingHost : HostServices {
+  std::vector<std::string> messages, warnings;
+  void message(const std::string& t, const std::string& c, MessageIcon) override {
+    messages.push_back(c + ": " + t);
+  }
+  void warning(const std::string& t) override { warnings.push_back(t); }
 };
 
 inline RunResult run(Report& r) {

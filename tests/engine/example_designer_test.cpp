@@ -1,10 +1,8 @@
 // The designer shown in docs/engine.md, compiled and run as written.
 #include <gtest/gtest.h>
 
-#include "engine/fixed_metric_measurer.h"
 #include "engine/layout_embed.h"
-#include "engine/report.h"
-#include "engine/run.h"
+#include "engine_test_util.h"
 
 GALVIX_USE_LAYOUT(rptExample);
 
@@ -56,26 +54,14 @@ TEST(ExampleDesigner, RunsAsDocumented) {
                    {{1, "Dinner", "Adams", "555-1"},
                     {1, "Dinner", "Baker", Variant::null()},
                     {2, "Brunch", "Cole", "555-3"}});
-  engine::FixedMetricMeasurer m;
-  auto res = engine::runReport(r, {&m});
+  auto res = engine::test::run(r);
   ASSERT_FALSE(res.cancelled);
-  std::vector<std::string> counts, contacts, added;
-  for (const auto& it : res.document.pages.at(0).items) {
-    auto* t = std::get_if<doc::Text>(&it.content);
-    if (!t) continue;
-    if (it.control == "txtCount") counts.push_back(t->text);
-    if (it.control == "txtContact") contacts.push_back(t->text);
-    if (it.control == "lblRuntime") added.push_back(t->text);
-    if (it.control == "lblTitle") {
-      EXPECT_EQ(t->text, "Smith - Jones");
-    }
-    if (it.control == "lblFrom") {
-      EXPECT_EQ(t->text, "Adams");
-    }
-  }
-  EXPECT_EQ(counts, (std::vector<std::string>{"2", "1"}));
-  EXPECT_EQ(contacts, (std::vector<std::string>{"(H) 555-1", "", "(H) 555-3"}));
-  EXPECT_EQ(added.size(), 3u);
+  using engine::test::allTexts, engine::test::Strings;
+  EXPECT_EQ(allTexts(res.document, "lblTitle"), Strings{"Smith - Jones"});
+  EXPECT_EQ(allTexts(res.document, "lblFrom"), Strings{"Adams"});
+  EXPECT_EQ(allTexts(res.document, "txtCount"), (Strings{"2", "1"}));
+  EXPECT_EQ(allTexts(res.document, "txtContact"), (Strings{"(H) 555-1", "", "(H) 555-3"}));
+  EXPECT_EQ(allTexts(res.document, "lblRuntime").size(), 3u);
 }
 
 }  // namespace

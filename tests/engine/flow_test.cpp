@@ -11,22 +11,13 @@
 namespace galvix::engine {
 namespace {
 
-using test::allTexts;
-using test::layoutJson;
-using test::layoutOf;
-using test::texts;
+using namespace test;
 
 constexpr const char* kItems = R"J({"version": 1, "name": "srptItems", "sections": [
   {"kind": "reportHeader", "name": "ReportHeader", "height": 200,
    "controls": [{"kind": "label", "name": "lblHead", "width": 1000, "height": 200, "caption": "Items"}]},
   {"kind": "detail", "name": "Detail", "height": 400,
    "controls": [{"kind": "field", "name": "txtItem", "dataField": "Item", "width": 1000, "height": 400}]}]})J";
-
-std::vector<RowValues> numbered(const std::string& prefix, int n) {
-  std::vector<RowValues> v;
-  for (int i = 1; i <= n; ++i) v.push_back({Variant::string(prefix + std::to_string(i))});
-  return v;
-}
 
 TEST(Subreports, TallParentBandSplitsBetweenChildRows) {
   // Page body 3000 - 300 footer = 2700; the child needs 200 + 12 * 400 = 5000.
@@ -38,7 +29,9 @@ TEST(Subreports, TallParentBandSplitsBetweenChildRows) {
   r.data().setRows({"K"}, {{Variant::string("k")}});
   r.onFormat("Detail", [&r] {
     auto child = std::make_shared<Report>(layoutOf(kItems));
-    child->data().setRows({"Item"}, numbered("i", 12));
+    std::vector<RowValues> items;
+    for (int i = 1; i <= 12; ++i) items.push_back({Variant::string("i" + std::to_string(i))});
+    child->data().setRows({"Item"}, std::move(items));
     r.subReport("srptItems").setReport(child);
   });
   auto res = test::run(r);
@@ -78,12 +71,7 @@ TEST(Groups, HeaderRepeatsOnPagesItsGroupContinuesOn) {
 }
 
 TEST(Subreports, BandTallerThanAPageWithNoCleanCutIsClippedOnce) {
-  struct Host : HostServices {
-    std::vector<std::string> warnings;
-    void message(const std::string&, const std::string&, MessageIcon) override {}
-    void warning(const std::string& t) override { warnings.push_back(t); }
-  };
-  auto host = std::make_shared<Host>();
+  auto host = std::make_shared<RecordingHost>();
   auto tallReport = [&](const char* band, const char* controls) {
     auto r = std::make_unique<Report>(layoutOf(layoutJson("rptTall", std::string(R"J(
         {"kind": "pageHeader", "name": "PageHeader", "height": 200},
@@ -112,8 +100,7 @@ TEST(Subreports, BandTallerThanAPageWithNoCleanCutIsClippedOnce) {
                                "width": 1000, "height": 3600})J");
   fixed->data().setRows({"Note"}, {{"one"}});
   res = test::run(*fixed);
-  EXPECT_EQ(host->warnings,
-            (std::vector<std::string>{"band 'Detail' is taller than the page; clipped"}));
+  EXPECT_EQ(host->warnings, (Strings{"band 'Detail' is taller than the page; clipped"}));
   const auto* label = texts(res.document, 1, "lblTall").at(0);
   EXPECT_EQ(label->box.top + label->box.height, 4000 - 500);
 
@@ -140,24 +127,20 @@ TEST(Growth, PushDownMovesControlsBelowAGrownOne) {
       {"kind": "field", "name": "txtNote", "top": 300, "width": 4000, "height": 240},
       {"kind": "field", "name": "txtFar", "left": 5000, "top": 300, "width": 500,
        "height": 240}]}]})J");
-  const std::int32_t line = FixedMetricMeasurer::lineHeight(doc::Font{});
+  const std::int32_t growth = test::threeLineGrowth();
   for (bool push : {true, false}) {
     Report r(layout);
     r.section("Detail").setPushDown(push);
     r.data().setRows({"Name"}, {{Variant::string("a\nb\nc")}});
     auto res = test::run(r);
-    const std::int32_t growth = 3 * line - 240;
-    ASSERT_GT(growth, 0);
-    EXPECT_EQ(texts(res.document, 1, "txtNote")[0]->box.top -
-                  texts(res.document, 1, "txtName")[0]->box.top,
-              push ? 300 + growth : 300);
+    auto below = [&](const char* c) {
+      return texts(res.document, 1, c)[0]->box.top - texts(res.document, 1, "txtName")[0]->box.top;
+    };
+    EXPECT_EQ(below("txtNote"), push ? 300 + growth : 300);
     // Beside the grown control: stays put; below it but entirely to its right (another
     // column): stays too.
-    EXPECT_EQ(texts(res.document, 1, "txtBeside")[0]->box.top,
-              texts(res.document, 1, "txtName")[0]->box.top);
-    EXPECT_EQ(texts(res.document, 1, "txtFar")[0]->box.top -
-                  texts(res.document, 1, "txtName")[0]->box.top,
-              300);
+    EXPECT_EQ(below("txtBeside"), 0);
+    EXPECT_EQ(below("txtFar"), 300);
   }
 }
 
@@ -173,9 +156,7 @@ TEST(Growth, CheckBoxGrowsToItsCaptionWrappedBesideTheSquare) {
     r.checkBox("chkName").setCaption(on ? "a\nb\nc" : "short");
   });
   auto res = test::run(r);
-  const std::int32_t line = FixedMetricMeasurer::lineHeight(doc::Font{});
-  const std::int32_t growth = 3 * line - 240;
-  ASSERT_GT(growth, 0);
+  const std::int32_t growth = test::threeLineGrowth();
   std::vector<doc::Rect> boxes;
   for (const auto& it : res.document.pages.at(0).items)
     if (auto* c = std::get_if<doc::CheckBox>(&it.content)) boxes.push_back(c->box);
@@ -191,10 +172,10 @@ TEST(Growth, CheckBoxGrowsToItsCaptionWrappedBesideTheSquare) {
 
 TEST(HandlerState, BandGrownInBeforePrintMovesWithItsState) {
   std::vector<std::string> log;
-  test::LoggingReport r(layoutOf(layoutJson("rptMove", R"J(
+  LoggingReport r(layoutOf(layoutJson("rptMove", R"J(
       {"kind": "detail", "name": "Detail", "height": 1000, "controls": [
         {"kind": "field", "name": "txtNote", "width": 1000, "height": 240, "canGrow": true}]})J")),
-                        &log);
+                  &log);
   r.data().setRows({"N"}, {{1}, {2}, {3}});
   r.onBeforePrint("Detail", [&r] {
     // The third row becomes four lines (960) after its place was decided.
@@ -208,9 +189,8 @@ TEST(HandlerState, BandGrownInBeforePrintMovesWithItsState) {
   ASSERT_EQ(notes.size(), 1u);
   EXPECT_EQ(notes[0]->box.top, 500);
   const std::vector<std::string> tail(log.end() - 7, log.end());
-  EXPECT_EQ(tail, (std::vector<std::string>{"BeforePrint Detail row=2", "PageEnd p1",
-                                            "PageStart p2 row=2", "AfterPrint Detail row=2",
-                                            "  text a", "PageEnd p2", "ReportEnd"}));
+  EXPECT_EQ(tail, (Strings{"BeforePrint Detail row=2", "PageEnd p1", "PageStart p2 row=2",
+                           "AfterPrint Detail row=2", "  text a", "PageEnd p2", "ReportEnd"}));
 }
 
 TEST(HandlerState, TextMeasuredOncePerBandUnlessBeforePrintChangesIt) {
@@ -277,7 +257,7 @@ TEST(RunTimeControls, ColumnsAddedPerValueAndWalkedByPosition) {
   EXPECT_EQ(r.data().name(), "datRpt");
   EXPECT_EQ(r.control("datRpt").kind(), ControlKind::DataControl);
   auto res = test::run(r);
-  EXPECT_EQ(allTexts(res.document, "txtQuoteV2"), (std::vector<std::string>{"", "70"}));
+  EXPECT_EQ(allTexts(res.document, "txtQuoteV2"), (Strings{"", "70"}));
   EXPECT_EQ(r.total, 100 + 50 + 70);
   for (const auto& it : res.document.pages[0].items) EXPECT_NE(it.control, "datRpt");
 }
@@ -302,10 +282,9 @@ TEST(HandlerState, HoldsUntilSetAgainAndEachInstanceKeepsItsOwn) {
   r.onBeforePrint("gfG",
                   [&r] { r.label("lblTotal").setCaption(r.label("lblTotal").caption() + "+"); });
   auto res = test::run(r);
-  EXPECT_EQ(allTexts(res.document, "lblFlag"),
-            (std::vector<std::string>{"one", "one", "three", "three"}));
-  EXPECT_EQ(allTexts(res.document, "txtN"), (std::vector<std::string>{"1", "2", "3", "4", "5"}));
-  EXPECT_EQ(allTexts(res.document, "lblTotal"), (std::vector<std::string>{"+", "++"}));
+  EXPECT_EQ(allTexts(res.document, "lblFlag"), (Strings{"one", "one", "three", "three"}));
+  EXPECT_EQ(allTexts(res.document, "txtN"), (Strings{"1", "2", "3", "4", "5"}));
+  EXPECT_EQ(allTexts(res.document, "lblTotal"), (Strings{"+", "++"}));
 }
 
 TEST(Columns, GroupHeadersFlowInTheColumnsWithRunningHeads) {
@@ -353,8 +332,8 @@ TEST(Columns, GroupHeadersFlowInTheColumnsWithRunningHeads) {
   EXPECT_EQ(companies[4]->box.left, 3000);
   EXPECT_EQ(companies[4]->box.top, 1300);
   // The first page starts with a letter header: its PageStart still sees the first entry.
-  EXPECT_EQ(allTexts(res.document, "lblFrom"), (std::vector<std::string>{"Acme", "Cute"}));
-  EXPECT_EQ(allTexts(res.document, "lblTo"), (std::vector<std::string>{"Core", "Echo"}));
+  EXPECT_EQ(allTexts(res.document, "lblFrom"), (Strings{"Acme", "Cute"}));
+  EXPECT_EQ(allTexts(res.document, "lblTo"), (Strings{"Core", "Echo"}));
 }
 
 TEST(Expressions, EvaluateAgainstTheRow) {

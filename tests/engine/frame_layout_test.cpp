@@ -30,33 +30,31 @@ std::vector<std::string> controlNames(const LayoutSection& s) {
   return out;
 }
 
-TEST(Frame, MergesItsSectionsAroundTheLayoutsOwn) {
+TEST(Frame, MergesItsSectionsAroundTheLayoutsOwnWithItsDifferences) {
   auto l = layoutOf(framed(R"("tstFrame")", R"({"kind": "pageHeader", "name": "PageHeader",
       "controls": [{"kind": "label", "name": "lblColumn", "top": 800, "width": 900, "height": 240}]})"));
   ASSERT_EQ(l->sections.size(), 3u);
   EXPECT_EQ(l->sections[0].state.kind, SectionKind::PageHeader);
   EXPECT_EQ(l->sections[0].state.height, 800);  // the frame's, as the layout gives none
-  EXPECT_EQ(controlNames(l->sections[0]),
-            (std::vector<std::string>{"lblTitle", "Line1", "lblColumn"}));
+  EXPECT_EQ(controlNames(l->sections[0]), (test::Strings{"lblTitle", "Line1", "lblColumn"}));
   EXPECT_EQ(l->sections[1].state.kind, SectionKind::Detail);
   EXPECT_EQ(l->sections[2].state.kind, SectionKind::PageFooter);
-  EXPECT_EQ(controlNames(l->sections[2]), (std::vector<std::string>{"Field3", "txtCompanyFooter"}));
-}
+  EXPECT_EQ(controlNames(l->sections[2]), (test::Strings{"Field3", "txtCompanyFooter"}));
 
-TEST(Frame, LayoutStatesOnlyHowItDiffers) {
-  auto l = layoutOf(framed(R"({"name": "tstFrame", "header": "reportHeader", "omit": ["Line1"],
+  // The layout states only how it differs.
+  l = layoutOf(framed(R"({"name": "tstFrame", "header": "reportHeader", "omit": ["Line1"],
       "rename": {"Field3": "Field4"},
       "set": {"txtCompanyFooter": {"width": 1000, "left": 4000}, "lblTitle": {"caption": null}}})",
-                           R"({"kind": "pageHeader", "name": "PageHeader", "height": 300})"));
+                      R"({"kind": "pageHeader", "name": "PageHeader", "height": 300})"));
   ASSERT_EQ(l->sections.size(), 4u);
   EXPECT_EQ(l->sections[0].state.kind, SectionKind::ReportHeader);
   EXPECT_EQ(l->sections[0].state.height, 800);
-  EXPECT_EQ(controlNames(l->sections[0]), (std::vector<std::string>{"lblTitle"}));
+  EXPECT_EQ(controlNames(l->sections[0]), (test::Strings{"lblTitle"}));
   EXPECT_EQ(l->sections[0].controls[0].caption, "");  // null removes a key: back to its default
   EXPECT_EQ(l->sections[1].state.kind, SectionKind::PageHeader);
   EXPECT_EQ(l->sections[1].state.height, 300);
   EXPECT_TRUE(l->sections[1].controls.empty());
-  EXPECT_EQ(controlNames(l->sections[3]), (std::vector<std::string>{"Field4", "txtCompanyFooter"}));
+  EXPECT_EQ(controlNames(l->sections[3]), (test::Strings{"Field4", "txtCompanyFooter"}));
   const auto& footer = l->sections[3].controls[1];
   EXPECT_EQ(footer.left, 4000);
   EXPECT_EQ(footer.width, 1000);
@@ -127,8 +125,7 @@ TEST(Growth, GrownBandKeepsItsBottomSpaceAndMovesLinesBelow) {
       {"kind": "line", "name": "lnUnder", "x1": 0, "y1": 300, "x2": 1000, "y2": 300}]}]})J"));
   r.data().setRows({"Name"}, {{Variant::string("a\nb\nc")}, {"d"}});
   auto res = test::run(r);
-  const std::int32_t line = FixedMetricMeasurer::lineHeight(doc::Font{});
-  const std::int32_t growth = 3 * line - 240;
+  const std::int32_t growth = test::threeLineGrowth();
   auto names = texts(res.document, 1, "txtName");
   ASSERT_EQ(names.size(), 2u);
   // 30 + grown text + the line, then the 100 twips the design leaves under the line.

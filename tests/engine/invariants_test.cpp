@@ -1,6 +1,7 @@
 // Randomised reports checked against what must hold for any of them: every row printed once
 // and in order, nothing in the body outside the body area, pages numbered 1..N of N, no page
 // without body content.
+#include <numeric>
 #include <random>
 #include <set>
 
@@ -127,7 +128,7 @@ TEST(Invariants, RandomReportsPaginateSoundly) {
       EXPECT_EQ(test::texts(d, p + 1, "txtPageTtl").at(0)->text, std::to_string(pages)) << where;
     }
     std::vector<int> expected(static_cast<std::size_t>(n));
-    for (int i = 0; i < n; ++i) expected[static_cast<std::size_t>(i)] = i;
+    std::iota(expected.begin(), expected.end(), 0);
     if (shape.columns == 1) {
       EXPECT_EQ(ids, expected) << where;
     }

@@ -51,7 +51,7 @@ class Guests : public Report {
   int party_;
 };
 
-TEST_F(SqliteSource, ParentRowsAndPerRowSubreports) {
+TEST_F(SqliteSource, ParentRowsPerRowSubreportsAndBadSql) {
   class Parties : public Report {
    public:
     explicit Parties(std::string cs)
@@ -76,16 +76,14 @@ TEST_F(SqliteSource, ParentRowsAndPerRowSubreports) {
   auto res = test::run(r);
   EXPECT_EQ(r.columns, 2);
   EXPECT_EQ(r.first, "Dinner");
-  EXPECT_EQ(allTexts(res.document, "txtParty"), (std::vector<std::string>{"Dinner", "Brunch"}));
-  EXPECT_EQ(allTexts(res.document, "txtGuest"), (std::vector<std::string>{"Ann", "Bob", "Cy"}));
-}
+  EXPECT_EQ(allTexts(res.document, "txtParty"), (test::Strings{"Dinner", "Brunch"}));
+  EXPECT_EQ(allTexts(res.document, "txtGuest"), (test::Strings{"Ann", "Bob", "Cy"}));
 
-TEST_F(SqliteSource, BadSqlFailsTheRunWithTheDatabaseError) {
-  Report r(layoutOf(R"J({"version": 1, "name": "rptBad", "sections": [
-      {"kind": "detail", "name": "Detail", "height": 300}]})J"));
-  r.data().setConnectionString(path_.string());
-  r.data().setSource("SELECT Nope FROM Guests");
-  EXPECT_THROW(test::run(r), db::DbError);
+  // Bad SQL fails the run with the database's error.
+  auto bad = test::report(R"({"kind": "detail", "name": "Detail", "height": 300})");
+  bad->data().setConnectionString(path_.string());
+  bad->data().setSource("SELECT Nope FROM Guests");
+  EXPECT_THROW(test::run(*bad), db::DbError);
 }
 
 }  // namespace

@@ -27,7 +27,9 @@ namespace {
 using namespace testing;
 using ::testing::HasSubstr;
 
-TEST(Sinks, OneFilePerPageForPngAndSvg) {
+constexpr auto kNoLine = doc::LineStyle::Transparent;
+
+TEST(Sinks, OneFilePerPageForPngAndSvgAndABlankOneForNoPages) {
   TempDir dir;
   doc::Document d = denseDocument(2);
   auto png = writePng(d, dir / "r", 150);
@@ -43,6 +45,11 @@ TEST(Sinks, OneFilePerPageForPngAndSvg) {
   EXPECT_THAT(slurp(svg[0]), HasSubstr("width=\"612pt\""));
   // No temporary files are left behind.
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 4);
+
+  // An empty document gives one blank page.
+  writePdf(doc::Document{}, dir / "e.pdf");
+  EXPECT_EQ(run("qpdf --check '" + (dir / "e.pdf") + "'").status, 0);
+  EXPECT_EQ(writePng(doc::Document{}, dir / "e").size(), 1u);
 }
 
 TEST(Sinks, FailedWriteLeavesNoFileAndKeepsTheOldOne) {
@@ -139,23 +146,13 @@ TEST(Sinks, NoTemporaryOutlivesItsRun) {
   EXPECT_GE(fs::file_size(out), before);
 }
 
-TEST(Sinks, EmptyDocumentGivesOneBlankPage) {
-  TempDir dir;
-  doc::Document d;
-  writePdf(d, dir / "e.pdf");
-  EXPECT_EQ(run("qpdf --check '" + (dir / "e.pdf") + "'").status, 0);
-  EXPECT_EQ(writePng(d, dir / "e").size(), 1u);
-}
-
 // Colours as the platform packs them (red in the low byte), and rich text's colour table.
 TEST(Drawing, PackedColoursHaveRedInTheLowByte) {
   TempDir dir;
   doc::Text t = text({200, 200, 400, 400}, "");
   t.backColor = doc::rgb(255, 0, 0);
-  doc::Box b;
-  b.box = {1000, 200, 400, 400};
-  b.fill = 0xFF0000;  // blue as the platform packs it
-  b.style = doc::LineStyle::Transparent;
+  // Blue as the platform packs it.
+  const doc::Box b{{1000, 200, 400, 400}, doc::ShapeKind::Rectangle, 0xFF0000, kNoLine};
   doc::RichText r;
   r.box = {200, 1000, 2600, 1000};
   r.rtf = R"({\rtf1{\fonttbl{\f0 Arial;}}{\colortbl ;\red255\green0\blue0;}\f0\fs28 Black\par)"
@@ -174,21 +171,7 @@ TEST(Drawing, PackedColoursHaveRedInTheLowByte) {
   EXPECT_GT(black, 20);
 }
 
-TEST(Drawing, TextIsClippedToItsBox) {
-  TempDir dir;
-  doc::Text t = text({400, 400, 600, 300}, "WWWWWWWWWWWWWWWWWWWWWWWWWWWWWW\nWWWWWWWW\nWWWWWWWW",
-                     doc::Font{"Arial", 20});
-  t.wordWrap = false;
-  PngImage img(renderPng(dir, onePage({item(t)})));
-  auto ink = img.inkBox();
-  ASSERT_GE(ink[0], 0);
-  EXPECT_GE(ink[0], 20);
-  EXPECT_GE(ink[1], 20);
-  EXPECT_LE(ink[2], 50);
-  EXPECT_LE(ink[3], 35);
-}
-
-TEST(Drawing, AlignmentAndRotation) {
+TEST(Drawing, AlignmentRotationAndClipping) {
   TempDir dir;
   // Right and bottom aligned: ink hugs the box's bottom right corner.
   doc::Text br = text({200, 200, 2000, 1000}, "Total", doc::Font{"Arial", 12}, doc::HAlign::Right);
@@ -222,17 +205,24 @@ TEST(Drawing, AlignmentAndRotation) {
   EXPECT_NEAR(ink[1], 10, 2);
   EXPECT_LT(ink[3], 60);
   EXPECT_LE(ink[0], 1000 / 20 + 2);
+
+  // Text is clipped to its box.
+  doc::Text t = text({400, 400, 600, 300}, "WWWWWWWWWWWWWWWWWWWWWWWWWWWWWW\nWWWWWWWW\nWWWWWWWW",
+                     doc::Font{"Arial", 20});
+  t.wordWrap = false;
+  PngImage clip(renderPng(dir, onePage({item(t)})));
+  ink = clip.inkBox();
+  ASSERT_GE(ink[0], 0);
+  EXPECT_GE(ink[0], 20);
+  EXPECT_GE(ink[1], 20);
+  EXPECT_LE(ink[2], 50);
+  EXPECT_LE(ink[3], 35);
 }
 
 TEST(Drawing, CheckBoxesLinesAndBorders) {
   TempDir dir;
-  doc::CheckBox on;
-  on.box = {200, 200, 300, 300};
-  on.checked = true;
-  on.align = doc::HAlign::Center;
-  doc::CheckBox off = on;
-  off.box.left = 800;
-  off.checked = false;
+  const doc::CheckBox on{{200, 200, 300, 300}, true, "", {}, doc::kBlack, doc::HAlign::Center};
+  const doc::CheckBox off{{800, 200, 300, 300}, false, "", {}, doc::kBlack, doc::HAlign::Center};
   doc::Line dashed{200, 1000, 2600, 1000, doc::LineStyle::Dash, 2};
   doc::Text bordered = text({200, 1400, 1000, 400}, "");
   bordered.border.bottom = doc::LineStyle::Solid;
@@ -257,31 +247,19 @@ TEST(Drawing, CheckBoxesLinesAndBorders) {
 TEST(Drawing, CheckBoxesWhiteInsideOverAnythingAndAsBeforeOnPaper) {
   TempDir dir;
   std::vector<doc::Item> items;
-  doc::Box band;
-  band.box = {100, 100, 1000, 400};
-  band.fill = doc::rgb(0, 0, 200);
-  band.style = doc::LineStyle::Transparent;
-  items.push_back(item(band));
-  doc::Line through{100, 950, 3000, 950, doc::LineStyle::Solid, 3};
-  items.push_back(item(through));
+  items.push_back(item(doc::Box{{100, 100, 1000, 400}, {}, doc::rgb(0, 0, 200), kNoLine}));
+  items.push_back(item(doc::Line{100, 950, 3000, 950, doc::LineStyle::Solid, 3}));
   items.push_back(item(text({1500, 1300, 1200, 400}, "WWWWWWWW")));
-  for (int i = 0; i < 8; ++i) {
-    doc::CheckBox c;
-    c.box = {200 + i * 350, i < 4 ? 150 : 800, 300, 300};
-    c.checked = i % 2 == 1;
-    c.align = doc::HAlign::Center;
-    items.push_back(item(c));
-  }
-  doc::CheckBox onText;
-  onText.box = {1600, 1350, 300, 300};
-  items.push_back(item(onText));
-  doc::CheckBox bare;  // nothing under it
-  bare.box = {200, 2000, 300, 300};
-  items.push_back(item(bare));
-  doc::CheckBox captioned = bare;
-  captioned.box = {1000, 2000, 1500, 300};
-  captioned.caption = "Attending";
-  items.push_back(item(captioned));
+  for (int i = 0; i < 8; ++i)
+    items.push_back(item(doc::CheckBox{{200 + i * 350, i < 4 ? 150 : 800, 300, 300},
+                                       i % 2 == 1,
+                                       "",
+                                       {},
+                                       doc::kBlack,
+                                       doc::HAlign::Center}));
+  items.push_back(item(doc::CheckBox{{1600, 1350, 300, 300}}));  // on the text
+  items.push_back(item(doc::CheckBox{{200, 2000, 300, 300}}));   // nothing under it
+  items.push_back(item(doc::CheckBox{{1000, 2000, 1500, 300}, false, "Attending"}));
 
   PngImage img(renderPng(dir, onePage(items, 4000, 3000)));
   // The middle of each unticked square is white: over the band, on the line, on the text.
@@ -291,11 +269,7 @@ TEST(Drawing, CheckBoxesWhiteInsideOverAnythingAndAsBeforeOnPaper) {
   }
   EXPECT_EQ(img.rgb((1600 + 150) / 20 - 2, (1350 + 150) / 20), 0xFFFFFFu);
 
-  doc::Box sheet;
-  sheet.box = {0, 0, 4000, 3000};
-  sheet.fill = doc::kWhite;
-  sheet.style = doc::LineStyle::Transparent;
-  std::vector<doc::Item> overSheet{item(sheet)};
+  std::vector<doc::Item> overSheet{item(doc::Box{{0, 0, 4000, 3000}, {}, doc::kWhite, kNoLine})};
   overSheet.insert(overSheet.end(), items.begin(), items.end());
   PngImage filled(renderPng(dir, onePage(overSheet, 4000, 3000)));
   ASSERT_EQ(img.width(), filled.width());
