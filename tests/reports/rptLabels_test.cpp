@@ -49,11 +49,7 @@ class Labels : public ReportTest {
                                  {"Lookup", Variant(lookup)}});
   }
 
-  doc::Document runLabels(const Props& props) {
-    auto r = report("rptLabels");
-    for (const auto& [k, v] : props) r->set(k, v);
-    return run(*r);
-  }
+  doc::Document runLabels(const Props& props) { return run("rptLabels", props); }
 
   // Runs the report with the measurer of known sizes (through the engine, as the library would
   // with its own measurer).
@@ -75,28 +71,25 @@ class Labels : public ReportTest {
 struct Sheet {
   int paperWidth, paperHeight, top, left, width, height, hPitch, vPitch, across, down;
   Props props() const {
-    return {{"Envelopes", Variant(false)},
-            {"PaperSetupID", Variant(1)},
-            {"PaperWidth", Variant(paperWidth)},
-            {"PaperHeight", Variant(paperHeight)},
-            {"TMargin", Variant(top)},
-            {"LMargin", Variant(left)},
-            {"LabelWidth", Variant(width)},
-            {"LabelHeight", Variant(height)},
-            {"HPitch", Variant(hPitch)},
-            {"VPitch", Variant(vPitch)},
-            {"NumberAcross", Variant(across)},
-            {"FontName", Variant("Arial")},
-            {"FontSize", Variant(9)}};
+    Props p{{"Envelopes", Variant(false)}, {"FontName", Variant("Arial")}};
+    const char* names[] = {"PaperSetupID", "PaperWidth",   "PaperHeight", "TMargin",
+                           "LMargin",      "LabelWidth",   "LabelHeight", "HPitch",
+                           "VPitch",       "NumberAcross", "FontSize"};
+    const int values[] = {1,      paperWidth, paperHeight, top,    left, width,
+                          height, hPitch,     vPitch,      across, 9};
+    for (int i = 0; i < 11; ++i) p.emplace_back(names[i], Variant(values[i]));
+    return p;
   }
 };
 
+// 3 x 10 address labels on Letter (2 5/8 x 1 in, 2 3/4 in apart, margins 1/2 and 3/16 in).
+const Sheet kLetter{12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 3, 10};
+
 TEST_F(Labels, StandardSheetsLineUpWithTheirPublishedDimensions) {
   auto mm = [](double v) { return static_cast<int>(std::lround(v * 1440 / 25.4)); };
-  // 3 x 10 address labels on Letter (2 5/8 x 1 in, 2 3/4 in apart, margins 1/2 and 3/16 in);
-  // 2 x 7 on A4 (99.1 x 38.1 mm, 101.6 mm apart, margins 15.1 and 4.65 mm).
+  // Letter, and 2 x 7 on A4 (99.1 x 38.1 mm, 101.6 mm apart, margins 15.1 and 4.65 mm).
   const Sheet sheets[] = {
-      {12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 3, 10},
+      kLetter,
       {mm(210), mm(297), mm(15.1), mm(4.65), mm(99.1), mm(38.1), mm(101.6), mm(38.1), 2, 7}};
   for (const Sheet& s : sheets) {
     SCOPED_TRACE(s.across);
@@ -130,20 +123,14 @@ TEST_F(Labels, StandardSheetsLineUpWithTheirPublishedDimensions) {
   }
 }
 
-TEST_F(Labels, OnlyTheSetupsTextsMarkedForPrintingInLookupOrder) {
-  label(1, "Zed", "c");
-  label(1, "Ann", "a");
-  label(1, "Skipped", "b", false);
-  label(2, "Other setup", "a");
-  const Sheet letter{12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 3, 10};
-  EXPECT_THAT(texts(runLabels(letter.props()), "txtLabel"), ElementsAre("Ann", "Zed"));
-}
-
-TEST_F(Labels, PitchSmallerThanTheLabelPutsLabelsSideBySideAndRowsTouching) {
-  for (int i = 0; i < 4; ++i) label(1, "L" + std::to_string(i), std::to_string(i));
+TEST_F(Labels, OnlyTheSetupsPrintedTextsInLookupOrderSideBySideWhenThePitchIsShort) {
+  for (int i = 3; i >= 0; --i) label(1, "L" + std::to_string(i), std::to_string(i));
+  label(1, "Skipped", "1a", false);
+  label(2, "Other setup", "0a");
   // Pitches 1000 twips short of the label: spacing 0 across, a negative gap band down.
   const Sheet tight{12240, 15840, 720, 270, 3780, 1440, 2780, 440, 2, 10};
   const doc::Document d = runLabels(tight.props());
+  EXPECT_THAT(texts(d, "txtLabel"), ElementsAre("L0", "L1", "L2", "L3"));
   std::vector<std::pair<int, int>> at;
   for (const auto& it : d.pages.at(0).items)
     if (auto* t = std::get_if<doc::Text>(&it.content); t && it.control == "txtLabel")
@@ -152,7 +139,7 @@ TEST_F(Labels, PitchSmallerThanTheLabelPutsLabelsSideBySideAndRowsTouching) {
                               std::pair{450, 720 + 1440}, std::pair{450 + 3780, 720 + 1440}));
 }
 
-TEST_F(Labels, OddSheetsEndWithoutLoopingOrCrashing) {
+TEST_F(Labels, OddSheetsEndWithoutLoopingOrCrashingAndOverflowsAreErrors) {
   for (int i = 0; i < 40; ++i) label(1, "L" + std::to_string(i), std::to_string(100 + i));
   struct Case {
     const char* what;
@@ -177,15 +164,11 @@ TEST_F(Labels, OddSheetsEndWithoutLoopingOrCrashing) {
     EXPECT_EQ(d.pages.size(), c.pages);
     EXPECT_EQ(texts(d, "txtLabel").size(), 40u);
   }
-}
-
-TEST_F(Labels, SizesBeyondTheIntegerRangeAreAnOverflowError) {
-  label(1, "L", "a");
-  Sheet huge{12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 3, 10};
-  Props p = huge.props();
+  // Sizes beyond the integer range.
+  Props p = kLetter.props();
   p.emplace_back("HPitch", Variant(3e9));
   EXPECT_THROW(runLabels(p), ReportRunError);
-  p = huge.props();
+  p = kLetter.props();
   p.emplace_back("VPitch", Variant(2.0e9));
   p.emplace_back("LabelHeight", Variant(-2.0e9));
   EXPECT_THROW(runLabels(p), ReportRunError);
@@ -213,20 +196,15 @@ TEST_F(Labels, NothingSelectedShowsTheMessageAndPrintsNothing) {
 
 TEST_F(Labels, LabelModeIgnoresTheEnvelopeSettings) {
   label(1, "Ann Lee\r\n1 Main Street", "a");
-  const Sheet letter{12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 3, 10};
-  Props p = letter.props();
+  Props p = kLetter.props();
   for (auto kv : Props{{"Orientation", Variant(2)},
                        {"PaperSize", Variant(20)},
-                       {"PrinterName", Variant("Envelope feeder")},
                        {"TextAngle", Variant(90)},
                        {"AutoPositionContent", Variant(false)},
                        {"ContentTopPosition", Variant(5000)},
-                       {"ContentLeftPosition", Variant(6000)},
-                       {"AutoPositionReturn", Variant(false)},
-                       {"ReturnTopPosition", Variant(700)},
-                       {"ReturnLeftPosition", Variant(800)}})
+                       {"ContentLeftPosition", Variant(6000)}})
     p.push_back(kv);
-  const doc::Document plain = runLabels(letter.props()), set = runLabels(p);
+  const doc::Document plain = runLabels(kLetter.props()), set = runLabels(p);
   ASSERT_EQ(set.pages.size(), 1u);
   EXPECT_EQ(set.pages[0].width, plain.pages[0].width);
   EXPECT_EQ(set.pages[0].height, plain.pages[0].height);
@@ -251,9 +229,9 @@ TEST_F(Labels, EveryEnvelopeCase) {
   envelope(7, address, "b");
   const double W = 13680, H = 5940, D = H - 10, T = 240, w = 3000, r = 1700 + 500;
   const double RT = 500, RL = 600, CT = 2000, CL = 1000;
-  for (int angle : {0, 90}) {
-    for (bool autoReturn : {true, false}) {
-      for (bool autoContent : {true, false}) {
+  for (int angle : {0, 90})
+    for (bool autoReturn : {true, false})
+      for (bool autoContent : {true, false})
         for (int align : {0, 1, 2}) {
           SCOPED_TRACE(::testing::Message()
                        << "angle " << angle << ", automatic return " << autoReturn
@@ -319,12 +297,9 @@ TEST_F(Labels, EveryEnvelopeCase) {
             EXPECT_EQ(txt->angle, 900);
           }
         }
-      }
-    }
-  }
 }
 
-TEST_F(Labels, EnvelopePaperByCodeOrBySize) {
+TEST_F(Labels, EnvelopePaperByCodeOrBySizeAndWhatIsAnError) {
   envelope(7, "Ann Lee", "a");
   // A #10 envelope's code, turned flat: the code's paper, whatever the sizes say.
   Props p = kEnvelope;
@@ -332,7 +307,6 @@ TEST_F(Labels, EnvelopePaperByCodeOrBySize) {
   p.emplace_back("Orientation", Variant(2));
   p.emplace_back("PaperWidth", Variant(1000));
   p.emplace_back("PaperHeight", Variant(1000));
-  p.emplace_back("PrinterName", Variant("Envelopes"));
   auto res = runMeasured(p);
   ASSERT_EQ(res.document.pages.size(), 1u);
   EXPECT_EQ(res.document.pages[0].width, 13680);
@@ -350,11 +324,8 @@ TEST_F(Labels, EnvelopePaperByCodeOrBySize) {
   res = runMeasured(p);
   EXPECT_EQ(res.document.pages.at(0).width, 9000);
   EXPECT_EQ(res.document.pages.at(0).height, 6001);
-}
-
-TEST_F(Labels, AnglesBeyondTheEnginesRangeAndNullTextsAreErrors) {
-  envelope(7, "Ann Lee", "a");
-  Props p = kEnvelope;
+  // Angles beyond the engine's range, and null texts.
+  p = kEnvelope;
   p.emplace_back("TextAngle", Variant(3277));  // 32770 tenths
   EXPECT_THROW(runMeasured(p), RuntimeError);
   db().exec("UPDATE EnvelopeText SET Label = NULL");
