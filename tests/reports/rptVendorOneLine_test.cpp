@@ -20,11 +20,6 @@ class VendorOneLine : public ReportTest {
     db().budgetLine(event_, cat, {.vendorRequired = vendorRequired});
     return cat;
   }
-  // Blank name parts are kept as empty text, as the planning application keeps them.
-  void blanksAsEmptyText() {
-    for (const char* c : {"Title", "FirstName", "LastName", "Suffix", "NickName", "JobTitle"})
-      db().exec(std::string("UPDATE VendorContacts SET ") + c + " = '' WHERE " + c + " IS NULL");
-  }
   doc::Document runReport(const std::string& where = "", const std::string& order = "") {
     return run("Event Pros - One Line Report", {{"EventID", Variant(static_cast<int>(event_))},
                                                 {"TimeFormat", Variant("h:mm AP")},
@@ -52,7 +47,9 @@ TEST_F(VendorOneLine, ContactLinesNamesAndNumbers) {
                    .deliveryTime = data::time(16, 30),
                    .primaryContactId = nadia,
                    .secondaryContactId = jb});
-  blanksAsEmptyText();
+  // Blank name parts are kept as empty text, as the planning application keeps them.
+  for (const char* c : {"Title", "FirstName", "LastName", "Suffix", "NickName", "JobTitle"})
+    db().exec(std::string("UPDATE VendorContacts SET ") + c + " = '' WHERE " + c + " IS NULL");
   const auto d = runReport();
   EXPECT_THAT(texts(d, "txtCompanyName"), ElementsAre("Aurora Sound"));
   EXPECT_THAT(texts(d, "txtService"), ElementsAre("Music"));
@@ -77,27 +74,24 @@ TEST_F(VendorOneLine, AnAssignmentWithoutContactsShowsTheCompanyNumbers) {
   EXPECT_THAT(texts(d, "txtPhone"), ElementsAre("(773) 555-0140 (W)    (773) 555-0141 (F)"));
 }
 
-TEST_F(VendorOneLine, OnlyEstimatesInCategoriesThatNeedAProfessional) {
-  const long music = category("Music"), attire = category("Attire", false);
-  const long v = db().vendor({.company = "Shown"});
-  db().assignment(event_, music, v, {.worksheetType = 2});
+TEST_F(VendorOneLine, OnlyEstimatesInCategoriesThatNeedAProfessionalAndTheCallersClause) {
+  const long music = category("Music"), attire = category("Attire", false), cake = category("Cake");
+  db().assignment(event_, music, db().vendor({.company = "Shown"}), {.worksheetType = 2});
+  db().assignment(event_, cake, db().vendor({.company = "Sweet Layers"}), {.worksheetType = 2});
+  db().assignment(event_, cake, db().vendor({.company = "Crumbs"}), {.worksheetType = 2});
   for (int type : {0, 1})
     db().assignment(event_, music, db().vendor({.company = "Type " + std::to_string(type)}),
                     {.worksheetType = type});
   db().assignment(event_, attire, db().vendor({.company = "Not required"}), {.worksheetType = 2});
   const long other = db().event({.name = "Other"});
   db().assignment(other, music, db().vendor({.company = "Other event"}), {.worksheetType = 2});
-  EXPECT_THAT(texts(runReport(), "txtCompanyName"), ElementsAre("Shown"));
-}
-
-TEST_F(VendorOneLine, TheCallersClauseIsUpperCasedAndExtendsTheCondition) {
-  const long music = category("Music"), cake = category("Cake");
-  db().assignment(event_, music, db().vendor({.company = "DJ Marco"}), {.worksheetType = 2});
-  db().assignment(event_, cake, db().vendor({.company = "Sweet Layers"}), {.worksheetType = 2});
-  db().assignment(event_, cake, db().vendor({.company = "Crumbs"}), {.worksheetType = 2});
-  const auto d =
-      runReport("where expensecategories.category = 'cake'", "ORDER BY Vendors.CompanyName");
-  EXPECT_THAT(texts(d, "txtCompanyName"), ElementsAre("Crumbs", "Sweet Layers"));
+  EXPECT_THAT(texts(runReport("", "ORDER BY Vendors.CompanyName"), "txtCompanyName"),
+              ElementsAre("Crumbs", "Shown", "Sweet Layers"));
+  // The caller's clause is upper-cased and extends the condition.
+  EXPECT_THAT(
+      texts(runReport("where expensecategories.category = 'cake'", "ORDER BY Vendors.CompanyName"),
+            "txtCompanyName"),
+      ElementsAre("Crumbs", "Sweet Layers"));
 }
 
 TEST(ContactNumbers, TwoToALineThirdOnANewLine) {

@@ -95,25 +95,15 @@ TEST_F(Estimates, CompanyBlockContactsPaymentsAndTotalsRestartingPerCompany) {
   EXPECT_EQ(c.pages.size(), 1u);
 }
 
-TEST_F(Estimates, TheWorksheetTypeSetByTheCallerIsIgnored) {
+TEST_F(Estimates, TheCallersWorksheetTypeIsIgnoredAndANullTaxRateEndsTheReport) {
   const long v = db().vendor({.company = "Caterer"});
   db().item(db().assignment(event_, cat_, v, {.worksheetType = 1}), {.item = "Actual"});
   db().item(db().assignment(event_, cat_, v, {.worksheetType = 2}), {.item = "Estimate"});
-  auto r = report("Event Pros - Estimates");
-  r->set("WorkSheetType", Variant(std::int16_t{1}));
-  r->set("EventID", Variant(static_cast<int>(event_)));
-  r->set("SQLWhere", Variant(""));
-  EXPECT_THAT(texts(run(*r), "txtItem"), ElementsAre("Estimate"));
-}
-
-TEST_F(Estimates, ANullTaxRateEndsTheReport) {
-  const long v = db().vendor({.company = "Caterer"});
-  const long a = db().assignment(event_, cat_, v, {.worksheetType = 2});
-  db().item(a, {.item = "Dinner", .price = data::money(1)});
+  const Props props{{"WorkSheetType", Variant(std::int16_t{1})},
+                    {"EventID", Variant(static_cast<int>(event_))}};
+  EXPECT_THAT(texts(run("Event Pros - Estimates", props), "txtItem"), ElementsAre("Estimate"));
   db().exec("UPDATE VendorAssignments SET Tax = NULL");
-  auto r = report("Event Pros - Estimates");
-  r->set("EventID", Variant(static_cast<int>(event_)));
-  EXPECT_THROW(run(*r), ReportRunError);
+  EXPECT_THROW(run("Event Pros - Estimates", props), ReportRunError);
 }
 
 }  // namespace
