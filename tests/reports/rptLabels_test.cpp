@@ -14,6 +14,16 @@ namespace galvix::testing {
 namespace {
 using ::testing::ElementsAre;
 
+// `p` with the settings `name, value, ...` added after its own.
+Props with(Props p) {
+  return p;
+}
+template <typename V, typename... Rest>
+Props with(Props p, const char* name, V value, Rest... rest) {
+  p.emplace_back(name, Variant(value));
+  return with(std::move(p), rest...);
+}
+
 // Every character 100 twips wide, every line 240 high: "T" is 240 high, a 30-character line is
 // 3000 wide.
 class KnownSizes : public engine::TextMeasurer {
@@ -71,14 +81,10 @@ class Labels : public ReportTest {
 struct Sheet {
   int paperWidth, paperHeight, top, left, width, height, hPitch, vPitch, across, down;
   Props props() const {
-    Props p{{"Envelopes", Variant(false)}, {"FontName", Variant("Arial")}};
-    const char* names[] = {"PaperSetupID", "PaperWidth",   "PaperHeight", "TMargin",
-                           "LMargin",      "LabelWidth",   "LabelHeight", "HPitch",
-                           "VPitch",       "NumberAcross", "FontSize"};
-    const int values[] = {1,      paperWidth, paperHeight, top,    left, width,
-                          height, hPitch,     vPitch,      across, 9};
-    for (int i = 0; i < 11; ++i) p.emplace_back(names[i], Variant(values[i]));
-    return p;
+    return with({}, "Envelopes", false, "PaperSetupID", 1, "PaperWidth", paperWidth, "PaperHeight",
+                paperHeight, "TMargin", top, "LMargin", left, "LabelWidth", width, "LabelHeight",
+                height, "HPitch", hPitch, "VPitch", vPitch, "NumberAcross", across, "FontName",
+                "Arial", "FontSize", 9);
   }
 };
 
@@ -165,23 +171,18 @@ TEST_F(Labels, OddSheetsEndWithoutLoopingOrCrashingAndOverflowsAreErrors) {
     EXPECT_EQ(texts(d, "txtLabel").size(), 40u);
   }
   // Sizes beyond the integer range.
-  Props p = kLetter.props();
-  p.emplace_back("HPitch", Variant(3e9));
-  EXPECT_THROW(runLabels(p), ReportRunError);
-  p = kLetter.props();
-  p.emplace_back("VPitch", Variant(2.0e9));
-  p.emplace_back("LabelHeight", Variant(-2.0e9));
-  EXPECT_THROW(runLabels(p), ReportRunError);
+  EXPECT_THROW(runLabels(with(kLetter.props(), "HPitch", 3e9)), ReportRunError);
+  EXPECT_THROW(runLabels(with(kLetter.props(), "VPitch", 2.0e9, "LabelHeight", -2.0e9)),
+               ReportRunError);
 }
 
 TEST_F(Labels, NothingSelectedShowsTheMessageAndPrintsNothing) {
   label(1, "Not printed", "a", false);
   for (bool envelopes : {false, true}) {
     auto r = report("rptLabels");
-    r->set("Envelopes", Variant(envelopes));
-    r->set("PaperSetupID", Variant(1));
-    r->set("PaperWidth", Variant(12240));
-    r->set("PaperHeight", Variant(15840));
+    for (const auto& [k, v] : with({}, "Envelopes", envelopes, "PaperSetupID", 1, "PaperWidth",
+                                   12240, "PaperHeight", 15840))
+      r->set(k, v);
     host_ = std::make_shared<frame::RecordingHost>();
     bool cancelled = false;
     const doc::Document d = r->run(&cancelled, host_);
@@ -196,14 +197,9 @@ TEST_F(Labels, NothingSelectedShowsTheMessageAndPrintsNothing) {
 
 TEST_F(Labels, LabelModeIgnoresTheEnvelopeSettings) {
   label(1, "Ann Lee\r\n1 Main Street", "a");
-  Props p = kLetter.props();
-  for (auto kv : Props{{"Orientation", Variant(2)},
-                       {"PaperSize", Variant(20)},
-                       {"TextAngle", Variant(90)},
-                       {"AutoPositionContent", Variant(false)},
-                       {"ContentTopPosition", Variant(5000)},
-                       {"ContentLeftPosition", Variant(6000)}})
-    p.push_back(kv);
+  const Props p =
+      with(kLetter.props(), "Orientation", 2, "PaperSize", 20, "TextAngle", 90,
+           "AutoPositionContent", false, "ContentTopPosition", 5000, "ContentLeftPosition", 6000);
   const doc::Document plain = runLabels(kLetter.props()), set = runLabels(p);
   ASSERT_EQ(set.pages.size(), 1u);
   EXPECT_EQ(set.pages[0].width, plain.pages[0].width);
@@ -218,9 +214,8 @@ TEST_F(Labels, LabelModeIgnoresTheEnvelopeSettings) {
 }
 
 // 9.5 x 4.125 in, "T" 240 high, the widest line 3000 wide.
-const Props kEnvelope = {{"Envelopes", Variant(true)},   {"PaperSetupID", Variant(7)},
-                         {"PaperSize", Variant(256)},    {"Orientation", Variant(1)},
-                         {"PaperWidth", Variant(13680)}, {"PaperHeight", Variant(5940)}};
+const Props kEnvelope = with({}, "Envelopes", true, "PaperSetupID", 7, "PaperSize", 256,
+                             "Orientation", 1, "PaperWidth", 13680, "PaperHeight", 5940);
 
 TEST_F(Labels, EveryEnvelopeCase) {
   const std::string address = "Mr. and Mrs. Arthur Pendlebury\r\n12 Oak Street";  // w = 3000
@@ -236,21 +231,12 @@ TEST_F(Labels, EveryEnvelopeCase) {
           SCOPED_TRACE(::testing::Message()
                        << "angle " << angle << ", automatic return " << autoReturn
                        << ", automatic address " << autoContent << ", alignment " << align);
-          Props p = kEnvelope;
-          for (auto kv : Props{{"TextAngle", Variant(angle)},
-                               {"ReturnAddress", Variant("  " + from + "  ")},
-                               {"AutoPositionReturn", Variant(autoReturn)},
-                               {"ReturnTopPosition", Variant(RT)},
-                               {"ReturnLeftPosition", Variant(RL)},
-                               {"AutoPositionContent", Variant(autoContent)},
-                               {"ContentTopPosition", Variant(CT)},
-                               {"ContentLeftPosition", Variant(CL)},
-                               {"LAlignment", Variant(align)},
-                               {"FontName", Variant("Georgia")},
-                               {"FontSize", Variant(13)},
-                               {"FontBold", Variant(true)},
-                               {"FontColor", Variant(255)}})
-            p.push_back(kv);
+          const Props p =
+              with(kEnvelope, "TextAngle", angle, "ReturnAddress", "  " + from + "  ",
+                   "AutoPositionReturn", autoReturn, "ReturnTopPosition", RT, "ReturnLeftPosition",
+                   RL, "AutoPositionContent", autoContent, "ContentTopPosition", CT,
+                   "ContentLeftPosition", CL, "LAlignment", align, "FontName", "Georgia",
+                   "FontSize", 13, "FontBold", true, "FontColor", 255);
           const auto res = runMeasured(p);
           ASSERT_EQ(res.document.pages.size(), 2u);
           const doc::Text* ret = firstText(res.document, "txtReturn");
@@ -302,12 +288,8 @@ TEST_F(Labels, EveryEnvelopeCase) {
 TEST_F(Labels, EnvelopePaperByCodeOrBySizeAndWhatIsAnError) {
   envelope(7, "Ann Lee", "a");
   // A #10 envelope's code, turned flat: the code's paper, whatever the sizes say.
-  Props p = kEnvelope;
-  p.emplace_back("PaperSize", Variant(20));
-  p.emplace_back("Orientation", Variant(2));
-  p.emplace_back("PaperWidth", Variant(1000));
-  p.emplace_back("PaperHeight", Variant(1000));
-  auto res = runMeasured(p);
+  auto res = runMeasured(
+      with(kEnvelope, "PaperSize", 20, "Orientation", 2, "PaperWidth", 1000, "PaperHeight", 1000));
   ASSERT_EQ(res.document.pages.size(), 1u);
   EXPECT_EQ(res.document.pages[0].width, 13680);
   EXPECT_EQ(res.document.pages[0].height, 5940);
@@ -318,16 +300,11 @@ TEST_F(Labels, EnvelopePaperByCodeOrBySizeAndWhatIsAnError) {
   EXPECT_EQ(ret->text, "");
   EXPECT_EQ(ret->box, (doc::Rect{360, 360, 3600, 1000}));
   // A custom size: the sizes given, rounded.
-  p = kEnvelope;
-  p.emplace_back("PaperWidth", Variant(9000.4));
-  p.emplace_back("PaperHeight", Variant(6000.6));
-  res = runMeasured(p);
+  res = runMeasured(with(kEnvelope, "PaperWidth", 9000.4, "PaperHeight", 6000.6));
   EXPECT_EQ(res.document.pages.at(0).width, 9000);
   EXPECT_EQ(res.document.pages.at(0).height, 6001);
   // Angles beyond the engine's range, and null texts.
-  p = kEnvelope;
-  p.emplace_back("TextAngle", Variant(3277));  // 32770 tenths
-  EXPECT_THROW(runMeasured(p), RuntimeError);
+  EXPECT_THROW(runMeasured(with(kEnvelope, "TextAngle", 3277)), RuntimeError);  // 32770 tenths
   db().exec("UPDATE EnvelopeText SET Label = NULL");
   EXPECT_THROW(runMeasured(kEnvelope), RuntimeError);
 }
@@ -337,11 +314,8 @@ TEST_F(Labels, EnvelopePaperByCodeOrBySizeAndWhatIsAnError) {
 TEST_F(Labels, EnvelopeMeasuresWithTheRenderersTextEngine) {
   const std::string address = "Dr. Zoë Ødegård-Łukaszewicz\r\n1 Lakeshore Drive\r\nChicago, IL";
   envelope(7, address, "a");
-  Props p = kEnvelope;
-  p.emplace_back("AutoPositionContent", Variant(true));
-  p.emplace_back("FontName", Variant("Times New Roman"));
-  p.emplace_back("FontSize", Variant(14));
-  p.emplace_back("FontItalic", Variant(true));
+  const Props p = with(kEnvelope, "AutoPositionContent", true, "FontName", "Times New Roman",
+                       "FontSize", 14, "FontItalic", true);
   const doc::Document d = runLabels(p);
   const doc::Text* t = firstText(d, "txtLabel");
   ASSERT_TRUE(t);
