@@ -34,21 +34,14 @@ TEST_F(Estimates, CompanyBlockContactsPaymentsAndTotalsRestartingPerCompany) {
                                   .city = "Chicago",
                                   .state = "IL",
                                   .postalCode = "60601",
-                                  .country = "USA",
-                                  .phone = "555-0100"});
-  const long ann = db().contact(bella, {.first = "Ann",
-                                        .last = "Lee",
-                                        .title = "Ms.",
-                                        .suffix = "",
-                                        .email = "ann@bella.example",
-                                        .phone = "555-0101",
-                                        .pager = "555-0109"});
+                                  .country = "USA"});
+  const long ann = db().contact(
+      bella, {.first = "Ann", .last = "Lee", .title = "Ms.", .suffix = "", .pager = "555-0109"});
   const long a = db().assignment(event_, cat_, bella,
                                  {.worksheetType = 2,
                                   .tax = 8.25,
                                   .tip = 18,
                                   .deliveryDate = date(2027, 6, 12),
-                                  .notes = "Gluten-free menu",
                                   .cancellationPolicy = "No refunds.",
                                   .primaryContactId = ann,
                                   .secondaryContactId = 9999});  // no such contact
@@ -88,7 +81,6 @@ TEST_F(Estimates, CompanyBlockContactsPaymentsAndTotalsRestartingPerCompany) {
 
   // The contact information: the same companies, their blocks only, one after another.
   auto c = runEstimates("Event Pros - Contact Information");
-  EXPECT_THAT(texts(c, "txtProf"), ElementsAre("Bella Cucina", "Zed Foods"));
   EXPECT_THAT(texts(c, "txtPayTtl"), ElementsAre("$500.00", "$0.00"));
   EXPECT_THAT(texts(c, "txtItem"), IsEmpty());
   EXPECT_THAT(texts(c, "txtGrandTtl"), IsEmpty());
