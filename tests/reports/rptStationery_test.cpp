@@ -86,7 +86,7 @@ TEST_F(Stationery, TwoGuestsOfARowGatherTheirTablesSeatsAndMenus) {
                   "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Di|||}"));
 }
 
-TEST_F(Stationery, NoRowsToPrintGiveOneCopyWithThePlaceholdersRemoved) {
+TEST_F(Stationery, NoRowsGiveOneCopyWithoutPlaceholdersAndATemplateWithoutThemPrintsAsItIs) {
   const long st = selection(party_);
   card(st, Variant(""), Variant("Not chosen"), false);
   const doc::Document d = runCards(st, kAll);
@@ -94,16 +94,14 @@ TEST_F(Stationery, NoRowsToPrintGiveOneCopyWithThePlaceholdersRemoved) {
   EXPECT_EQ(d.pages.size(), 1u);
   // A selection without its setup row.
   EXPECT_THROW(runCards(99, kAll), ReportRunError);
-}
-
-TEST_F(Stationery, ATemplateWithoutPlaceholdersPrintsUnchangedPerRow) {
+  // A template without placeholders prints unchanged per row.
   const long ann = guest("Ann");
   db().invite(ann, party_, {.tableId = db().table(party_, "Rose"), .seat = 1});
-  const long st = selection(party_);
-  card(st, Variant(std::to_string(ann)), Variant("Ann"));
-  card(st, Variant("not a number"), Variant("Bob"));
+  const long two = selection(party_);
+  card(two, Variant(std::to_string(ann)), Variant("Ann"));
+  card(two, Variant("not a number"), Variant("Bob"));
   const std::string plain = "{\\rtf1 Welcome to the <Party>}";
-  EXPECT_THAT(rtfs(runCards(st, plain)), ElementsAre(plain, plain));
+  EXPECT_THAT(rtfs(runCards(two, plain)), ElementsAre(plain, plain));
 }
 
 // Answers the merge's lookups, recording what it asks.
@@ -170,7 +168,7 @@ TEST_F(Stationery, NullsFailedQueriesAndLineBreaksInTheRowsTexts) {
   EXPECT_EQ(doc.plainText(), "Ann Lee \nand Bob Lee|||");
 }
 
-TEST_F(Stationery, CopiesInAGridOnePitchApart) {
+TEST_F(Stationery, CopiesInAGridOnePitchApartOrOnePerPage) {
   const long st = selection(party_);
   for (int i = 0; i < 8; ++i) card(st, Variant(""), Variant("Card " + std::to_string(i)));
   const doc::Document d =
@@ -184,23 +182,13 @@ TEST_F(Stationery, CopiesInAGridOnePitchApart) {
                           doc::Rect{4340, 2920, 3600, 2000}, doc::Rect{8140, 2920, 3600, 2000}));
   EXPECT_THAT(boxes(d, 1),
               ElementsAre(doc::Rect{540, 720, 3600, 2000}, doc::Rect{4340, 720, 3600, 2000}));
-}
-
-TEST_F(Stationery, OneCopyPerPageFillsThePaperWithinItsMargins) {
-  const long st = selection(party_);
-  card(st, Variant(""), Variant("Ann"));
-  card(st, Variant(""), Variant("Bob"));
-  const doc::Document d = runCards(st, kAll, false);
-  ASSERT_EQ(d.pages.size(), 2u);
-  for (std::size_t p = 0; p < 2; ++p) {
-    const auto b = boxes(d, p);
-    ASSERT_EQ(b.size(), 1u);
-    EXPECT_EQ(b[0].left, 540);
-    EXPECT_EQ(b[0].top, 720);
-    EXPECT_EQ(b[0].width, 12240 - 540 - 300);
-    // Its height (paper less the bottom margin) runs past the page body: it stops there.
-    EXPECT_EQ(b[0].top + b[0].height, 15840 - 360);
-  }
+  // One per page, each filling the paper within its margins; its height (paper less the bottom
+  // margin) runs past the page body: it stops there.
+  const doc::Document one = runCards(st, kAll, false);
+  ASSERT_EQ(one.pages.size(), 8u);
+  for (std::size_t p = 0; p < 8; ++p)
+    EXPECT_THAT(boxes(one, p),
+                ElementsAre(doc::Rect{540, 720, 12240 - 540 - 300, 15840 - 360 - 720}));
 }
 
 }  // namespace

@@ -58,6 +58,12 @@ TEST_F(QuoteComparison, OneColumnPerVendorAndWorksheetWithItsOwnTaxAndTip) {
   EXPECT_THAT(texts(d, "txtTotal1"), ElementsAre("$80.00"));
   EXPECT_THAT(texts(d, "txtTotal2"), ElementsAre("$140.00"));
   EXPECT_THAT(texts(d, "txtTotal3"), ElementsAre("$144.00"));
+  // No item lines, no vendor columns.
+  const long empty = db().event({.name = "Empty"});
+  quote("Beta", 0, 0, 2, empty);
+  d = runComparison("", empty);
+  EXPECT_THAT(texts(d, "lblVendor1"), IsEmpty());
+  EXPECT_THAT(texts(d, "fldItem"), IsEmpty());
 }
 
 TEST_F(QuoteComparison, FiveColumnsStayPortraitSixTurnAndNineAreCutToEight) {
@@ -97,13 +103,6 @@ TEST_F(QuoteComparison, FiveColumnsStayPortraitSixTurnAndNineAreCutToEight) {
   }
 }
 
-TEST_F(QuoteComparison, NoItemLinesNoVendorColumns) {
-  quote("Alpha", 0, 0);
-  auto d = runComparison();
-  EXPECT_THAT(texts(d, "lblVendor1"), IsEmpty());
-  EXPECT_THAT(texts(d, "fldItem"), IsEmpty());
-}
-
 // The rows `sql` answers, as text, read from the file opened for writing, as a user's next
 // connection would open it (it rolls back a killed run's unfinished transaction).
 std::string rows(const std::string& path, const std::string& sql) {
@@ -126,7 +125,20 @@ std::string keptRows(const std::string& path) {
   return rows(path, "SELECT Count(*) FROM VENDOR_SUMMARY");
 }
 
-TEST_F(QuoteComparison, TheWorkTableIsLeftInPlaceAndALeftoverOneIsReplaced) {
+// Every row of every table but the one the comparison keeps on purpose.
+std::string dumpWithoutWorkTable(const std::string& path) {
+  const std::string names = rows(path,
+                                 "SELECT name FROM sqlite_master WHERE type = 'table' AND name <> "
+                                 "'VENDOR_SUMMARY' ORDER BY name");
+  std::string out;
+  for (std::size_t at = 0, nl; (nl = names.find("|\n", at)) != std::string::npos; at = nl + 2) {
+    const std::string n = names.substr(at, nl - at);
+    out += n + ":\n" + rows(path, "SELECT * FROM \"" + n + "\" ORDER BY rowid");
+  }
+  return out;
+}
+
+TEST_F(QuoteComparison, TheWorkTableIsKeptWholeReplacedByTheNextRunAndNeverHalfMade) {
   db().exec("CREATE TABLE VENDOR_SUMMARY (Junk TEXT)");
   db().exec("INSERT INTO VENDOR_SUMMARY VALUES ('left from an earlier run')");
   const long a = quote("Alpha", 0, 0);
@@ -138,6 +150,16 @@ TEST_F(QuoteComparison, TheWorkTableIsLeftInPlaceAndALeftoverOneIsReplaced) {
   db().item(a, {.item = "Cake", .price = data::money(1)});
   EXPECT_THAT(texts(runComparison(), "txtTotal1"), ElementsAre("$16.00"));
   EXPECT_EQ(keptRows(db().path()), "3|\n");
+
+  // Runs killed at any moment leave everything else as it was; what is kept is one whole
+  // comparison (or none, when a run was killed between dropping the old one and copying its
+  // own), never a mixture or a half-made table.
+  const std::string before = dumpWithoutWorkTable(db().path());
+  killRunsMidway([&] { return !texts(runComparison(), "txtTotal1").empty(); },
+                 [&](int k) { EXPECT_EQ(dumpWithoutWorkTable(db().path()), before) << k; });
+  if (!rows(db().path(), "SELECT name FROM sqlite_master WHERE name = 'VENDOR_SUMMARY'").empty()) {
+    EXPECT_EQ(keptRows(db().path()), "3|\n");
+  }
 }
 
 TEST_F(QuoteComparison, RunsAtOnceEachPrintTheirOwnEvent) {
@@ -164,32 +186,6 @@ TEST_F(QuoteComparison, RunsAtOnceEachPrintTheirOwnEvent) {
   t1.join();
   t2.join();
   EXPECT_EQ(wrong.load(), 0);
-}
-
-// Every row of every table but the one the comparison keeps on purpose.
-std::string dumpWithoutWorkTable(const std::string& path) {
-  const std::string names = rows(path,
-                                 "SELECT name FROM sqlite_master WHERE type = 'table' AND name <> "
-                                 "'VENDOR_SUMMARY' ORDER BY name");
-  std::string out;
-  for (std::size_t at = 0, nl; (nl = names.find("|\n", at)) != std::string::npos; at = nl + 2) {
-    const std::string n = names.substr(at, nl - at);
-    out += n + ":\n" + rows(path, "SELECT * FROM \"" + n + "\" ORDER BY rowid");
-  }
-  return out;
-}
-
-// Runs at once are the threads' test above; here runs killed at any moment.
-TEST_F(QuoteComparison, KilledRunsLeaveEverythingElseAsItWas) {
-  db().item(quote("Alpha", 0, 0), {.item = "Dinner", .price = data::money(10)});
-  const std::string before = dumpWithoutWorkTable(db().path());
-  killRunsMidway([&] { return !texts(runComparison(), "txtTotal1").empty(); },
-                 [&](int k) { EXPECT_EQ(dumpWithoutWorkTable(db().path()), before) << k; });
-  // What is kept is one whole comparison (or none, when a run was killed between dropping the
-  // old one and copying its own), never a mixture or a half-made table.
-  if (!rows(db().path(), "SELECT name FROM sqlite_master WHERE name = 'VENDOR_SUMMARY'").empty()) {
-    EXPECT_EQ(keptRows(db().path()), "1|\n");
-  }
 }
 
 TEST_F(QuoteComparison, AnUnexpectedErrorIsShownThenTheRunFails) {
