@@ -29,16 +29,15 @@ Props with(Props p, const char* name, V value, Rest... rest) {
 class KnownSizes : public engine::TextMeasurer {
  public:
   engine::TextExtent measure(std::string_view text, const doc::Font&, std::int32_t) override {
-    std::int32_t widest = 0, lines = 0;
-    std::size_t from = 0;
-    while (true) {
-      std::size_t end = text.find_first_of("\r\n", from);
-      std::string_view line = text.substr(from, end == std::string_view::npos ? end : end - from);
-      widest = std::max<std::int32_t>(widest, static_cast<std::int32_t>(line.size()) * 100);
-      ++lines;
-      if (end == std::string_view::npos) break;
-      from = end + (text.compare(end, 2, "\r\n") == 0 ? 2 : 1);
-    }
+    std::int32_t widest = 0, lines = 1, run = 0;
+    for (std::size_t i = 0; i < text.size(); ++i)
+      if (text[i] != '\r' && text[i] != '\n') {
+        widest = std::max(widest, ++run * 100);
+      } else {
+        i += text.compare(i, 2, "\r\n") == 0;  // "\r\n" is one break
+        ++lines;
+        run = 0;
+      }
     return {widest, lines * 240};
   }
   std::int32_t measureRichHeight(std::string_view, std::int32_t) override { return 0; }
