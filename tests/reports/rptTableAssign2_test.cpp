@@ -58,6 +58,13 @@ TEST_F(TableAssign2, TablesAreHeadedByNumberOrByLabelAsTheOrderSays) {
   db().set("RoomObjects", alpha_, "ObjectLabel", Variant::null());
   EXPECT_THAT(texts(runPlan(), "txtTableName"),
               ElementsAre("Not Seated", "#1 (Zeta)", "Unseated", "#1 (Bar)"));
+  // The party is read from the clause, as "Table Assignments By Table" reads it: its number must
+  // be followed by a blank.
+  auto r = report("TableAssign2");
+  EXPECT_THROW(r->set("SQLWhere", Variant("WHERE Parties.PartyID = 1 AND 1=1")), std::exception);
+  const std::string clause = "WHERE Parties.PartyID = " + std::to_string(party_);
+  r->set("SQLWhere", Variant(clause));
+  EXPECT_THAT(runError(*r), AllOf(HasSubstr("TableAssign2"), HasSubstr(clause)));
 }
 
 TEST_F(TableAssign2, EachTableShowsSeatsUsedAndAvailableBelowZeroButWithinSixteenBits) {
@@ -77,15 +84,6 @@ TEST_F(TableAssign2, EachTableShowsSeatsUsedAndAvailableBelowZeroButWithinSixtee
   db().set("RoomObjects", zeta_, "NumOfChairs", Variant::integer(-32768));
   EXPECT_THAT(runError([&] { runPlan(); }),
               AllOf(HasSubstr("TableAssign2"), HasSubstr("overflow")));
-}
-
-// The party read from the clause, as "Table Assignments By Table" reads it too.
-TEST_F(TableAssign2, ThePartyNumberMustBeFollowedByABlank) {
-  auto r = report("TableAssign2");
-  EXPECT_THROW(r->set("SQLWhere", Variant("WHERE Parties.PartyID = 1 AND 1=1")), std::exception);
-  const std::string clause = "WHERE Parties.PartyID = " + std::to_string(party_);
-  r->set("SQLWhere", Variant(clause));
-  EXPECT_THAT(runError(*r), AllOf(HasSubstr("TableAssign2"), HasSubstr(clause)));
 }
 
 }  // namespace
