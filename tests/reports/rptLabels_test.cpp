@@ -14,21 +14,30 @@ namespace galvix::testing {
 namespace {
 using ::testing::ElementsAre;
 
+// `p` with the settings `name, value, ...` added after its own.
+Props with(Props p) {
+  return p;
+}
+template <typename V, typename... Rest>
+Props with(Props p, const char* name, V value, Rest... rest) {
+  p.emplace_back(name, Variant(value));
+  return with(std::move(p), rest...);
+}
+
 // Every character 100 twips wide, every line 240 high: "T" is 240 high, a 30-character line is
 // 3000 wide.
 class KnownSizes : public engine::TextMeasurer {
  public:
   engine::TextExtent measure(std::string_view text, const doc::Font&, std::int32_t) override {
-    std::int32_t widest = 0, lines = 0;
-    std::size_t from = 0;
-    while (true) {
-      std::size_t end = text.find_first_of("\r\n", from);
-      std::string_view line = text.substr(from, end == std::string_view::npos ? end : end - from);
-      widest = std::max<std::int32_t>(widest, static_cast<std::int32_t>(line.size()) * 100);
-      ++lines;
-      if (end == std::string_view::npos) break;
-      from = end + (text.compare(end, 2, "\r\n") == 0 ? 2 : 1);
-    }
+    std::int32_t widest = 0, lines = 1, run = 0;
+    for (std::size_t i = 0; i < text.size(); ++i)
+      if (text[i] != '\r' && text[i] != '\n') {
+        widest = std::max(widest, ++run * 100);
+      } else {
+        i += text.compare(i, 2, "\r\n") == 0;  // "\r\n" is one break
+        ++lines;
+        run = 0;
+      }
     return {widest, lines * 240};
   }
   std::int32_t measureRichHeight(std::string_view, std::int32_t) override { return 0; }
@@ -49,11 +58,7 @@ class Labels : public ReportTest {
                                  {"Lookup", Variant(lookup)}});
   }
 
-  doc::Document runLabels(const Props& props) {
-    auto r = report("rptLabels");
-    for (const auto& [k, v] : props) r->set(k, v);
-    return run(*r);
-  }
+  doc::Document runLabels(const Props& props) { return run("rptLabels", props); }
 
   // Runs the report with the measurer of known sizes (through the engine, as the library would
   // with its own measurer).
@@ -75,28 +80,21 @@ class Labels : public ReportTest {
 struct Sheet {
   int paperWidth, paperHeight, top, left, width, height, hPitch, vPitch, across, down;
   Props props() const {
-    return {{"Envelopes", Variant(false)},
-            {"PaperSetupID", Variant(1)},
-            {"PaperWidth", Variant(paperWidth)},
-            {"PaperHeight", Variant(paperHeight)},
-            {"TMargin", Variant(top)},
-            {"LMargin", Variant(left)},
-            {"LabelWidth", Variant(width)},
-            {"LabelHeight", Variant(height)},
-            {"HPitch", Variant(hPitch)},
-            {"VPitch", Variant(vPitch)},
-            {"NumberAcross", Variant(across)},
-            {"FontName", Variant("Arial")},
-            {"FontSize", Variant(9)}};
+    return with({}, "Envelopes", false, "PaperSetupID", 1, "PaperWidth", paperWidth, "PaperHeight",
+                paperHeight, "TMargin", top, "LMargin", left, "LabelWidth", width, "LabelHeight",
+                height, "HPitch", hPitch, "VPitch", vPitch, "NumberAcross", across, "FontName",
+                "Arial", "FontSize", 9);
   }
 };
 
+// 3 x 10 address labels on Letter (2 5/8 x 1 in, 2 3/4 in apart, margins 1/2 and 3/16 in).
+const Sheet kLetter{12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 3, 10};
+
 TEST_F(Labels, StandardSheetsLineUpWithTheirPublishedDimensions) {
   auto mm = [](double v) { return static_cast<int>(std::lround(v * 1440 / 25.4)); };
-  // 3 x 10 address labels on Letter (2 5/8 x 1 in, 2 3/4 in apart, margins 1/2 and 3/16 in);
-  // 2 x 7 on A4 (99.1 x 38.1 mm, 101.6 mm apart, margins 15.1 and 4.65 mm).
+  // Letter, and 2 x 7 on A4 (99.1 x 38.1 mm, 101.6 mm apart, margins 15.1 and 4.65 mm).
   const Sheet sheets[] = {
-      {12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 3, 10},
+      kLetter,
       {mm(210), mm(297), mm(15.1), mm(4.65), mm(99.1), mm(38.1), mm(101.6), mm(38.1), 2, 7}};
   for (const Sheet& s : sheets) {
     SCOPED_TRACE(s.across);
@@ -130,20 +128,14 @@ TEST_F(Labels, StandardSheetsLineUpWithTheirPublishedDimensions) {
   }
 }
 
-TEST_F(Labels, OnlyTheSetupsTextsMarkedForPrintingInLookupOrder) {
-  label(1, "Zed", "c");
-  label(1, "Ann", "a");
-  label(1, "Skipped", "b", false);
-  label(2, "Other setup", "a");
-  const Sheet letter{12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 3, 10};
-  EXPECT_THAT(texts(runLabels(letter.props()), "txtLabel"), ElementsAre("Ann", "Zed"));
-}
-
-TEST_F(Labels, PitchSmallerThanTheLabelPutsLabelsSideBySideAndRowsTouching) {
-  for (int i = 0; i < 4; ++i) label(1, "L" + std::to_string(i), std::to_string(i));
+TEST_F(Labels, OnlyTheSetupsPrintedTextsInLookupOrderSideBySideWhenThePitchIsShort) {
+  for (int i = 3; i >= 0; --i) label(1, "L" + std::to_string(i), std::to_string(i));
+  label(1, "Skipped", "1a", false);
+  label(2, "Other setup", "0a");
   // Pitches 1000 twips short of the label: spacing 0 across, a negative gap band down.
   const Sheet tight{12240, 15840, 720, 270, 3780, 1440, 2780, 440, 2, 10};
   const doc::Document d = runLabels(tight.props());
+  EXPECT_THAT(texts(d, "txtLabel"), ElementsAre("L0", "L1", "L2", "L3"));
   std::vector<std::pair<int, int>> at;
   for (const auto& it : d.pages.at(0).items)
     if (auto* t = std::get_if<doc::Text>(&it.content); t && it.control == "txtLabel")
@@ -152,7 +144,7 @@ TEST_F(Labels, PitchSmallerThanTheLabelPutsLabelsSideBySideAndRowsTouching) {
                               std::pair{450, 720 + 1440}, std::pair{450 + 3780, 720 + 1440}));
 }
 
-TEST_F(Labels, OddSheetsEndWithoutLoopingOrCrashing) {
+TEST_F(Labels, OddSheetsEndWithoutLoopingOrCrashingAndOverflowsAreErrors) {
   for (int i = 0; i < 40; ++i) label(1, "L" + std::to_string(i), std::to_string(100 + i));
   struct Case {
     const char* what;
@@ -177,28 +169,19 @@ TEST_F(Labels, OddSheetsEndWithoutLoopingOrCrashing) {
     EXPECT_EQ(d.pages.size(), c.pages);
     EXPECT_EQ(texts(d, "txtLabel").size(), 40u);
   }
-}
-
-TEST_F(Labels, SizesBeyondTheIntegerRangeAreAnOverflowError) {
-  label(1, "L", "a");
-  Sheet huge{12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 3, 10};
-  Props p = huge.props();
-  p.emplace_back("HPitch", Variant(3e9));
-  EXPECT_THROW(runLabels(p), ReportRunError);
-  p = huge.props();
-  p.emplace_back("VPitch", Variant(2.0e9));
-  p.emplace_back("LabelHeight", Variant(-2.0e9));
-  EXPECT_THROW(runLabels(p), ReportRunError);
+  // Sizes beyond the integer range.
+  EXPECT_THROW(runLabels(with(kLetter.props(), "HPitch", 3e9)), ReportRunError);
+  EXPECT_THROW(runLabels(with(kLetter.props(), "VPitch", 2.0e9, "LabelHeight", -2.0e9)),
+               ReportRunError);
 }
 
 TEST_F(Labels, NothingSelectedShowsTheMessageAndPrintsNothing) {
   label(1, "Not printed", "a", false);
   for (bool envelopes : {false, true}) {
     auto r = report("rptLabels");
-    r->set("Envelopes", Variant(envelopes));
-    r->set("PaperSetupID", Variant(1));
-    r->set("PaperWidth", Variant(12240));
-    r->set("PaperHeight", Variant(15840));
+    for (const auto& [k, v] : with({}, "Envelopes", envelopes, "PaperSetupID", 1, "PaperWidth",
+                                   12240, "PaperHeight", 15840))
+      r->set(k, v);
     host_ = std::make_shared<frame::RecordingHost>();
     bool cancelled = false;
     const doc::Document d = r->run(&cancelled, host_);
@@ -213,20 +196,10 @@ TEST_F(Labels, NothingSelectedShowsTheMessageAndPrintsNothing) {
 
 TEST_F(Labels, LabelModeIgnoresTheEnvelopeSettings) {
   label(1, "Ann Lee\r\n1 Main Street", "a");
-  const Sheet letter{12240, 15840, 720, 270, 3780, 1440, 3960, 1440, 3, 10};
-  Props p = letter.props();
-  for (auto kv : Props{{"Orientation", Variant(2)},
-                       {"PaperSize", Variant(20)},
-                       {"PrinterName", Variant("Envelope feeder")},
-                       {"TextAngle", Variant(90)},
-                       {"AutoPositionContent", Variant(false)},
-                       {"ContentTopPosition", Variant(5000)},
-                       {"ContentLeftPosition", Variant(6000)},
-                       {"AutoPositionReturn", Variant(false)},
-                       {"ReturnTopPosition", Variant(700)},
-                       {"ReturnLeftPosition", Variant(800)}})
-    p.push_back(kv);
-  const doc::Document plain = runLabels(letter.props()), set = runLabels(p);
+  const Props p =
+      with(kLetter.props(), "Orientation", 2, "PaperSize", 20, "TextAngle", 90,
+           "AutoPositionContent", false, "ContentTopPosition", 5000, "ContentLeftPosition", 6000);
+  const doc::Document plain = runLabels(kLetter.props()), set = runLabels(p);
   ASSERT_EQ(set.pages.size(), 1u);
   EXPECT_EQ(set.pages[0].width, plain.pages[0].width);
   EXPECT_EQ(set.pages[0].height, plain.pages[0].height);
@@ -240,9 +213,8 @@ TEST_F(Labels, LabelModeIgnoresTheEnvelopeSettings) {
 }
 
 // 9.5 x 4.125 in, "T" 240 high, the widest line 3000 wide.
-const Props kEnvelope = {{"Envelopes", Variant(true)},   {"PaperSetupID", Variant(7)},
-                         {"PaperSize", Variant(256)},    {"Orientation", Variant(1)},
-                         {"PaperWidth", Variant(13680)}, {"PaperHeight", Variant(5940)}};
+const Props kEnvelope = with({}, "Envelopes", true, "PaperSetupID", 7, "PaperSize", 256,
+                             "Orientation", 1, "PaperWidth", 13680, "PaperHeight", 5940);
 
 TEST_F(Labels, EveryEnvelopeCase) {
   const std::string address = "Mr. and Mrs. Arthur Pendlebury\r\n12 Oak Street";  // w = 3000
@@ -251,28 +223,19 @@ TEST_F(Labels, EveryEnvelopeCase) {
   envelope(7, address, "b");
   const double W = 13680, H = 5940, D = H - 10, T = 240, w = 3000, r = 1700 + 500;
   const double RT = 500, RL = 600, CT = 2000, CL = 1000;
-  for (int angle : {0, 90}) {
-    for (bool autoReturn : {true, false}) {
-      for (bool autoContent : {true, false}) {
+  for (int angle : {0, 90})
+    for (bool autoReturn : {true, false})
+      for (bool autoContent : {true, false})
         for (int align : {0, 1, 2}) {
           SCOPED_TRACE(::testing::Message()
                        << "angle " << angle << ", automatic return " << autoReturn
                        << ", automatic address " << autoContent << ", alignment " << align);
-          Props p = kEnvelope;
-          for (auto kv : Props{{"TextAngle", Variant(angle)},
-                               {"ReturnAddress", Variant("  " + from + "  ")},
-                               {"AutoPositionReturn", Variant(autoReturn)},
-                               {"ReturnTopPosition", Variant(RT)},
-                               {"ReturnLeftPosition", Variant(RL)},
-                               {"AutoPositionContent", Variant(autoContent)},
-                               {"ContentTopPosition", Variant(CT)},
-                               {"ContentLeftPosition", Variant(CL)},
-                               {"LAlignment", Variant(align)},
-                               {"FontName", Variant("Georgia")},
-                               {"FontSize", Variant(13)},
-                               {"FontBold", Variant(true)},
-                               {"FontColor", Variant(255)}})
-            p.push_back(kv);
+          const Props p =
+              with(kEnvelope, "TextAngle", angle, "ReturnAddress", "  " + from + "  ",
+                   "AutoPositionReturn", autoReturn, "ReturnTopPosition", RT, "ReturnLeftPosition",
+                   RL, "AutoPositionContent", autoContent, "ContentTopPosition", CT,
+                   "ContentLeftPosition", CL, "LAlignment", align, "FontName", "Georgia",
+                   "FontSize", 13, "FontBold", true, "FontColor", 255);
           const auto res = runMeasured(p);
           ASSERT_EQ(res.document.pages.size(), 2u);
           const doc::Text* ret = firstText(res.document, "txtReturn");
@@ -293,47 +256,37 @@ TEST_F(Labels, EveryEnvelopeCase) {
           EXPECT_TRUE(ret->font.bold);
           EXPECT_EQ(txt->foreColor, 255u);
           EXPECT_EQ(ret->foreColor, 255u);
+          EXPECT_EQ(ret->angle, angle * 10);
+          EXPECT_EQ(txt->angle, angle * 10);
           if (angle == 0) {
             EXPECT_EQ(ret->box,
                       autoReturn ? box(360, 360, r, D / 2) : box(RL, RT, r, D - RT - 100));
             EXPECT_EQ(ret->align, given);
             EXPECT_EQ(ret->valign, doc::VAlign::Top);
-            EXPECT_EQ(ret->angle, 0);
             EXPECT_EQ(txt->box, autoContent
                                     ? box(W / 2 - w / 2, H / 2 - T, w + 500, D - (H / 2 - T) - 300)
                                     : box(CL, CT, w + 500, H - CT - T - 10));
             EXPECT_EQ(txt->align, given);
             EXPECT_EQ(txt->valign, doc::VAlign::Top);
-            EXPECT_EQ(txt->angle, 0);
           } else {
             // Turned, the return address keeps the layout's width.
             EXPECT_EQ(ret->box,
                       autoReturn ? box(300, H - r - 360, 3600, r) : box(RT, H - RL - r, 3600, r));
             EXPECT_EQ(ret->align, doc::HAlign::Left);
             EXPECT_EQ(ret->valign, turned);
-            EXPECT_EQ(ret->angle, 900);
             EXPECT_EQ(txt->box, autoContent ? box(W / 2 - w / 2, H / 2 - w / 2, w + 500, w + 300)
                                             : box(CT, H - CL - w, w + 500, w + 200));
             EXPECT_EQ(txt->align, autoContent ? doc::HAlign::Center : doc::HAlign::Left);
             EXPECT_EQ(txt->valign, turned);
-            EXPECT_EQ(txt->angle, 900);
           }
         }
-      }
-    }
-  }
 }
 
-TEST_F(Labels, EnvelopePaperByCodeOrBySize) {
+TEST_F(Labels, EnvelopePaperByCodeOrBySizeAndWhatIsAnError) {
   envelope(7, "Ann Lee", "a");
   // A #10 envelope's code, turned flat: the code's paper, whatever the sizes say.
-  Props p = kEnvelope;
-  p.emplace_back("PaperSize", Variant(20));
-  p.emplace_back("Orientation", Variant(2));
-  p.emplace_back("PaperWidth", Variant(1000));
-  p.emplace_back("PaperHeight", Variant(1000));
-  p.emplace_back("PrinterName", Variant("Envelopes"));
-  auto res = runMeasured(p);
+  auto res = runMeasured(
+      with(kEnvelope, "PaperSize", 20, "Orientation", 2, "PaperWidth", 1000, "PaperHeight", 1000));
   ASSERT_EQ(res.document.pages.size(), 1u);
   EXPECT_EQ(res.document.pages[0].width, 13680);
   EXPECT_EQ(res.document.pages[0].height, 5940);
@@ -344,19 +297,11 @@ TEST_F(Labels, EnvelopePaperByCodeOrBySize) {
   EXPECT_EQ(ret->text, "");
   EXPECT_EQ(ret->box, (doc::Rect{360, 360, 3600, 1000}));
   // A custom size: the sizes given, rounded.
-  p = kEnvelope;
-  p.emplace_back("PaperWidth", Variant(9000.4));
-  p.emplace_back("PaperHeight", Variant(6000.6));
-  res = runMeasured(p);
+  res = runMeasured(with(kEnvelope, "PaperWidth", 9000.4, "PaperHeight", 6000.6));
   EXPECT_EQ(res.document.pages.at(0).width, 9000);
   EXPECT_EQ(res.document.pages.at(0).height, 6001);
-}
-
-TEST_F(Labels, AnglesBeyondTheEnginesRangeAndNullTextsAreErrors) {
-  envelope(7, "Ann Lee", "a");
-  Props p = kEnvelope;
-  p.emplace_back("TextAngle", Variant(3277));  // 32770 tenths
-  EXPECT_THROW(runMeasured(p), RuntimeError);
+  // Angles beyond the engine's range, and null texts.
+  EXPECT_THROW(runMeasured(with(kEnvelope, "TextAngle", 3277)), RuntimeError);  // 32770 tenths
   db().exec("UPDATE EnvelopeText SET Label = NULL");
   EXPECT_THROW(runMeasured(kEnvelope), RuntimeError);
 }
@@ -366,11 +311,8 @@ TEST_F(Labels, AnglesBeyondTheEnginesRangeAndNullTextsAreErrors) {
 TEST_F(Labels, EnvelopeMeasuresWithTheRenderersTextEngine) {
   const std::string address = "Dr. Zoë Ødegård-Łukaszewicz\r\n1 Lakeshore Drive\r\nChicago, IL";
   envelope(7, address, "a");
-  Props p = kEnvelope;
-  p.emplace_back("AutoPositionContent", Variant(true));
-  p.emplace_back("FontName", Variant("Times New Roman"));
-  p.emplace_back("FontSize", Variant(14));
-  p.emplace_back("FontItalic", Variant(true));
+  const Props p = with(kEnvelope, "AutoPositionContent", true, "FontName", "Times New Roman",
+                       "FontSize", 14, "FontItalic", true);
   const doc::Document d = runLabels(p);
   const doc::Text* t = firstText(d, "txtLabel");
   ASSERT_TRUE(t);

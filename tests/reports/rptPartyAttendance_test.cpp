@@ -36,7 +36,8 @@ class PartyAttendance : public ReportTest {
   }
 };
 
-TEST_F(PartyAttendance, NineColumnsStayPortrait) {
+TEST_F(PartyAttendance, ColumnsPerAttendedPartyTurnTheLandscapeAtTenAndStopAtFourteen) {
+  // Nine columns stay portrait.
   auto d = grid(9);
   EXPECT_FALSE(d.pages[0].landscape);
   auto lefts = labelLefts(d);
@@ -46,10 +47,9 @@ TEST_F(PartyAttendance, NineColumnsStayPortrait) {
     EXPECT_EQ(lefts[i] - lefts[0], 790 * static_cast<int>(i));
   EXPECT_TRUE(host_->messages.empty());
   EXPECT_THAT(texts(d, "0lblPartyName"), ElementsAre("P01"));  // parties nobody attends: no column
-}
 
-TEST_F(PartyAttendance, TenColumnsTurnTheLandscapeWithoutAMessage) {
-  auto d = grid(10);
+  // Ten turn the page to landscape without a message.
+  d = grid(10);
   EXPECT_TRUE(d.pages[0].landscape);
   EXPECT_EQ(item(d, "lblTitle").box.width, 14400);
   EXPECT_EQ(labelLefts(d).size(), 10u);
@@ -70,20 +70,18 @@ TEST_F(PartyAttendance, TenColumnsTurnTheLandscapeWithoutAMessage) {
                       item(d, "txtPageTtl").box.width) /
                      2;
   EXPECT_NEAR(middle, 15840 / 2, 100);
-}
 
-TEST_F(PartyAttendance, SixteenColumnsShowFourteenAndWarnOnce) {
-  auto d = grid(16);
+  // Sixteen show fourteen and warn once.
+  d = grid(16);
   EXPECT_EQ(labelLefts(d).size(), 14u);
   ASSERT_EQ(host_->messages.size(), 1u);
   EXPECT_EQ(host_->messages[0].text,
             "You have more parties than can be displyed on the report.  Some parties will not "
             "be shown.");
   EXPECT_EQ(host_->messages[0].caption, "Galvo Pro Reports");
-}
 
-TEST_F(PartyAttendance, UnnamedPartyColumnGetsNoCheckBox) {
-  auto d = grid(2, true);
+  // An unnamed party's column gets no check box.
+  d = grid(2, true);
   EXPECT_THAT(texts(d, "0lblPartyName"), ElementsAre());
   EXPECT_THAT(texts(d, "1lblPartyName"), ElementsAre("P01"));
   EXPECT_THAT(texts(d, "txtTotalAttending"), ElementsAre("3"));

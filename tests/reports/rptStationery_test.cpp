@@ -51,18 +51,11 @@ class Stationery : public PartyReportTest {
     Props p{{"Text", Variant(tmpl)},
             {"StationeryID", Variant(static_cast<int>(st))},
             {"MultiplePerPage", Variant(multiple)}};
-    for (auto [k, v] : {std::pair{"PaperWidth", 12240},
-                        {"PaperHeight", 15840},
-                        {"TopMargin", 720},
-                        {"LeftMargin", 540},
-                        {"BottomMargin", 360},
-                        {"RightMargin", 300},
-                        {"LabelWidth", 3600},
-                        {"LabelHeight", 2000},
-                        {"HPitch", 3800},
-                        {"VPitch", 2200},
-                        {"NumberAcross", 3}})
-      p.emplace_back(k, Variant(v));
+    const char* names[] = {"PaperWidth",   "PaperHeight", "TopMargin",   "LeftMargin",
+                           "BottomMargin", "RightMargin", "LabelWidth",  "LabelHeight",
+                           "HPitch",       "VPitch",      "NumberAcross"};
+    const int values[] = {12240, 15840, 720, 540, 360, 300, 3600, 2000, 3800, 2200, 3};
+    for (int i = 0; i < 11; ++i) p.emplace_back(names[i], Variant(values[i]));
     for (auto [k, v] : more) p.emplace_back(k, Variant(v));
     return run("Stationery", p);
   }
@@ -93,33 +86,22 @@ TEST_F(Stationery, TwoGuestsOfARowGatherTheirTablesSeatsAndMenus) {
                   "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Di|||}"));
 }
 
-TEST_F(Stationery, AMultiLineNameKeepsItsLineBreaksInTheRichText) {
-  const long st = selection(party_);
-  card(st, Variant(""), Variant("Ann Lee\r\nand Bob Lee"));
-  const auto out = rtfs(runCards(st, kAll));
-  ASSERT_EQ(out.size(), 1u);
-  const auto doc = render::readRtf(out[0]);
-  ASSERT_EQ(doc.paragraphs.size(), 2u);
-  // The blank after the control word ends it; the one before it stays.
-  EXPECT_EQ(doc.plainText(), "Ann Lee \nand Bob Lee|||");
-}
-
-TEST_F(Stationery, NoRowsToPrintGiveOneCopyWithThePlaceholdersRemoved) {
+TEST_F(Stationery, NoRowsGiveOneCopyWithoutPlaceholdersAndATemplateWithoutThemPrintsAsItIs) {
   const long st = selection(party_);
   card(st, Variant(""), Variant("Not chosen"), false);
   const doc::Document d = runCards(st, kAll);
   EXPECT_THAT(rtfs(d), ElementsAre("{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 |||}"));
   EXPECT_EQ(d.pages.size(), 1u);
-}
-
-TEST_F(Stationery, ATemplateWithoutPlaceholdersPrintsUnchangedPerRow) {
+  // A selection without its setup row.
+  EXPECT_THROW(runCards(99, kAll), ReportRunError);
+  // A template without placeholders prints unchanged per row.
   const long ann = guest("Ann");
   db().invite(ann, party_, {.tableId = db().table(party_, "Rose"), .seat = 1});
-  const long st = selection(party_);
-  card(st, Variant(std::to_string(ann)), Variant("Ann"));
-  card(st, Variant("not a number"), Variant("Bob"));
+  const long two = selection(party_);
+  card(two, Variant(std::to_string(ann)), Variant("Ann"));
+  card(two, Variant("not a number"), Variant("Bob"));
   const std::string plain = "{\\rtf1 Welcome to the <Party>}";
-  EXPECT_THAT(rtfs(runCards(st, plain)), ElementsAre(plain, plain));
+  EXPECT_THAT(rtfs(runCards(two, plain)), ElementsAre(plain, plain));
 }
 
 // Answers the merge's lookups, recording what it asks.
@@ -166,7 +148,7 @@ TEST(StationeryMerge, PlaceholdersReplacedInOrderAndTextsSplicedAsTheyAre) {
   EXPECT_EQ(st::mergeTemplate("<Guest's Name Here>", "{\\b Zoë}", texts), "{\\b Zoë}");
 }
 
-TEST_F(Stationery, NullsAndFailedQueriesLeaveTheirTextEmptyAndTheCopyPrints) {
+TEST_F(Stationery, NullsFailedQueriesAndLineBreaksInTheRowsTexts) {
   const long ann = guest("Ann");
   db().invite(
       ann, party_,
@@ -174,16 +156,19 @@ TEST_F(Stationery, NullsAndFailedQueriesLeaveTheirTextEmptyAndTheCopyPrints) {
   const long st = selection(party_);
   card(st, Variant("x y;" + std::to_string(ann) + ";"), Variant::null());
   card(st, Variant::null(), Variant("Bob"));
-  EXPECT_THAT(rtfs(runCards(st, kAll)),
-              ElementsAre("{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 |Rose|2|Fish}",
-                          "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Bob|||}"));
+  card(st, Variant(""), Variant("Ann Lee\r\nand Bob Lee"));
+  const auto out = rtfs(runCards(st, kAll));
+  ASSERT_EQ(out.size(), 3u);
+  EXPECT_EQ(out[0], "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 |Rose|2|Fish}");
+  EXPECT_EQ(out[1], "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Bob|||}");
+  // A multi-line name keeps its line breaks: the blank after the control word ends it; the one
+  // before it stays.
+  const auto doc = render::readRtf(out[2]);
+  EXPECT_EQ(doc.paragraphs.size(), 2u);
+  EXPECT_EQ(doc.plainText(), "Ann Lee \nand Bob Lee|||");
 }
 
-TEST_F(Stationery, ASelectionWithoutItsSetupRowIsAnError) {
-  EXPECT_THROW(runCards(99, kAll), ReportRunError);
-}
-
-TEST_F(Stationery, CopiesInAGridOnePitchApart) {
+TEST_F(Stationery, CopiesInAGridOnePitchApartOrOnePerPage) {
   const long st = selection(party_);
   for (int i = 0; i < 8; ++i) card(st, Variant(""), Variant("Card " + std::to_string(i)));
   const doc::Document d =
@@ -197,23 +182,13 @@ TEST_F(Stationery, CopiesInAGridOnePitchApart) {
                           doc::Rect{4340, 2920, 3600, 2000}, doc::Rect{8140, 2920, 3600, 2000}));
   EXPECT_THAT(boxes(d, 1),
               ElementsAre(doc::Rect{540, 720, 3600, 2000}, doc::Rect{4340, 720, 3600, 2000}));
-}
-
-TEST_F(Stationery, OneCopyPerPageFillsThePaperWithinItsMargins) {
-  const long st = selection(party_);
-  card(st, Variant(""), Variant("Ann"));
-  card(st, Variant(""), Variant("Bob"));
-  const doc::Document d = runCards(st, kAll, false);
-  ASSERT_EQ(d.pages.size(), 2u);
-  for (std::size_t p = 0; p < 2; ++p) {
-    const auto b = boxes(d, p);
-    ASSERT_EQ(b.size(), 1u);
-    EXPECT_EQ(b[0].left, 540);
-    EXPECT_EQ(b[0].top, 720);
-    EXPECT_EQ(b[0].width, 12240 - 540 - 300);
-    // Its height (paper less the bottom margin) runs past the page body: it stops there.
-    EXPECT_EQ(b[0].top + b[0].height, 15840 - 360);
-  }
+  // One per page, each filling the paper within its margins; its height (paper less the bottom
+  // margin) runs past the page body: it stops there.
+  const doc::Document one = runCards(st, kAll, false);
+  ASSERT_EQ(one.pages.size(), 8u);
+  for (std::size_t p = 0; p < 8; ++p)
+    EXPECT_THAT(boxes(one, p),
+                ElementsAre(doc::Rect{540, 720, 12240 - 540 - 300, 15840 - 360 - 720}));
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ class TableAssign : public PartyReportTest {
   }
 };
 
-TEST_F(TableAssign, EachTableCountsItsOwnSeatsAndUnseatedGuestsComeFirst) {
+TEST_F(TableAssign, EachTableCountsItsOwnSeatsUnseatedGuestsFirst) {
   long a = db().table(party_, "Alpha", 4);
   long b = db().table(party_, "Beta", 6);
   db().table(party_, "Empty", 8);
@@ -41,13 +41,13 @@ TEST_F(TableAssign, EachTableCountsItsOwnSeatsAndUnseatedGuestsComeFirst) {
   EXPECT_THAT(texts(d, "txtSeatsAvailTotal"), ElementsAre("14"));
   EXPECT_THAT(texts(d, "txtNumInvitees"), ElementsAre("5"));
   EXPECT_THAT(texts(d, "txtNumAttendees"), ElementsAre("4"));
-}
 
-TEST_F(TableAssign, BlankTableNameShowsUnseatedAndNoTablesShowZeroSeats) {
+  // A blank table name shows "Unseated"; a party without tables shows zero seats.
+  party_ = db().party(event_, {.name = "Lunch"});
   long t = db().table(party_, "", 2);
   db().set("Tables", t, "TableName", Variant(""));
   seat("Ann", t, 1);
-  auto d = runTables();
+  d = runTables();
   EXPECT_THAT(texts(d, "txtTableName"), ElementsAre("Unseated"));
   EXPECT_THAT(texts(d, "txtSeatsAvail"), ElementsAre("1"));
 

@@ -30,14 +30,13 @@ class TravelSummary : public PartyReportTest {
   }
 };
 
-TEST_F(TravelSummary, GroupsArrivingOrCheckingInWithTheirTravelAndRooms) {
+TEST_F(TravelSummary, GroupsArrivingOrCheckingInWithTheirTravelAndRoomsOrNoParty) {
   long young = travelling(party_, "Young", 3, 2,
                           {.rsvpd = true,
                            .hotel = "Inn",
                            .checkIn = data::date(2024, 6, 1),
                            .aDate = data::date(2024, 6, 1),
                            .aLocation = "Airport",
-                           .pickup = true,
                            .dDate = data::date(2024, 6, 3),
                            .dCarrier = "Rail"});
   db().hotelRoom(young, "King", 2, true);
@@ -64,11 +63,11 @@ TEST_F(TravelSummary, GroupsArrivingOrCheckingInWithTheirTravelAndRooms) {
   EXPECT_THAT(texts(d, "txtInvitees"), ElementsAre("6"));
   EXPECT_THAT(texts(d, "txtRSVPs"), ElementsAre("2"));
   EXPECT_THAT(texts(d, "txtAttendees"), ElementsAre("3"));
-}
 
-TEST_F(TravelSummary, NoRowsPrintsNoPartyAndAnEmptyClauseFailsWithTheStatement) {
-  travelling(party_, "Young", 1, 1, {});
-  auto d = runTravel();
+  // No rows print no party, and an empty clause fails with the statement.
+  party_ = db().party(event_, {.name = "Lunch"});
+  travelling(party_, "Zed", 1, 1, {});
+  d = runTravel();
   EXPECT_TRUE(texts(d, "txtNumInvitations").empty());
   EXPECT_FALSE(d.pages.empty());
 

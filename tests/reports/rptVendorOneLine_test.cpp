@@ -20,11 +20,6 @@ class VendorOneLine : public ReportTest {
     db().budgetLine(event_, cat, {.vendorRequired = vendorRequired});
     return cat;
   }
-  // Blank name parts are kept as empty text, as the planning application keeps them.
-  void blanksAsEmptyText() {
-    for (const char* c : {"Title", "FirstName", "LastName", "Suffix", "NickName", "JobTitle"})
-      db().exec(std::string("UPDATE VendorContacts SET ") + c + " = '' WHERE " + c + " IS NULL");
-  }
   doc::Document runReport(const std::string& where = "", const std::string& order = "") {
     return run("Event Pros - One Line Report", {{"EventID", Variant(static_cast<int>(event_))},
                                                 {"TimeFormat", Variant("h:mm AP")},
@@ -34,7 +29,7 @@ class VendorOneLine : public ReportTest {
   long event_ = 0;
 };
 
-TEST_F(VendorOneLine, ContactLinesNamesAndNumbers) {
+TEST_F(VendorOneLine, ContactLinesNamesAndNumbersOrTheCompanys) {
   const long cat = category("Music");
   const long v = db().vendor({.company = "Aurora Sound"});
   const long nadia = db().contact(v, {.first = "Nadia",
@@ -52,52 +47,47 @@ TEST_F(VendorOneLine, ContactLinesNamesAndNumbers) {
                    .deliveryTime = data::time(16, 30),
                    .primaryContactId = nadia,
                    .secondaryContactId = jb});
-  blanksAsEmptyText();
-  const auto d = runReport();
-  EXPECT_THAT(texts(d, "txtCompanyName"), ElementsAre("Aurora Sound"));
-  EXPECT_THAT(texts(d, "txtService"), ElementsAre("Music"));
-  EXPECT_THAT(texts(d, "txtDeliveryTime"), ElementsAre("4:30 PM"));
+  // Without contacts an assignment shows the company's numbers.
+  const long north = db().vendor(
+      {.company = "Northside Rentals", .phone = "(773) 555-0140", .fax = "(773) 555-0141"});
+  db().contact(north, {.first = "Not", .last = "Assigned"});  // the vendor's, not the assignment's
+  db().assignment(event_, category("Rentals"), north, {.worksheetType = 2});
+  // Blank name parts are kept as empty text, as the planning application keeps them.
+  for (const char* c : {"Title", "FirstName", "LastName", "Suffix", "NickName", "JobTitle"})
+    db().exec(std::string("UPDATE VendorContacts SET ") + c + " = '' WHERE " + c + " IS NULL");
+  const auto d = runReport("", "ORDER BY Vendors.CompanyName");
+  EXPECT_THAT(texts(d, "txtCompanyName"), ElementsAre("Aurora Sound", "Northside Rentals"));
+  EXPECT_THAT(texts(d, "txtService"), ElementsAre("Music", "Rentals"));
+  EXPECT_THAT(texts(d, "txtDeliveryTime"), ElementsAre("4:30 PM", ""));
   // Job title or "Name:"; the nickname after two blanks, trailing blanks trimmed without one.
   EXPECT_THAT(texts(d, "txtName"),
-              ElementsAre("Manager: Nadia Petrović  (Nadi)", "Name:Mr. Jean Okonkwo"));
+              ElementsAre("Manager: Nadia Petrović  (Nadi)", "Name:Mr. Jean Okonkwo",
+                          "(No Contact Name Specified)"));
   EXPECT_THAT(texts(d, "txtPhone"),
-              ElementsAre("111 (W)    222 (F)\r\n333 (M)    444 (P)", "555 (F)    666 (M)"));
+              ElementsAre("111 (W)    222 (F)\r\n333 (M)    444 (P)", "555 (F)    666 (M)",
+                          "(773) 555-0140 (W)    (773) 555-0141 (F)"));
   // The page footer has no handler: the date label keeps its caption.
   EXPECT_THAT(texts(d, "lblDatePrinted"), ElementsAre("Date Printed:"));
 }
 
-TEST_F(VendorOneLine, AnAssignmentWithoutContactsShowsTheCompanyNumbers) {
-  const long cat = category("Rentals");
-  const long v = db().vendor(
-      {.company = "Northside Rentals", .phone = "(773) 555-0140", .fax = "(773) 555-0141"});
-  db().contact(v, {.first = "Not", .last = "Assigned"});  // the vendor's, not the assignment's
-  db().assignment(event_, cat, v, {.worksheetType = 2});
-  const auto d = runReport();
-  EXPECT_THAT(texts(d, "txtName"), ElementsAre("(No Contact Name Specified)"));
-  EXPECT_THAT(texts(d, "txtPhone"), ElementsAre("(773) 555-0140 (W)    (773) 555-0141 (F)"));
-}
-
-TEST_F(VendorOneLine, OnlyEstimatesInCategoriesThatNeedAProfessional) {
-  const long music = category("Music"), attire = category("Attire", false);
-  const long v = db().vendor({.company = "Shown"});
-  db().assignment(event_, music, v, {.worksheetType = 2});
+TEST_F(VendorOneLine, OnlyEstimatesInCategoriesThatNeedAProfessionalAndTheCallersClause) {
+  const long music = category("Music"), attire = category("Attire", false), cake = category("Cake");
+  db().assignment(event_, music, db().vendor({.company = "Shown"}), {.worksheetType = 2});
+  db().assignment(event_, cake, db().vendor({.company = "Sweet Layers"}), {.worksheetType = 2});
+  db().assignment(event_, cake, db().vendor({.company = "Crumbs"}), {.worksheetType = 2});
   for (int type : {0, 1})
     db().assignment(event_, music, db().vendor({.company = "Type " + std::to_string(type)}),
                     {.worksheetType = type});
   db().assignment(event_, attire, db().vendor({.company = "Not required"}), {.worksheetType = 2});
   const long other = db().event({.name = "Other"});
   db().assignment(other, music, db().vendor({.company = "Other event"}), {.worksheetType = 2});
-  EXPECT_THAT(texts(runReport(), "txtCompanyName"), ElementsAre("Shown"));
-}
-
-TEST_F(VendorOneLine, TheCallersClauseIsUpperCasedAndExtendsTheCondition) {
-  const long music = category("Music"), cake = category("Cake");
-  db().assignment(event_, music, db().vendor({.company = "DJ Marco"}), {.worksheetType = 2});
-  db().assignment(event_, cake, db().vendor({.company = "Sweet Layers"}), {.worksheetType = 2});
-  db().assignment(event_, cake, db().vendor({.company = "Crumbs"}), {.worksheetType = 2});
-  const auto d =
-      runReport("where expensecategories.category = 'cake'", "ORDER BY Vendors.CompanyName");
-  EXPECT_THAT(texts(d, "txtCompanyName"), ElementsAre("Crumbs", "Sweet Layers"));
+  EXPECT_THAT(texts(runReport("", "ORDER BY Vendors.CompanyName"), "txtCompanyName"),
+              ElementsAre("Crumbs", "Shown", "Sweet Layers"));
+  // The caller's clause is upper-cased and extends the condition.
+  EXPECT_THAT(
+      texts(runReport("where expensecategories.category = 'cake'", "ORDER BY Vendors.CompanyName"),
+            "txtCompanyName"),
+      ElementsAre("Crumbs", "Sweet Layers"));
 }
 
 TEST(ContactNumbers, TwoToALineThirdOnANewLine) {
