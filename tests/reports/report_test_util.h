@@ -7,8 +7,10 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,6 +36,22 @@ struct TempDir {
   std::string file(const std::string& name) const { return (path / name).string(); }
   std::filesystem::path path;
 };
+
+// An environment variable set for the object's life, then put back as it was.
+struct ScopedEnv {
+  ScopedEnv(const char* name, const std::string& value) : name_(name) {
+    if (const char* old = std::getenv(name)) old_ = old;
+    ::setenv(name, value.c_str(), 1);
+  }
+  ~ScopedEnv() { old_ ? ::setenv(name_, old_->c_str(), 1) : ::unsetenv(name_); }
+  const char* name_;
+  std::optional<std::string> old_;
+};
+
+// The clause that picks one party.
+inline std::string partyClause(long party) {
+  return "WHERE Parties.PartyID = " + std::to_string(party);
+}
 
 // A demo database written into a folder of its own.
 struct DemoDatabase : TempDir {
