@@ -3,7 +3,6 @@
 #include <gdk-pixbuf/gdk-pixbuf.h>
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -39,13 +38,11 @@ class Invoice : public ReportTest {
     // The logo's file goes to the folder the user's settings name.
     folder_ = fs::path(db().path()).parent_path() / "data";
     fs::create_directories(folder_);
-    const char* old = std::getenv("XDG_CONFIG_HOME");
-    oldConfig_ = old ? std::optional<std::string>(old) : std::nullopt;
     const fs::path config = fs::path(db().path()).parent_path() / "config";
     fs::create_directories(config);
     std::ofstream(config / "GalvoPro5.ini")
         << "[Options]\nDBPathLocation=" << folder_.string() << "\n";
-    ::setenv("XDG_CONFIG_HOME", config.c_str(), 1);
+    config_.emplace("XDG_CONFIG_HOME", config.string());
 
     event_ = db().event({.name = "Smith Wedding"});
     own_ = db().vendor({.company = "Galvix Planning",
@@ -60,14 +57,6 @@ class Invoice : public ReportTest {
                                      .billToName = "Emily Smith",
                                      .billToAddress = "48 Maple Avenue"});
   }
-  void TearDown() override {
-    if (oldConfig_)
-      ::setenv("XDG_CONFIG_HOME", oldConfig_->c_str(), 1);
-    else
-      ::unsetenv("XDG_CONFIG_HOME");
-    ReportTest::TearDown();
-  }
-
   // An assignment of the event in `category` (with its budget line) of worksheet `type`.
   long assignment(const std::string& category, int type, double tax = 0, double tip = 0,
                   long vendor = 0) {
@@ -84,7 +73,7 @@ class Invoice : public ReportTest {
   }
 
   fs::path folder_;
-  std::optional<std::string> oldConfig_;
+  std::optional<ScopedEnv> config_;
   long event_ = 0, own_ = 0, vendor_ = 0, invoice_ = 0;
   std::set<long> lines_;
 };
@@ -158,10 +147,7 @@ TEST_F(Invoice, CompanyBlockAndLogoOnEveryPageThroughAFileThatIsGoneAfterwards) 
 
 TEST_F(Invoice, APictureThatCannotBeDecodedFailsNamingTheReportAndColumn) {
   db().image(own_, Bytes(250, 0x42));
-  auto r = report("Invoice");
-  r->set("EventID", Variant(static_cast<int>(event_)));
-  r->set("InvoiceID", Variant(static_cast<int>(invoice_)));
-  EXPECT_THAT(runError(*r), AllOf(HasSubstr("Invoice"), HasSubstr("ImageBLOB")));
+  EXPECT_THAT(runError([&] { runInvoice(); }), AllOf(HasSubstr("Invoice"), HasSubstr("ImageBLOB")));
   EXPECT_FALSE(fs::exists(folder_ / "TempPic.jpg"));
 }
 
