@@ -136,35 +136,34 @@ class PartyReportTest : public ReportTest {
   long event_ = 0, party_ = 0, group_ = 0;
 };
 
+// What one control printed of kind T (doc::Text, doc::CheckBox, doc::Picture), in page order.
+template <class T>
+std::vector<const T*> contentsOf(const doc::Document& d, const std::string& control) {
+  std::vector<const T*> out;
+  for (const auto& p : d.pages)
+    for (const auto& it : p.items)
+      if (auto* c = std::get_if<T>(&it.content); c && it.control == control) out.push_back(c);
+  return out;
+}
+
 // Texts printed by one control, in page order.
 inline std::vector<std::string> texts(const doc::Document& d, const std::string& control) {
   std::vector<std::string> out;
-  for (const auto& p : d.pages)
-    for (const auto& it : p.items)
-      if (it.control == control)
-        if (auto* t = std::get_if<doc::Text>(&it.content)) out.push_back(t->text);
+  for (const auto* t : contentsOf<doc::Text>(d, control)) out.push_back(t->text);
   return out;
 }
 
 // Check boxes printed by one control, in page order: ticked or not.
 inline std::vector<bool> ticks(const doc::Document& d, const std::string& control) {
   std::vector<bool> out;
-  for (const auto& p : d.pages)
-    for (const auto& it : p.items)
-      if (auto* c = std::get_if<doc::CheckBox>(&it.content); c && it.control == control)
-        out.push_back(c->checked);
+  for (const auto* c : contentsOf<doc::CheckBox>(d, control)) out.push_back(c->checked);
   return out;
 }
 
 // Pictures printed by one control, in page order.
 inline std::vector<const doc::Picture*> pictures(const doc::Document& d,
                                                  const std::string& control) {
-  std::vector<const doc::Picture*> out;
-  for (const auto& p : d.pages)
-    for (const auto& it : p.items)
-      if (auto* pic = std::get_if<doc::Picture>(&it.content); pic && it.control == control)
-        out.push_back(pic);
-  return out;
+  return contentsOf<doc::Picture>(d, control);
 }
 
 // Calls `ok` `runs` times in a child process, which exits 0 when every call answered true.
@@ -201,11 +200,8 @@ inline void killRunsMidway(const std::function<bool()>& run,
 }
 
 inline const doc::Text* firstText(const doc::Document& d, const std::string& control) {
-  for (const auto& p : d.pages)
-    for (const auto& it : p.items)
-      if (it.control == control)
-        if (auto* t = std::get_if<doc::Text>(&it.content)) return t;
-  return nullptr;
+  const auto all = contentsOf<doc::Text>(d, control);
+  return all.empty() ? nullptr : all.front();
 }
 
 }  // namespace galvix::testing
