@@ -57,18 +57,17 @@ TEST_F(BudgetSummary, ActualComesFromEstimatesOrItemsByCategory) {
   EXPECT_THAT(texts(d, "cncOverUnderTtl"), ElementsAre("$174.00"));
 }
 
-TEST_F(BudgetSummary, BudgetLinesOnlyAndAnyPivotColumnMissing) {
+TEST_F(BudgetSummary, AnyPivotColumnMayBeMissingAndTotalsAddTheAmountsAsDisplayed) {
   item("Cake", false, 0, 300);  // only column "0" exists
   auto d = runSummary();
   EXPECT_THAT(texts(d, "cncBudget"), ElementsAre("$300.00"));
   EXPECT_THAT(texts(d, "cncActual"), ElementsAre("$0.00"));
   EXPECT_THAT(texts(d, "cncOverUnder"), ElementsAre("$300.00"));
-}
-
-TEST_F(BudgetSummary, TotalsAddTheAmountsAsDisplayed) {
-  // Three items of a third of a cent each way: each line shows $0.33, so the total is $0.99.
+  // Another event: three items of a third of a cent each way; each line shows $0.33, the total
+  // is $0.99.
+  event_ = db().event({.name = "Second"});
   for (const char* c : {"A", "B", "C"}) item(c, false, 1, 1.0 / 3);
-  auto d = runSummary();
+  d = runSummary();
   EXPECT_THAT(texts(d, "cncActual"), ElementsAre("$0.33", "$0.33", "$0.33"));
   EXPECT_THAT(texts(d, "cncActualTtl"), ElementsAre("$0.99"));
 }
