@@ -73,9 +73,9 @@ std::vector<Span> spans(const doc::Document& d, const std::string& control) {
 TEST_F(Checklist, EachHideCombinationMovesAndWidensTheColumns) {
   using Layout = std::map<std::string, Span>;  // absent: hidden
   // "control left width ..." for each combination.
-  auto layout = [](const std::string& spec) {
+  auto layout = [](const std::string& text) {
     Layout out;
-    std::istringstream in(spec);
+    std::istringstream in(text);
     std::string c;
     for (Span s; in >> c >> s.left >> s.width;) out[c] = s;
     return out;
