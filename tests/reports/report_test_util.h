@@ -81,6 +81,15 @@ class ReportTest : public ::testing::Test {
 
   data::Fixture& db() { return *db_; }
 
+  // A client contact of `event`, numbered 1 (primary) or 2 (secondary); without a title, the
+  // title is blank rather than Null, as the planning application stores it.
+  long contact(long event, int number, data::GroupSpec g, const data::GuestSpec& who) {
+    g.contactNumber = number;
+    const long guest = db().guest(db().group(event, g), who);
+    if (who.title.empty()) db().set("GuestNames", guest, "GTitle", Variant(""));
+    return guest;
+  }
+
   std::unique_ptr<ReportObject> report(const std::string& name) {
     Report factory;
     auto r = factory.GetNewReport(name);

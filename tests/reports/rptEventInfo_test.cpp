@@ -20,12 +20,6 @@ class EventInfo : public ReportTest {
     if (primary) contact(e, 1, {.label = "Ann"}, {.first = "Ann", .last = "Lee"});
     return e;
   }
-  long contact(long event, int number, data::GroupSpec g, data::GuestSpec who) {
-    g.contactNumber = number;
-    const long guest = db().guest(db().group(event, g), who);
-    if (who.title.empty()) db().set("GuestNames", guest, "GTitle", Variant(""));
-    return guest;
-  }
   doc::Document runInfo(long event, const Variant* printJournal = nullptr,
                         const std::string& orderBy = "") {
     auto r = report("EventInfo");
