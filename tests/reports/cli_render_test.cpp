@@ -60,36 +60,23 @@ class CliRender : public ::testing::Test {
     return slurp(txt);
   }
   std::string db() const { return "--db '" + (dir_ / "events.db").string() + "'"; }
+  // The one-line replies of the first party, picked by the user's own clause.
+  std::string rsvpRender() const {
+    return "render \"RSVPs - One-line\" " + db() +
+           " --set \"SQLWhere=WHERE Parties.PartyID = " + std::to_string(party_) + "\"";
+  }
   fs::path exe_, dir_;
   long party_ = 0;
   std::string out_, err_;
 };
 
-TEST_F(CliRender, UnknownNameSuggestsAndAFailedRunLeavesNoFile) {
-  EXPECT_EQ(run("render \"RSVPs - one-line\" " + db()), 2);
-  EXPECT_THAT(err_, HasSubstr("did you mean \"RSVPs - One-line\""));
-
-  const fs::path out = dir_ / "broken.pdf";
-  EXPECT_NE(run("render \"RSVPs - One-line\" " + db() + " --set \"SQLWhere=WHERE Nope = 1\" -o '" +
-                out.string() + "'"),
-            0);
-  EXPECT_THAT(err_, HasSubstr("RSVPs - One-line"));
-  EXPECT_THAT(err_, HasSubstr("SQL as written"));
-  EXPECT_FALSE(fs::exists(out));
-  for (const auto& entry : fs::directory_iterator(dir_))
-    EXPECT_THAT(entry.path().filename().string(), ::testing::Not(HasSubstr("broken")));
-}
-
 TEST_F(CliRender, OutputsNeverReplaceTheirInputsOrExistingFilesUnasked) {
   const fs::path events = dir_ / "events.db";
   const auto size = fs::file_size(events);
-  const std::string where =
-      " --set \"SQLWhere=WHERE Parties.PartyID = " + std::to_string(party_) + "\"";
   // The database as the output, by its own name or through a link.
   fs::create_symlink(events, dir_ / "alias.pdf");
   for (const fs::path& out : {events, dir_ / "alias.pdf"}) {
-    EXPECT_EQ(run("render \"RSVPs - One-line\" " + db() + where + " -o '" + out.string() + "'"), 2)
-        << out;
+    EXPECT_EQ(run(rsvpRender() + " -o '" + out.string() + "'"), 2) << out;
     EXPECT_THAT(err_, HasSubstr("nothing was written"));
     EXPECT_EQ(fs::file_size(events), size);
     EXPECT_TRUE(fs::is_symlink(dir_ / "alias.pdf"));
@@ -178,11 +165,7 @@ TEST_F(CliChoose, MissingUnknownAndAmbiguousChoicesAreUsageErrorsListingCandidat
   EXPECT_EQ(run("render \"Budget Summary\" " + db() + " --event Nope -o x.pdf"), 2);
   EXPECT_FALSE(fs::exists(dir_ / "x.pdf"));
   // The user's own clause still works without --party.
-  EXPECT_EQ(
-      run("render \"RSVPs - One-line\" " + db() +
-          " --set \"SQLWhere=WHERE Parties.PartyID = " + std::to_string(party_) + "\" -o x.pdf"),
-      0)
-      << err_;
+  EXPECT_EQ(run(rsvpRender() + " -o x.pdf"), 0) << err_;
 }
 
 // The demo database holds two events; a user names the wedding, and "Reception" for the reports
@@ -210,9 +193,7 @@ TEST_F(CliRender, EveryAvailableReportRunsWithOnlyTheEventAndPartyNames) {
 }
 
 TEST_F(CliRender, OutputFollowsTheExtensionOrStandardOutput) {
-  const std::string where =
-      " --set \"SQLWhere=WHERE Parties.PartyID = " + std::to_string(party_) + "\"";
-  const std::string rsvp = "render \"RSVPs - One-line\" " + db() + where;
+  const std::string rsvp = rsvpRender();
   ASSERT_EQ(run(rsvp + " -o -"), 0) << err_;
   EXPECT_EQ(out_.substr(0, 5), "%PDF-");
   EXPECT_FALSE(fs::exists(dir_ / "-"));
@@ -234,9 +215,9 @@ TEST_F(CliRender, OutputFollowsTheExtensionOrStandardOutput) {
 }
 
 TEST_F(CliRender, MessagesNameWhatIsWrongAndSuggest) {
-  const std::string rsvp = "render \"RSVPs - One-line\" " + db() +
-                           " --set \"SQLWhere=WHERE Parties.PartyID = " + std::to_string(party_) +
-                           "\" -o x.pdf";
+  const std::string rsvp = rsvpRender() + " -o x.pdf";
+  EXPECT_EQ(run("render \"RSVPs - one-line\" " + db()), 2);
+  EXPECT_THAT(err_, HasSubstr("did you mean \"RSVPs - One-line\""));
   EXPECT_EQ(run("rendr"), 2);
   EXPECT_THAT(err_, HasSubstr("did you mean \"render\""));
   EXPECT_EQ(run(rsvp + " --set \"Critera=Mine\""), 2);
@@ -252,6 +233,14 @@ TEST_F(CliRender, MessagesNameWhatIsWrongAndSuggest) {
   EXPECT_THAT(err_, HasSubstr("no report design"));
   EXPECT_THAT(err_, ::testing::Not(HasSubstr("did you mean \"Checklist - Calendar\"")));
   EXPECT_FALSE(fs::exists(dir_ / "x.pdf"));
+  // A run that fails names the report and its statement, and leaves no file at all.
+  EXPECT_NE(run("render \"RSVPs - One-line\" " + db() +
+                " --set \"SQLWhere=WHERE Nope = 1\" -o broken.pdf"),
+            0);
+  EXPECT_THAT(err_, HasSubstr("RSVPs - One-line"));
+  EXPECT_THAT(err_, HasSubstr("SQL as written"));
+  for (const auto& entry : fs::directory_iterator(dir_))
+    EXPECT_THAT(entry.path().filename().string(), ::testing::Not(HasSubstr("broken")));
   // A clause that picks no rows still writes its (empty) report, and says so.
   EXPECT_EQ(run("render \"RSVPs - One-line\" " + db() +
                 " --set \"SQLWhere=WHERE Parties.PartyID = 9999\" -o empty.pdf"),

@@ -2,7 +2,6 @@
 // prints over another, and no growing text is cut short.
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <regex>
 
 #include "data/demo_events.h"
@@ -172,28 +171,12 @@ class LongValues : public ReportTest {
                 {.item = "Ceremony arch", .price = data::money(type ? 1987654.32 : 1234567.89)});
 
     // The estimates, payments and quotes: a company with every part of its block long.
-    const long pro = db().vendor(
-        {.company = "Traiteur des Alpilles et du Pays d'Arles - Réceptions, Banquets et Mariages",
-         .address = "Domaine de la Grande Bastide, Chemin des Oliviers Centenaires, Bâtiment B",
-         .city = "Saint-Rémy-de-Provence",
-         .state = "Bouches-du-Rhône",
-         .postalCode = "13210 CEDEX 04",
-         .country = "France métropolitaine",
-         .phone = "+33 4 90 92 00 00 ext. 12345",
-         .fax = "+33 4 90 92 00 01 ext. 67890",
-         .www = "www.traiteur-des-alpilles-et-du-pays-darles-receptions.example.fr",
-         .tax = 20,
-         .tip = 12.5});
-    const long chef = db().contact(pro, {.first = kName60,
-                                         .last = kLast30,
-                                         .title = "Dr.",
-                                         .suffix = "",
-                                         .email = "maximiliana.wolfeschlegelsteinhausen@traiteur-"
-                                                  "des-alpilles.example.fr",
-                                         .phone = "+33 4 90 92 00 00 ext. 12345",
-                                         .fax = "+33 4 90 92 00 01",
-                                         .mobile = "+33 6 12 34 56 78 (weekends only)",
-                                         .pager = "+33 6 98 76 54 32 (emergencies)"});
+    data::VendorSpec caterer =
+        longVendor("Traiteur des Alpilles et du Pays d'Arles - Réceptions, Banquets et Mariages");
+    caterer.tax = 20;
+    caterer.tip = 12.5;
+    const long pro = db().vendor(caterer);
+    const long chef = db().contact(pro, longContact(1));
     const long estimate = db().assignment(
         event_, cat, pro,
         {.worksheetType = 2,
@@ -247,31 +230,10 @@ class LongValues : public ReportTest {
         "Lighting, sound reinforcement, staging and the evening's special effects");
     db().budgetLine(event_, required, {.vendorRequired = true});
     const long other = db().expenseCategory("Transport");
-    const long v = db().vendor({.company = "Lumières et Sonorisation du Grand Luberon SARL",
-                                .address = "Zone Artisanale des Grandes Terres, Lot 27, Hangar B",
-                                .city = "Cavaillon",
-                                .state = "Provence-Alpes-Côte d'Azur",
-                                .postalCode = "84300",
-                                .phone = "+33 4 90 71 00 00 poste 1234",
-                                .fax = "+33 4 90 71 00 01 poste 5678",
-                                .www = "www.lumieres-et-sonorisation-du-grand-luberon.example.fr"});
+    const long v = db().vendor(longVendor("Lumières et Sonorisation du Grand Luberon SARL"));
     db().vendorCategory(v, required);
     db().vendorCategory(v, other);
-    long contacts[2];
-    for (int i = 0; i < 2; ++i)
-      contacts[i] = db().contact(
-          v, {.first = kName60,
-              .last = kLast30,
-              .title = "Dr.",
-              .suffix = "",
-              .nickName = "Maximiliana the Magnificent",
-              .jobTitle = "Directrice Technique et Responsable de la Sécurité",
-              .email = "maximiliana.wolfeschlegelsteinhausen@lumieres-luberon.example.fr",
-              .phone = "+33 4 90 71 00 00 poste 1234",
-              .fax = "+33 4 90 71 00 01 poste 5678",
-              .mobile = "+33 6 12 34 56 78",
-              .pager = "+33 6 98 76 54 32",
-              .reportOrder = i + 1});
+    const long contacts[] = {db().contact(v, longContact(1)), db().contact(v, longContact(2))};
     const long show = db().assignment(event_, required, v,
                                       {.worksheetType = 2,
                                        .tip = 15,
@@ -310,6 +272,32 @@ class LongValues : public ReportTest {
                         .invoiceId = invoice_});
   }
 
+  static data::VendorSpec longVendor(const std::string& company) {
+    return {.company = company,
+            .address = "Domaine de la Grande Bastide, Chemin des Oliviers Centenaires, Bâtiment B",
+            .city = "Saint-Rémy-de-Provence",
+            .state = "Provence-Alpes-Côte d'Azur",
+            .postalCode = "13210 CEDEX 04",
+            .country = "France métropolitaine",
+            .phone = "+33 4 90 92 00 00 ext. 12345",
+            .fax = "+33 4 90 92 00 01 ext. 67890",
+            .www = "www.traiteur-des-alpilles-et-du-pays-darles-receptions.example.fr"};
+  }
+  static data::ContactSpec longContact(int order) {
+    return {.first = kName60,
+            .last = kLast30,
+            .title = "Dr.",
+            .suffix = "",
+            .nickName = "Maximiliana the Magnificent",
+            .jobTitle = "Directrice Technique et Responsable de la Sécurité",
+            .email = "maximiliana.wolfeschlegelsteinhausen@lumieres-luberon.example.fr",
+            .phone = "+33 4 90 71 00 00 poste 1234",
+            .fax = "+33 4 90 71 00 01 poste 5678",
+            .mobile = "+33 6 12 34 56 78 (weekends only)",
+            .pager = "+33 6 98 76 54 32 (emergencies)",
+            .reportOrder = order};
+  }
+
   // Catalogue examples name an event and a party by placeholders.
   std::string expand(std::string v) const {
     v = std::regex_replace(v, std::regex("\\{(Quote)?EventID\\}"), std::to_string(event_));
@@ -343,11 +331,6 @@ TEST_F(LongValues, NoTextPrintsOverAnotherAndNoneIsCutShort) {
         r->set("Title", Variant("The Ashworth–Delacroix Wedding Weekend at the Château"));
       const doc::Document d = run(*r);
       ++checked;
-      // To look at the pages: GALVIX_LONG_VALUES_PDF=/some/folder
-      if (const char* out = std::getenv("GALVIX_LONG_VALUES_PDF"))
-        writePdf(d, std::string(out) + "/" +
-                        std::regex_replace(entry.name + " " + variant, std::regex("\\W+"), "_") +
-                        ".pdf");
       ASSERT_FALSE(d.pages.empty());
       for (std::size_t p = 0; p < d.pages.size(); ++p) {
         std::vector<const doc::Item*> shown;

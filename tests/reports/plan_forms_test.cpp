@@ -42,16 +42,6 @@ std::vector<std::string> rowsOf(sqlite3* db, const db::jet::Translation& t) {
   return rows;
 }
 
-// The Jet statements every built report sends with its catalogue settings (and its other example
-// settings).
-std::set<std::string> reportStatements(const DemoDatabase& ev) {
-  std::set<std::string> statements;
-  runCatalogue(ev.db, ev.demo, [&](const frame::CatalogueEntry&, const db::SideQueryLog& log) {
-    statements.insert(log.statements.begin(), log.statements.end());
-  });
-  return statements;
-}
-
 // Translates each statement both ways and runs both where the texts differ; returns how many
 // did. A statement that does not translate is left to the tests of the reports.
 int compareForms(const std::string& path, const std::set<std::string>& statements) {
@@ -84,7 +74,10 @@ TEST(PlanForms, EveryReportStatementGivesTheSameRowsInTheSameOrderBothWays) {
   for (int guests : {150, 2000}) {
     SCOPED_TRACE(guests);
     const DemoDatabase ev("plan_forms", {.guests = guests});
-    const auto statements = reportStatements(ev);
+    std::set<std::string> statements;
+    runCatalogue(ev.db, ev.demo, [&](const frame::CatalogueEntry&, const db::SideQueryLog& log) {
+      statements.insert(log.statements.begin(), log.statements.end());
+    });
     EXPECT_GT(statements.size(), 100u);
     // The seating reports' unions, the RSVP and party-header counts at least.
     const int differing = compareForms(ev.db, statements);

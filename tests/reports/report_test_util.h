@@ -7,8 +7,10 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,6 +36,22 @@ struct TempDir {
   std::string file(const std::string& name) const { return (path / name).string(); }
   std::filesystem::path path;
 };
+
+// An environment variable set for the object's life, then put back as it was.
+struct ScopedEnv {
+  ScopedEnv(const char* name, const std::string& value) : name_(name) {
+    if (const char* old = std::getenv(name)) old_ = old;
+    ::setenv(name, value.c_str(), 1);
+  }
+  ~ScopedEnv() { old_ ? ::setenv(name_, old_->c_str(), 1) : ::unsetenv(name_); }
+  const char* name_;
+  std::optional<std::string> old_;
+};
+
+// The clause that picks one party.
+inline std::string partyClause(long party) {
+  return "WHERE Parties.PartyID = " + std::to_string(party);
+}
 
 // A demo database written into a folder of its own.
 struct DemoDatabase : TempDir {
@@ -62,6 +80,15 @@ class ReportTest : public ::testing::Test {
   }
 
   data::Fixture& db() { return *db_; }
+
+  // A client contact of `event`, numbered 1 (primary) or 2 (secondary); without a title, the
+  // title is blank rather than Null, as the planning application stores it.
+  long contact(long event, int number, data::GroupSpec g, const data::GuestSpec& who) {
+    g.contactNumber = number;
+    const long guest = db().guest(db().group(event, g), who);
+    if (who.title.empty()) db().set("GuestNames", guest, "GTitle", Variant(""));
+    return guest;
+  }
 
   std::unique_ptr<ReportObject> report(const std::string& name) {
     Report factory;
@@ -118,35 +145,34 @@ class PartyReportTest : public ReportTest {
   long event_ = 0, party_ = 0, group_ = 0;
 };
 
+// What one control printed of kind T (doc::Text, doc::CheckBox, doc::Picture), in page order.
+template <class T>
+std::vector<const T*> contentsOf(const doc::Document& d, const std::string& control) {
+  std::vector<const T*> out;
+  for (const auto& p : d.pages)
+    for (const auto& it : p.items)
+      if (auto* c = std::get_if<T>(&it.content); c && it.control == control) out.push_back(c);
+  return out;
+}
+
 // Texts printed by one control, in page order.
 inline std::vector<std::string> texts(const doc::Document& d, const std::string& control) {
   std::vector<std::string> out;
-  for (const auto& p : d.pages)
-    for (const auto& it : p.items)
-      if (it.control == control)
-        if (auto* t = std::get_if<doc::Text>(&it.content)) out.push_back(t->text);
+  for (const auto* t : contentsOf<doc::Text>(d, control)) out.push_back(t->text);
   return out;
 }
 
 // Check boxes printed by one control, in page order: ticked or not.
 inline std::vector<bool> ticks(const doc::Document& d, const std::string& control) {
   std::vector<bool> out;
-  for (const auto& p : d.pages)
-    for (const auto& it : p.items)
-      if (auto* c = std::get_if<doc::CheckBox>(&it.content); c && it.control == control)
-        out.push_back(c->checked);
+  for (const auto* c : contentsOf<doc::CheckBox>(d, control)) out.push_back(c->checked);
   return out;
 }
 
 // Pictures printed by one control, in page order.
 inline std::vector<const doc::Picture*> pictures(const doc::Document& d,
                                                  const std::string& control) {
-  std::vector<const doc::Picture*> out;
-  for (const auto& p : d.pages)
-    for (const auto& it : p.items)
-      if (auto* pic = std::get_if<doc::Picture>(&it.content); pic && it.control == control)
-        out.push_back(pic);
-  return out;
+  return contentsOf<doc::Picture>(d, control);
 }
 
 // Calls `ok` `runs` times in a child process, which exits 0 when every call answered true.
@@ -183,11 +209,8 @@ inline void killRunsMidway(const std::function<bool()>& run,
 }
 
 inline const doc::Text* firstText(const doc::Document& d, const std::string& control) {
-  for (const auto& p : d.pages)
-    for (const auto& it : p.items)
-      if (it.control == control)
-        if (auto* t = std::get_if<doc::Text>(&it.content)) return t;
-  return nullptr;
+  const auto all = contentsOf<doc::Text>(d, control);
+  return all.empty() ? nullptr : all.front();
 }
 
 }  // namespace galvix::testing

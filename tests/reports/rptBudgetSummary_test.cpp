@@ -57,23 +57,22 @@ TEST_F(BudgetSummary, ActualComesFromEstimatesOrItemsByCategory) {
   EXPECT_THAT(texts(d, "cncOverUnderTtl"), ElementsAre("$174.00"));
 }
 
-TEST_F(BudgetSummary, BudgetLinesOnlyAndAnyPivotColumnMissing) {
+TEST_F(BudgetSummary, AnyPivotColumnMayBeMissingAndTotalsAddTheAmountsAsDisplayed) {
   item("Cake", false, 0, 300);  // only column "0" exists
   auto d = runSummary();
   EXPECT_THAT(texts(d, "cncBudget"), ElementsAre("$300.00"));
   EXPECT_THAT(texts(d, "cncActual"), ElementsAre("$0.00"));
   EXPECT_THAT(texts(d, "cncOverUnder"), ElementsAre("$300.00"));
-}
-
-TEST_F(BudgetSummary, TotalsAddTheAmountsAsDisplayed) {
-  // Three items of a third of a cent each way: each line shows $0.33, so the total is $0.99.
+  // Another event: three items of a third of a cent each way; each line shows $0.33, the total
+  // is $0.99.
+  event_ = db().event({.name = "Second"});
   for (const char* c : {"A", "B", "C"}) item(c, false, 1, 1.0 / 3);
-  auto d = runSummary();
+  d = runSummary();
   EXPECT_THAT(texts(d, "cncActual"), ElementsAre("$0.33", "$0.33", "$0.33"));
   EXPECT_THAT(texts(d, "cncActualTtl"), ElementsAre("$0.99"));
 }
 
-TEST_F(BudgetSummary, TheWorkTableIsTheRunsOwnAndALeftoverOneIsReplaced) {
+TEST_F(BudgetSummary, TheWorkTableIsTheRunsOwnALeftoverOneIsReplacedAndFailuresAreTheirOwn) {
   item("Music", false, 1, 50);
   db().exec("CREATE TABLE BUDGET_REPORT (Junk TEXT)");  // left by an earlier version's run
   std::unique_ptr<ReportObject> r;
@@ -93,14 +92,10 @@ TEST_F(BudgetSummary, TheWorkTableIsTheRunsOwnAndALeftoverOneIsReplaced) {
   EXPECT_FALSE(visible());
   r.reset();
   EXPECT_FALSE(visible());
-}
-
-TEST_F(BudgetSummary, AFailureAtTheStartIsReportedAsItself) {
-  item("Music", false, 1, 50);
+  // A failure at the start is reported as itself.
   db().exec("DROP TABLE Items");
-  auto r = report("Budget Summary");
-  r->set("EventID", Variant(static_cast<int>(event_)));
-  EXPECT_THAT(runError(*r), AllOf(HasSubstr("'Items'"), HasSubstr("SQL as written")));
+  EXPECT_THAT(runError([&] { runSummary(); }),
+              AllOf(HasSubstr("'Items'"), HasSubstr("SQL as written")));
 }
 
 // Runs on one database at once, in other processes: each prints its own event's figures, and a

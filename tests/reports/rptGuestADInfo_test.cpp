@@ -28,10 +28,9 @@ class ArrivalsDepartures : public PartyReportTest {
                       {"SQLOrderBy", Variant("ORDER BY PartyDetails.FormalLabel")},
                       {"TimeFormat", Variant("h:mm AP")}});
   }
-  std::string where() const { return "WHERE Parties.PartyID = " + std::to_string(party_); }
 };
 
-TEST_F(ArrivalsDepartures, ArrivalsListGroupsWithAnyArrivalDetailAndTotalTheirAttendees) {
+TEST_F(ArrivalsDepartures, EachListHoldsTheGroupsWithAnyOfItsDetailsAndTotalsTheirAttendees) {
   travelling("Ames", {.aDate = data::date(2027, 6, 10),
                       .aTime = data::time(14, 5),
                       .aLocation = "ORD",
@@ -39,10 +38,10 @@ TEST_F(ArrivalsDepartures, ArrivalsListGroupsWithAnyArrivalDetailAndTotalTheirAt
                       .aCarrierNo = "812",
                       .pickup = true});
   travelling("Bell", {.aCarrier = "Amtrak"}, 3, true);  // a carrier alone is enough
-  travelling("Cole", {.dDate = data::date(2027, 6, 14), .dCarrier = "Delta"});  // leaving only
-  travelling("Dunn", {});                                                       // no travel
+  travelling("Cole", {.dDate = data::date(2027, 6, 14), .dCarrier = "Delta", .dropOff = true});
+  travelling("Dunn", {});  // no travel
 
-  auto d = runMode("Guest Arrival Information", where());
+  auto d = runMode("Guest Arrival Information", partyClause(party_));
   EXPECT_THAT(texts(d, "txtNames"), ElementsAre("Ames", "Bell"));
   EXPECT_THAT(texts(d, "txtTCarrier"), ElementsAre("United", "Amtrak"));
   EXPECT_THAT(texts(d, "txtTTime"), ElementsAre("2:05 PM", ""));
@@ -50,16 +49,13 @@ TEST_F(ArrivalsDepartures, ArrivalsListGroupsWithAnyArrivalDetailAndTotalTheirAt
   EXPECT_THAT(texts(d, "txtTotal"), ElementsAre("4"));
   EXPECT_THAT(texts(d, "lblRide"), ElementsAre("Pickup?"));
   EXPECT_THAT(ticks(d, "chkRide"), ElementsAre(true, false));
-}
 
-TEST_F(ArrivalsDepartures, DeparturesUseTheirOwnColumnsHeadingAndClause) {
-  travelling("Ames", {.aCarrier = "United"});  // arriving only
-  travelling("Cole", {.dDate = data::date(2027, 6, 14), .dCarrier = "Delta", .dropOff = true});
-  // A clause without the keyword gets its own where clause.
-  auto d = runMode("Guest Departure Information", "");
+  // Departures: their own columns and heading; a clause without the keyword gets its own.
+  d = runMode("Guest Departure Information", "");
   EXPECT_THAT(texts(d, "txtNames"), ElementsAre("Cole"));
   EXPECT_THAT(texts(d, "txtTCarrier"), ElementsAre("Delta"));
   EXPECT_THAT(texts(d, "lblRide"), ElementsAre("Dropoff?"));
+  EXPECT_THAT(ticks(d, "chkRide"), ElementsAre(true));
 }
 
 TEST_F(ArrivalsDepartures, ATotalBeyondSixteenBitsIsAnOverflow) {
@@ -70,7 +66,7 @@ TEST_F(ArrivalsDepartures, ATotalBeyondSixteenBitsIsAnOverflow) {
       std::to_string(g) + ", 'G', 'Crowd', 0 FROM n");
   db().exec("INSERT INTO Invitees (GuestID, PartyID, Attending, \"Primary\") SELECT GuestID, " +
             std::to_string(party_) + ", -1, 0 FROM GuestNames WHERE GLName = 'Crowd'");
-  EXPECT_THAT(runError([&] { runMode("Guest Arrival Information", where()); }),
+  EXPECT_THAT(runError([&] { runMode("Guest Arrival Information", partyClause(party_)); }),
               AllOf(HasSubstr("Guest Arrival Information"), HasSubstr("overflow")));
 }
 

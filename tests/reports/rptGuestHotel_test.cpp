@@ -15,7 +15,6 @@ class GuestHotel : public PartyReportTest {
                                            {"SQLOrderBy", Variant(orderBy)},
                                            {"DateFormat", Variant("yyyy-mm-dd")}});
   }
-  std::string partyClause() const { return "WHERE Parties.PartyID = " + std::to_string(party_); }
   // A group of `n` guests invited to `party`, the first `attending` of them attending; returns
   // the invitation (PartyGroupID).
   long stay(long party, const std::string& label, const std::string& hotel, int n, int attending,
@@ -45,7 +44,7 @@ TEST_F(GuestHotel, PrimaryLineOfEachGroupAtAHotelWithItsRooms) {
   long brunch = db().party(event_, {.name = "Brunch"});
   db().hotelRoom(stay(brunch, "Adams", "Motel", 2, 2), "Cot", 9, false);
 
-  auto d = runHotel(partyClause(), "ORDER BY PartyDetails.Hotel, PartyDetails.FormalLabel");
+  auto d = runHotel(partyClause(party_), "ORDER BY PartyDetails.Hotel, PartyDetails.FormalLabel");
   EXPECT_THAT(texts(d, "txtHotel"), ElementsAre("Inn", "Lodge"));
   EXPECT_THAT(texts(d, "txtNames"), ElementsAre("Adams", "Baker", "Dunn"));
   EXPECT_THAT(texts(d, "txtNumber"), ElementsAre("2", "1", "1"));
@@ -64,7 +63,7 @@ TEST_F(GuestHotel, ClauseWithoutWhereGetsItsOwnAndTheAddressIsCompleted) {
   db().set("Parties", party_, "PostalCode", Variant("0150"));
   db().set("Parties", party_, "Date", data::date(2024, 6, 1));
   stay(party_, "Adams", "Inn", 1, 1);
-  auto d = runHotel(partyClause());
+  auto d = runHotel(partyClause(party_));
   EXPECT_THAT(texts(d, "txtAddress"), ElementsAre("1 Main St\r\nOslo, OS 0150"));
   EXPECT_THAT(texts(d, "txtDate"), ElementsAre("2024-06-01"));
 
@@ -84,16 +83,14 @@ TEST_F(GuestHotel, ClauseWithoutWhereGetsItsOwnAndTheAddressIsCompleted) {
 
 TEST_F(GuestHotel, BadClauseNamesTheReportAndItsStatement) {
   stay(party_, "Adams", "Inn", 1, 1);
-  auto r = report("Guest Hotel Information");
-  r->set("SQLWhere", Variant("WHERE Parties.NoSuchColumn = 1"));
-  EXPECT_THAT(runError(*r), AllOf(HasSubstr("Guest Hotel Information"),
-                                  HasSubstr("NoSuchColumn = 1 and Invitees.Primary = True and "
-                                            "[PartyDetails].[Hotel] <> \"\" ")));
+  EXPECT_THAT(runError([&] { runHotel("WHERE Parties.NoSuchColumn = 1"); }),
+              AllOf(HasSubstr("Guest Hotel Information"),
+                    HasSubstr("NoSuchColumn = 1 and Invitees.Primary = True and "
+                              "[PartyDetails].[Hotel] <> \"\" ")));
   db().exec("DROP TABLE HotelRooms");
-  r = report("Guest Hotel Information");
-  r->set("SQLWhere", Variant(partyClause()));
-  EXPECT_THAT(runError(*r), AllOf(HasSubstr("Guest Hotel Information"),
-                                  HasSubstr("FROM PartyDetails INNER JOIN HotelRooms")));
+  EXPECT_THAT(runError([&] { runHotel(partyClause(party_)); }),
+              AllOf(HasSubstr("Guest Hotel Information"),
+                    HasSubstr("FROM PartyDetails INNER JOIN HotelRooms")));
 }
 
 }  // namespace

@@ -43,7 +43,7 @@ TEST_F(GuestList, PartyCountsCoverAllInviteesWhileRowsArePrimaryOnly) {
   group({.label = "Adams"}, 2, 1);
   group({.label = "Baker"}, 1, 0);
   group({.label = "Elsewhere"}, 3, 0, other_);
-  auto d = runList("Guest List - with notes", "WHERE Parties.PartyID = " + std::to_string(party_));
+  auto d = runList("Guest List - with notes", partyClause(party_));
   EXPECT_THAT(texts(d, "txtNumInvitees"), ElementsAre("4"));
   EXPECT_THAT(texts(d, "txtAdults"), ElementsAre("3"));
   EXPECT_THAT(texts(d, "txtChildren"), ElementsAre("1"));
@@ -51,15 +51,6 @@ TEST_F(GuestList, PartyCountsCoverAllInviteesWhileRowsArePrimaryOnly) {
   EXPECT_THAT(texts(d, "txtGAddress"), ElementsAre("Adams (formal)", "Baker (formal)"));
   EXPECT_THAT(texts(d, "txtNumber"), ElementsAre("3", "1"));
   EXPECT_THAT(texts(d, "txtPNotes"), ElementsAre("Garden if dry"));
-}
-
-TEST_F(GuestList, ClauseWithoutWhereKeywordGetsOne) {
-  group({.label = "Adams"}, 1, 0);
-  // Lower-case "where" still counts as the keyword.
-  auto d =
-      runList("Guest List - without notes", "where Parties.PartyID = " + std::to_string(party_));
-  EXPECT_THAT(texts(d, "txtGAddress"), ElementsAre("Adams (formal)"));
-  EXPECT_THAT(texts(d, "txtChildren"), ElementsAre("0"));  // no matching guests: zero
 }
 
 TEST_F(GuestList, ContactTextRules) {
@@ -73,18 +64,21 @@ TEST_F(GuestList, ContactTextRules) {
          .email = "c@x.org"},
         1, 0);
   group({.label = "D None"}, 1, 0);
-  auto d = runList("Guest List - with notes", "WHERE Parties.PartyID = " + std::to_string(party_));
+  auto d = runList("Guest List - with notes", partyClause(party_));
   EXPECT_THAT(texts(d, "txtContact"),
               ElementsAre("(E) a@example.com", "(H) 555-0101\r\n(F)  555-0199\r\n",
                           "(H) 1\r\n(W) 2\r\n(M) 3\r\n(F) 4\r\n(E) c@x.org", ""));
 }
 
-TEST_F(GuestList, GroupNotesOnlyWithNotes) {
+TEST_F(GuestList, GroupNotesOnlyWithNotesAndAClauseWithoutTheKeywordGetsOne) {
   group({.label = "Adams", .notes = "Needs a ramp"}, 1, 0);
-  std::string where = "WHERE Parties.PartyID = " + std::to_string(party_);
-  EXPECT_THAT(texts(runList("Guest List - with notes", where), "txtGNote"),
+  EXPECT_THAT(texts(runList("Guest List - with notes", partyClause(party_)), "txtGNote"),
               ElementsAre("Needs a ramp"));
-  auto without = runList("Guest List - without notes", where);
+  // Lower-case "where" still counts as the keyword.
+  auto without =
+      runList("Guest List - without notes", "where Parties.PartyID = " + std::to_string(party_));
+  EXPECT_THAT(texts(without, "txtGAddress"), ElementsAre("Adams (formal)"));
+  EXPECT_THAT(texts(without, "txtChildren"), ElementsAre("0"));  // no matching guests: zero
   EXPECT_THAT(texts(without, "txtGNote"), ElementsAre());
   EXPECT_THAT(texts(without, "txtPNotes"), ElementsAre("Garden if dry"));  // party notes stay
 }
